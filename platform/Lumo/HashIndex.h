@@ -1,0 +1,107 @@
+// The open-addressing index beneath the collections.
+#pragma once
+
+#include <bit>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "Lumo/String.h"
+
+namespace Lumo {
+
+/// Spreads a key over 64 bits. Keys are names (by identity), integers, or value types that
+/// convert to one with `value()`.
+inline std::uint64_t scatter(std::uint64_t word) noexcept {
+  word *= 0x9E3779B97F4A7C15U;
+  return word ^ (word >> 32);
+}
+template <std::integral Key>
+std::uint64_t hashOf(Key key) noexcept {
+  return scatter(static_cast<std::uint64_t>(key));
+}
+inline std::uint64_t hashOf(String const& key) noexcept {
+  return scatter(key.identity());
+}
+template <class Key>
+requires requires(Key key) {
+  { key.value() } -> std::integral;
+}
+std::uint64_t hashOf(Key const& key) noexcept {
+  return hashOf(key.value());
+}
+
+/// Finds positions in a sequence of the owner's by hash. It stores positions only; the owner
+/// says, by position, which key is there. Half of the cells stay free.
+class HashIndex {
+ public:
+  static constexpr std::uint32_t none = ~std::uint32_t{0};
+
+  /// The position for which `matches(position)` holds, or `none`.
+  template <class Matches>
+  std::uint32_t find(std::uint64_t hash, Matches matches) const {
+    if (cells_.empty()) {
+      return none;
+    }
+    for (std::size_t at = hash & mask();; at = (at + 1) & mask()) {
+      if (cells_[at] == none || matches(cells_[at])) {
+        return cells_[at];
+      }
+    }
+  }
+
+  /// Makes room for `count` positions, so that as many calls of `insert` cannot fail.
+  /// `hashAt(position)` gives the hash of what is stored.
+  template <class HashAt>
+  void reserve(std::size_t count, HashAt hashAt) {
+    if (count * 2 <= cells_.size()) {
+      return;
+    }
+    std::vector<std::uint32_t> const old =
+        std::exchange(cells_, std::vector<std::uint32_t>(std::bit_ceil(count * 2), none));
+    for (std::uint32_t const position : old) {
+      if (position != none) {
+        insert(hashAt(position), position);
+      }
+    }
+  }
+
+  /// There must be room for the position.
+  void insert(std::uint64_t hash, std::uint32_t position) noexcept {
+    std::size_t at = hash & mask();
+    while (cells_[at] != none) {
+      at = (at + 1) & mask();
+    }
+    cells_[at] = position;
+  }
+
+  /// Removes a position that is stored under `hash`, and moves up those behind it.
+  template <class HashAt>
+  void erase(std::uint64_t hash, std::uint32_t position, HashAt hashAt) noexcept {
+    std::size_t hole = hash & mask();
+    while (cells_[hole] != position) {
+      hole = (hole + 1) & mask();
+    }
+    for (std::size_t at = (hole + 1) & mask(); cells_[at] != none; at = (at + 1) & mask()) {
+      std::size_t const home = hashAt(cells_[at]) & mask();
+      if (((at - home) & mask()) >= ((at - hole) & mask())) {
+        cells_[hole] = cells_[at];
+        hole = at;
+      }
+    }
+    cells_[hole] = none;
+  }
+
+  /// Forgets all positions and keeps the room.
+  void clear() noexcept { cells_.assign(cells_.size(), none); }
+
+ private:
+  std::size_t mask() const noexcept { return cells_.size() - 1; }
+
+  std::vector<std::uint32_t> cells_;
+};
+
+}  // namespace Lumo

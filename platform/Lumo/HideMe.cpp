@@ -1,0 +1,9 @@
+#include "Lumo/HideMe.h"
+
+namespace Lumo {
+
+InspectException::~InspectException() = default;
+ChildIterator::~ChildIterator() = default;
+HideMe::~HideMe() = default;
+
+}  // namespace Lumo

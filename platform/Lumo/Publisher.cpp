@@ -1,0 +1,106 @@
+#include "Lumo/Publisher.h"
+
+#include "Base/Assertion.h"
+#include "Lumo/Entity.h"
+
+namespace Lumo {
+
+// GCC takes the cursor, which is linked for the time of a notification, for one that stays linked.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
+#endif
+
+/// The part of the ring that a notification still has to visit, from `next` to `last`.
+class Publisher::Cursor {
+ public:
+  explicit Cursor(Publisher& publisher)
+      : publisher_(&publisher),
+        outer_(publisher.cursors_),
+        next_(publisher.ring_.next),
+        last_(publisher.ring_.previous) {
+    publisher.cursors_ = this;
+  }
+  Cursor(Cursor const&) = delete;
+  Cursor& operator=(Cursor const&) = delete;
+  ~Cursor() {
+    if (publisher_ != nullptr) {
+      publisher_->cursors_ = outer_;
+    }
+  }
+
+  Subscriber* advance() {
+    Impl::Link* const visited = next_;
+    next_ = visited == last_ ? nullptr : visited->next;
+    return static_cast<Subscriber*>(visited);
+  }
+  bool atEnd() const { return next_ == nullptr; }
+
+  static void slotRemoved(Cursor* innermost, Impl::Link const* slot) {
+    for (Cursor* cursor = innermost; cursor != nullptr; cursor = cursor->outer_) {
+      if (cursor->next_ == slot) {
+        cursor->next_ = slot == cursor->last_ ? nullptr : slot->next;
+      } else if (cursor->last_ == slot) {
+        cursor->last_ = slot->previous;
+      }
+    }
+  }
+  static void publisherGone(Cursor* innermost) {
+    for (Cursor* cursor = innermost; cursor != nullptr; cursor = cursor->outer_) {
+      cursor->publisher_ = nullptr;
+      cursor->next_ = nullptr;
+    }
+  }
+
+ private:
+  Publisher* publisher_;
+  Cursor* outer_;
+  Impl::Link* next_;
+  Impl::Link* last_;
+};
+
+void Subscriber::destroyedWhileSubscribed() noexcept {
+  Base::assertionFailed("!subscribed()", __FILE__, __LINE__, "Lumo::Subscriber::~Subscriber()");
+}
+
+Publisher::~Publisher() {
+  Cursor::publisherGone(cursors_);
+  cursors_ = nullptr;
+  while (!empty()) {
+    subscriberRemove(static_cast<Subscriber&>(*ring_.next));
+  }
+}
+
+void Publisher::subscriberAdd(Subscriber& slot, bool notifyPresent) {
+  if (slot.next != nullptr || !slot.subscribed()) [[unlikely]] {
+    Base::assertionFailed("slot.next == nullptr && slot.routine_ != nullptr", __FILE__, __LINE__,
+                          "void Lumo::Publisher::subscriberAdd(Lumo::Subscriber&, bool)");
+  }
+  slot.next = &ring_;
+  slot.previous = ring_.previous;
+  ring_.previous->next = &slot;
+  ring_.previous = &slot;
+  if (notifyPresent && entity_ != nullptr) {
+    entity_->presentValuesNotify(slot);
+  }
+}
+
+void Publisher::subscriberRemove(Subscriber& slot) noexcept {
+  if (cursors_ != nullptr) [[unlikely]] {
+    Cursor::slotRemoved(cursors_, &slot);
+  }
+  slot.previous->next = slot.next;
+  slot.next->previous = slot.previous;
+  slot.next = nullptr;
+  slot.previous = nullptr;
+  slot.routineIs(nullptr, nullptr);
+}
+
+void Publisher::publishToAll(FieldId field, void const* oldValue, void const* newValue) {
+  Cursor cursor(*this);
+  while (!cursor.atEnd()) {
+    Subscriber* const slot = cursor.advance();
+    slot->routine_(this, slot, field, oldValue, newValue);
+  }
+}
+
+}  // namespace Lumo

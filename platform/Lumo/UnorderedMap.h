@@ -1,0 +1,63 @@
+// A small map whose order carries no meaning.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "Lumo/HashIndex.h"
+
+namespace Lumo {
+
+/// Entries lie side by side and are found through an index; they are never removed one by one.
+/// References to values end with the next insertion.
+template <class Key, class Value>
+class UnorderedMap {
+ public:
+  using Entry = std::pair<Key, Value>;
+
+  std::size_t size() const noexcept { return entries_.size(); }
+  bool empty() const noexcept { return entries_.empty(); }
+  auto begin() const noexcept { return entries_.begin(); }
+  auto end() const noexcept { return entries_.end(); }
+
+  /// The value under `key`, or null.
+  Value const* find(Key const& key) const {
+    std::uint32_t const position = positionOf(key);
+    return position == HashIndex::none ? nullptr : &entries_[position].second;
+  }
+  Value* find(Key const& key) {
+    std::uint32_t const position = positionOf(key);
+    return position == HashIndex::none ? nullptr : &entries_[position].second;
+  }
+
+  /// The value under `key`, a fresh one where there was none.
+  Value& operator[](Key const& key) {
+    if (Value* const found = find(key)) {
+      return *found;
+    }
+    index_.reserve(entries_.size() + 1,
+                   [this](std::uint32_t position) { return hashOf(entries_[position].first); });
+    Entry& added = entries_.emplace_back(key, Value());
+    index_.insert(hashOf(key), static_cast<std::uint32_t>(entries_.size() - 1));
+    return added.second;
+  }
+
+  /// Removes all entries and keeps the room.
+  void clear() noexcept {
+    entries_.clear();
+    index_.clear();
+  }
+
+ private:
+  std::uint32_t positionOf(Key const& key) const {
+    return index_.find(hashOf(key),
+                       [&](std::uint32_t position) { return entries_[position].first == key; });
+  }
+
+  std::vector<Entry> entries_;
+  HashIndex index_;
+};
+
+}  // namespace Lumo

@@ -1,0 +1,242 @@
+// What the protocol engine runs and computed: the running configuration, the status of the bridge,
+// its instances and ports, and the VLANs that exist.
+#pragma once
+
+#include <cstdint>
+#include <tuple>
+
+#include "Base/Api.h"
+#include "Bridging/VlanId.h"
+#include "Lumo/String.h"
+#include "StpTypes/AttributeTable.h"
+#include "StpTypes/Collection.h"
+#include "StpTypes/ConfigBase.h"
+
+namespace Stp {
+
+/// A port's running configuration.
+class STP_API PortConfig final : public TypedEntity<PortConfig, PortConfigBase> {
+ public:
+  enum class Id : Lumo::FieldId { adminEdgePort = 261, bpduguard = 270 };
+
+  ~PortConfig() override;
+
+  /// Configured as an edge port, "portfast" (IEEE 802.1Q AdminEdge).
+  bool adminEdgePort() const { return adminEdgePort_; }
+  void adminEdgePortIs(bool value) { attributeIs(Id::adminEdgePort, adminEdgePort_, value); }
+
+  static constexpr auto attributes = std::tuple{
+      Attribute{"adminEdgePort", Id::adminEdgePort, &PortConfig::adminEdgePort,
+                &PortConfig::adminEdgePortIs},
+      Attribute{"bpduguard", Id::bpduguard, &PortConfigBase::bpduguard,
+                &PortConfigBase::bpduguardIs},
+  };
+
+ private:
+  bool adminEdgePort_ = false;
+};
+
+/// The bridge's running configuration.
+class STP_API Config final : public TypedEntity<Config, ConfigBase> {
+ public:
+  enum class Id : Lumo::FieldId {
+    portfastBpduguard = 294,
+    mstConfig = 298,
+    disabledVlan = 303,
+    portConfig = 386,
+  };
+
+  ~Config() override;
+
+  /// By port name.
+  Collection<Lumo::String, PortConfig> const& portConfig() const { return portConfig_; }
+  Lumo::Ptr<PortConfig> portConfig(Lumo::String const& name) const {
+    return memberFind(portConfig_, name);
+  }
+  void portConfigIs(Lumo::String const& name, Lumo::Ptr<PortConfig> const& member) {
+    memberIs(*this, Id::portConfig, portConfig_, name, member);
+  }
+  bool portConfigDel(Lumo::String const& name) {
+    return memberDel(*this, Id::portConfig, portConfig_, name);
+  }
+  void portConfigDelAll() { memberDelAll(*this, Id::portConfig, portConfig_); }
+
+  static constexpr auto attributes = std::tuple{
+      Attribute{"portfastBpduguard", Id::portfastBpduguard, &ConfigBase::portfastBpduguard,
+                &ConfigBase::portfastBpduguardIs},
+      Attribute{"mstConfig", Id::mstConfig, &ConfigBase::mstConfig, &ConfigBase::mstConfigIs},
+      VlanAttribute{"disabledVlan", Id::disabledVlan, &ConfigBase::disabledVlanEntries,
+                    &ConfigBase::disabledVlanIs, &ConfigBase::disabledVlanDel,
+                    &ConfigBase::disabledVlanDelAll},
+      collection<Lumo::String, PortConfig>("portConfig", Id::portConfig, &Config::portConfig,
+                                           &Config::portConfigIs, &Config::portConfigDel,
+                                           &Config::portConfigDelAll),
+  };
+
+ private:
+  Collection<Lumo::String, PortConfig> portConfig_;
+};
+
+/// What the engine says of one port in one instance.
+class STP_API StpiPortStatus final : public TypedEntity<StpiPortStatus> {
+ public:
+  enum class Id : Lumo::FieldId { operEdgePort = 260, operPointToPointMac = 262 };
+
+  ~StpiPortStatus() override;
+
+  /// Operating as an edge port (IEEE 802.1Q operEdge).
+  bool operEdgePort() const { return operEdgePort_; }
+  void operEdgePortIs(bool value) { attributeIs(Id::operEdgePort, operEdgePort_, value); }
+
+  /// Operating as point-to-point (IEEE 802.1AC operPointToPointMAC).
+  bool operPointToPointMac() const { return operPointToPointMac_; }
+  void operPointToPointMacIs(bool value) {
+    attributeIs(Id::operPointToPointMac, operPointToPointMac_, value);
+  }
+
+  static constexpr auto attributes = std::tuple{
+      Attribute{"operEdgePort", Id::operEdgePort, &StpiPortStatus::operEdgePort,
+                &StpiPortStatus::operEdgePortIs},
+      Attribute{"operPointToPointMac", Id::operPointToPointMac,
+                &StpiPortStatus::operPointToPointMac, &StpiPortStatus::operPointToPointMacIs},
+  };
+
+ private:
+  bool operEdgePort_ = false;
+  bool operPointToPointMac_ = false;
+};
+
+/// What the engine says of one MST instance.
+class STP_API MstiStatus final : public TypedEntity<MstiStatus> {
+ public:
+  enum class Id : Lumo::FieldId { bridgePriority = 259 };
+
+  ~MstiStatus() override;
+
+  /// 0 to 61440 in steps of 4096 (IEEE 802.1Q, 14.2.5); the entity holds any 16-bit number.
+  std::uint16_t bridgePriority() const { return bridgePriority_; }
+  void bridgePriorityIs(std::uint16_t value) {
+    attributeIs(Id::bridgePriority, bridgePriority_, value);
+  }
+
+  static constexpr auto attributes = std::tuple{
+      Attribute{"bridgePriority", Id::bridgePriority, &MstiStatus::bridgePriority,
+                &MstiStatus::bridgePriorityIs},
+  };
+
+ private:
+  std::uint16_t bridgePriority_ = 32768;
+};
+
+/// The status of one spanning-tree instance: "Mst" for the one that runs MSTP.
+class STP_API StpiStatus final : public TypedEntity<StpiStatus> {
+ public:
+  enum class Id : Lumo::FieldId { stpiPortStatus = 261, mstiStatus = 262 };
+
+  ~StpiStatus() override;
+
+  /// The ports that take part, by name.
+  Collection<Lumo::String, StpiPortStatus> const& stpiPortStatus() const { return stpiPortStatus_; }
+  Lumo::Ptr<StpiPortStatus> stpiPortStatus(Lumo::String const& name) const {
+    return memberFind(stpiPortStatus_, name);
+  }
+  void stpiPortStatusIs(Lumo::String const& name, Lumo::Ptr<StpiPortStatus> const& member) {
+    memberIs(*this, Id::stpiPortStatus, stpiPortStatus_, name, member);
+  }
+  bool stpiPortStatusDel(Lumo::String const& name) {
+    return memberDel(*this, Id::stpiPortStatus, stpiPortStatus_, name);
+  }
+  void stpiPortStatusDelAll() { memberDelAll(*this, Id::stpiPortStatus, stpiPortStatus_); }
+
+  /// By MST instance name: "Cist", "MST1" to "MST4095".
+  Collection<Lumo::String, MstiStatus> const& mstiStatus() const { return mstiStatus_; }
+  Lumo::Ptr<MstiStatus> mstiStatus(Lumo::String const& name) const {
+    return memberFind(mstiStatus_, name);
+  }
+  void mstiStatusIs(Lumo::String const& name, Lumo::Ptr<MstiStatus> const& member) {
+    memberIs(*this, Id::mstiStatus, mstiStatus_, name, member);
+  }
+  bool mstiStatusDel(Lumo::String const& name) {
+    return memberDel(*this, Id::mstiStatus, mstiStatus_, name);
+  }
+  void mstiStatusDelAll() { memberDelAll(*this, Id::mstiStatus, mstiStatus_); }
+
+  static constexpr auto attributes = std::tuple{
+      collection<Lumo::String, StpiPortStatus>(
+          "stpiPortStatus", Id::stpiPortStatus, &StpiStatus::stpiPortStatus,
+          &StpiStatus::stpiPortStatusIs, &StpiStatus::stpiPortStatusDel,
+          &StpiStatus::stpiPortStatusDelAll),
+      collection<Lumo::String, MstiStatus>("mstiStatus", Id::mstiStatus, &StpiStatus::mstiStatus,
+                                           &StpiStatus::mstiStatusIs, &StpiStatus::mstiStatusDel,
+                                           &StpiStatus::mstiStatusDelAll),
+  };
+
+ private:
+  Collection<Lumo::String, StpiPortStatus> stpiPortStatus_;
+  Collection<Lumo::String, MstiStatus> mstiStatus_;
+};
+
+/// The bridge's status.
+class STP_API Status final : public TypedEntity<Status> {
+ public:
+  enum class Id : Lumo::FieldId { activeProtocol = 258, stpiStatus = 259 };
+
+  ~Status() override;
+
+  /// The protocol that runs.
+  Mode activeProtocol() const { return activeProtocol_; }
+  void activeProtocolIs(Mode value) { attributeIs(Id::activeProtocol, activeProtocol_, value); }
+
+  /// By instance name.
+  Collection<Lumo::String, StpiStatus> const& stpiStatus() const { return stpiStatus_; }
+  Lumo::Ptr<StpiStatus> stpiStatus(Lumo::String const& name) const {
+    return memberFind(stpiStatus_, name);
+  }
+  void stpiStatusIs(Lumo::String const& name, Lumo::Ptr<StpiStatus> const& member) {
+    memberIs(*this, Id::stpiStatus, stpiStatus_, name, member);
+  }
+  bool stpiStatusDel(Lumo::String const& name) {
+    return memberDel(*this, Id::stpiStatus, stpiStatus_, name);
+  }
+  void stpiStatusDelAll() { memberDelAll(*this, Id::stpiStatus, stpiStatus_); }
+
+  static constexpr auto attributes = std::tuple{
+      Attribute{"activeProtocol", Id::activeProtocol, &Status::activeProtocol,
+                &Status::activeProtocolIs},
+      collection<Lumo::String, StpiStatus>("stpiStatus", Id::stpiStatus, &Status::stpiStatus,
+                                           &Status::stpiStatusIs, &Status::stpiStatusDel,
+                                           &Status::stpiStatusDelAll),
+  };
+
+ private:
+  Mode activeProtocol_ = Mode::stp;
+  Collection<Lumo::String, StpiStatus> stpiStatus_;
+};
+
+/// The VLANs that exist on the switch.
+class STP_API VlanConfigDir final : public TypedEntity<VlanConfigDir> {
+ public:
+  enum class Id : Lumo::FieldId { vlanConfig = 258 };
+
+  ~VlanConfigDir() override;
+
+  /// A member means that the VLAN exists. Ids outside 1 to 4094 throw Lumo::RangeException.
+  VlanSet const& vlanConfig() const { return vlanConfig_; }
+  bool vlanConfig(std::uint16_t vlan) const { return vlanConfig_.contains(vlan); }
+  void vlanConfigIs(std::uint16_t vlan);
+  bool vlanConfigDel(std::uint16_t vlan);
+  void vlanConfigDelAll();
+
+  static constexpr auto attributes = std::tuple{
+      VlanAttribute{
+          "vlanConfig", Id::vlanConfig,
+          static_cast<VlanSet const& (VlanConfigDir::*)() const>(&VlanConfigDir::vlanConfig),
+          &VlanConfigDir::vlanConfigIs, &VlanConfigDir::vlanConfigDel,
+          &VlanConfigDir::vlanConfigDelAll},
+  };
+
+ private:
+  VlanSet vlanConfig_;
+};
+
+}  // namespace Stp

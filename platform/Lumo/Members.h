@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 namespace Lumo {
@@ -26,26 +27,27 @@ consteval bool takesInitialisers(std::index_sequence<I...>) {
   };
 }
 
-template <class Aggregate, std::size_t count = 0>
+// Counted from the top: members without a default need an initialiser each, so that fewer than all
+// would not do.
+template <class Aggregate, std::size_t count = 8>
 consteval std::size_t memberCount() {
-  if constexpr (takesInitialisers<Aggregate>(std::make_index_sequence<count + 1>())) {
-    return memberCount<Aggregate, count + 1>();
-  } else {
+  if constexpr (count == 0 || takesInitialisers<Aggregate>(std::make_index_sequence<count>())) {
     return count;
+  } else {
+    return memberCount<Aggregate, count - 1>();
   }
 }
 
 }  // namespace Impl
 
-/// The number of members of an aggregate.
+/// The number of members of an aggregate; at most eight.
 template <class Aggregate>
 inline constexpr std::size_t memberCount = Impl::memberCount<Aggregate>();
 
-/// References to all members, in declaration order; at most eight.
+/// References to all members, in declaration order.
 template <class Aggregate>
 constexpr auto membersOf(Aggregate& aggregate) {
   constexpr std::size_t count = memberCount<std::remove_const_t<Aggregate>>;
-  static_assert(count <= 8, "an aggregate of more than eight members");
   if constexpr (count == 0) {
     return std::tie();
   } else if constexpr (count == 1) {

@@ -9,7 +9,7 @@ VelTypeBase Node::typeData() const {
 }
 
 void Node::flagIs(std::uint64_t bit, bool value) noexcept {
-  if (((word_ & bit) != 0) != value) {
+  if (((countLoad(word_) & bit) != 0) != value) {
     if (value) {
       countAdd(word_, bit);
     } else {

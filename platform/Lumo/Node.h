@@ -32,13 +32,15 @@ class STP_API Node {
   virtual VelTypeBase typeData() const;
 
   /// The number of references held now.
-  std::uint64_t references() const noexcept { return word_ & referenceMask; }
+  std::uint64_t references() const noexcept { return countLoad(word_) & referenceMask; }
 
   /// Whether a reactor's subscriptions are switched on.
-  bool hasNotificationActive() const noexcept { return (word_ & notificationActiveBit) != 0; }
+  bool hasNotificationActive() const noexcept {
+    return (countLoad(word_) & notificationActiveBit) != 0;
+  }
 
   /// Whether the node is marked by the collector, a zombie: it then reacts to nothing.
-  bool markAndSweepFlag() const noexcept { return (word_ & markAndSweepBit) != 0; }
+  bool markAndSweepFlag() const noexcept { return (countLoad(word_) & markAndSweepBit) != 0; }
   void markAndSweepFlagSet(bool value) noexcept { flagIs(markAndSweepBit, value); }
 
   void referenceAdd() const noexcept { countAdd(word_, std::uint64_t{1}); }

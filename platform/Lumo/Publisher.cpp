@@ -13,11 +13,8 @@ namespace Lumo {
 /// The part of the ring that a notification still has to visit, from `next` to `last`.
 class Publisher::Cursor {
  public:
-  explicit Cursor(Publisher& publisher)
-      : publisher_(&publisher),
-        outer_(publisher.cursors_),
-        next_(publisher.ring_.next),
-        last_(publisher.ring_.previous) {
+  Cursor(Publisher& publisher, Impl::Link* next, Impl::Link* last)
+      : publisher_(&publisher), outer_(publisher.cursors_), next_(next), last_(last) {
     publisher.cursors_ = this;
   }
   Cursor(Cursor const&) = delete;
@@ -34,6 +31,7 @@ class Publisher::Cursor {
     return static_cast<Subscriber*>(visited);
   }
   bool atEnd() const { return next_ == nullptr; }
+  Subscriber* next() const { return static_cast<Subscriber*>(next_); }
 
   static void slotRemoved(Cursor* innermost, Impl::Link const* slot) {
     for (Cursor* cursor = innermost; cursor != nullptr; cursor = cursor->outer_) {
@@ -58,6 +56,32 @@ class Publisher::Cursor {
   Impl::Link* last_;
 };
 
+/// Passes present values on to one slot as long as that is subscribed. The entity calls the slot
+/// of the relay, which outlives whatever the subscriber does to its own.
+class Publisher::Relay {
+ public:
+  Relay(Publisher& publisher, Subscriber& slot) : cursor_(publisher, &slot, &slot) {
+    slot_.routineIs(&pass, this);
+  }
+  Relay(Relay const&) = delete;
+  Relay& operator=(Relay const&) = delete;
+  ~Relay() { slot_.routineIs(nullptr, nullptr); }
+
+  Subscriber& slot() { return slot_; }
+
+ private:
+  static void pass(Publisher* publisher, Subscriber* relay, FieldId field, void const* oldValue,
+                   void const* newValue) {
+    Subscriber* const slot = static_cast<Relay*>(relay->owner())->cursor_.next();
+    if (slot != nullptr) {
+      slot->routine_(publisher, slot, field, oldValue, newValue);
+    }
+  }
+
+  Cursor cursor_;
+  Subscriber slot_;
+};
+
 void Subscriber::destroyedWhileSubscribed() noexcept {
   Base::assertionFailed("!subscribed()", __FILE__, __LINE__, "Lumo::Subscriber::~Subscriber()");
 }
@@ -80,11 +104,16 @@ void Publisher::subscriberAdd(Subscriber& slot, bool notifyPresent) {
   ring_.previous->next = &slot;
   ring_.previous = &slot;
   if (notifyPresent && entity_ != nullptr) {
-    entity_->presentValuesNotify(slot);
+    Relay relay(*this, slot);
+    entity_->presentValuesNotify(relay.slot());
   }
 }
 
 void Publisher::subscriberRemove(Subscriber& slot) noexcept {
+  if (slot.next == nullptr) [[unlikely]] {
+    Base::assertionFailed("slot.next != nullptr", __FILE__, __LINE__,
+                          "void Lumo::Publisher::subscriberRemove(Lumo::Subscriber&)");
+  }
   if (cursors_ != nullptr) [[unlikely]] {
     Cursor::slotRemoved(cursors_, &slot);
   }
@@ -96,7 +125,7 @@ void Publisher::subscriberRemove(Subscriber& slot) noexcept {
 }
 
 void Publisher::publishToAll(FieldId field, void const* oldValue, void const* newValue) {
-  Cursor cursor(*this);
+  Cursor cursor(*this, ring_.next, ring_.previous);
   while (!cursor.atEnd()) {
     Subscriber* const slot = cursor.advance();
     slot->routine_(this, slot, field, oldValue, newValue);

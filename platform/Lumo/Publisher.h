@@ -84,7 +84,7 @@ class STP_API Publisher {
   ~Publisher();
 
   /// Subscribes a prepared slot that is not subscribed yet. With `notifyPresent` it is first
-  /// called for each present value of the entity, as for a change.
+  /// called for each present value of the entity, as for a change, as long as it stays subscribed.
   void subscriberAdd(Subscriber& slot, bool notifyPresent);
 
   /// Ends the subscription of a slot of this publisher and empties it.
@@ -110,6 +110,7 @@ class STP_API Publisher {
  private:
   friend class Subscriber;
   class Cursor;
+  class Relay;
 
   void publishToAll(FieldId field, void const* oldValue, void const* newValue);
 

@@ -58,10 +58,8 @@ class STP_API String {
   /// A dense number for this non-empty name, given at the first call and kept, with the text, for
   /// the life of the process. Throws RangeException for the empty name.
   std::uint32_t ordinal() const {
-    if (text_ != nullptr && text_->ordinal != noOrdinal) [[likely]] {
-      return text_->ordinal;
-    }
-    return ordinalAssign();
+    std::uint32_t const known = text_ == nullptr ? noOrdinal : countLoad(text_->ordinal);
+    return known != noOrdinal ? known : ordinalAssign();
   }
 
   /// The name that has this number; throws RangeException for a number that no name has.

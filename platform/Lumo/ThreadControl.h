@@ -17,6 +17,13 @@ class STP_API ThreadControl {
   static bool tsp_;
 };
 
+/// Reads a shared word. What a thread did before it released its reference is visible to the one
+/// that sees the count without it.
+template <std::unsigned_integral Word>
+inline Word countLoad(Word& word) noexcept {
+  return std::atomic_ref<Word>(word).load(std::memory_order_acquire);
+}
+
 /// Adds `amount` to a shared word and returns what it held before.
 template <std::unsigned_integral Word>
 inline Word countAdd(Word& word, Word amount) noexcept {

@@ -7,9 +7,11 @@ namespace Vel {
 namespace {
 
 std::string describe(Lumo::VelTypeBase type, Lumo::FieldId field) {
-  Lumo::ClassInspectData const& classData = type.module->classes[type.classIndex];
-  Lumo::FieldDescriptor const* const descriptor = classData.field(field);
-  return std::string(classData.name) + " exists with another " +
+  Lumo::ClassInspectData const* const classData =
+      type.module == nullptr ? nullptr : &type.module->classes[type.classIndex];
+  Lumo::FieldDescriptor const* const descriptor =
+      classData == nullptr ? nullptr : classData->field(field);
+  return std::string(classData == nullptr ? "a child" : classData->name) + " exists with another " +
          (descriptor == nullptr ? std::to_string(field) : std::string(descriptor->name)) +
          " (field " + std::to_string(field) + "): it can't be instantiated again";
 }

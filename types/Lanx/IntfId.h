@@ -20,6 +20,13 @@ class IntfId {
     }
   }
 
+  /// The id of `name`, from a new one.
+  static IntfId of(Lumo::String const& name) {
+    IntfId id;
+    id.handleInitialized(name);
+    return id;
+  }
+
   /// The name; the empty one for the invalid id.
   Lumo::String stringValue() const {
     return valid() ? Lumo::String::ofOrdinal(value_) : Lumo::String();

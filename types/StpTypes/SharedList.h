@@ -22,11 +22,11 @@ namespace Stp {
 /// another member from costing the length of the list. Elements come from the slabs.
 template <class T>
 class SharedList {
-  static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 8);
+  static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 8 && sizeof(T) <= 48);
 
  public:
   SharedList() = default;
-  SharedList(std::initializer_list<T> elements) {
+  SharedList(std::initializer_list<T> elements) : SharedList() {
     for (T const& element : elements) {
       push(element);
     }
@@ -64,16 +64,26 @@ class SharedList {
   /// Appends one element; a list that shares its elements first takes its own copy of them.
   void push(T const& element) {
     T const added = element;  // it may lie in this very list
-    if (block_ == nullptr || block_->references != 1 || block_->size == block_->capacity) {
+    if (block_ == nullptr || !unique() || block_->size == block_->capacity) {
       grow();
     }
     new (first() + block_->size) T(added);
     ++block_->size;
   }
 
+  /// Replaces the last element of a list that is not empty.
+  void lastIs(T const& element) {
+    T const last = element;
+    (*this)[size() - 1];
+    if (!unique()) {
+      grow();
+    }
+    new (first() + block_->size - 1) T(last);
+  }
+
   /// Empties the list; it keeps its room unless that is shared.
   void clear() noexcept {
-    if (block_ != nullptr && block_->references == 1) {
+    if (block_ != nullptr && unique()) {
       block_->size = 0;
     } else {
       release();
@@ -94,6 +104,7 @@ class SharedList {
 
   static std::size_t bytes(std::size_t capacity) { return sizeof(Block) + capacity * sizeof(T); }
   T* first() const noexcept { return reinterpret_cast<T*>(block_ + 1); }
+  bool unique() const noexcept { return Lumo::countLoad(block_->references) == 1; }
 
   void grow() {
     std::size_t const capacity = std::max<std::size_t>(size() * 2, 48 / sizeof(T));

@@ -1,0 +1,166 @@
+// The interface configuration mirrors: which interfaces /stp/interfaces has a configuration for,
+// and what each one's configuration says.
+//
+//   OCInterfaceConfigDirSm    the directory: one interface a configured port, and one an external
+//    |                        port, which only the status of an instance lists
+//    +- OCPortConfigSm        by port: its settings
+//    +- OCStpiStatusConfigSm  by instance: the external ports that come and go there
+#pragma once
+
+#include <cstdint>
+#include <tuple>
+
+#include "Base/Api.h"
+#include "Stp/Reactor.h"
+#include "StpTypes/Input.h"
+#include "StpTypes/OpenConfigConfig.h"
+#include "StpTypes/Status.h"
+
+namespace Stp {
+
+struct STP_API OCPortConfigSmAttributes {
+  static constexpr std::uint16_t classIndex = 3;
+
+  Key name;
+  Source<"portConfig", Input::PortConfig const> portConfig;
+  Target<"externalIntf", OCInterface> externalIntf;
+};
+
+/// Keeps the edge port, BPDU guard and link type of one interface equal to the port's input
+/// configuration. Every update refreshes the record's name.
+class STP_API OCPortConfigSm final : public Reactor<OCPortConfigSm, OCPortConfigSmAttributes> {
+ public:
+  /// Writes the edge port alone: link type and BPDU guard follow only when they change later.
+  OCPortConfigSm(Lumo::String const& name, Lumo::Ptr<Input::PortConfig const> const& portConfig,
+                 Lumo::Ptr<OCInterface> const& externalIntf);
+
+  static constexpr auto OCPortConfigSmIs = &create;
+  static constexpr auto portConfigDispatch = &dispatch<Input::PortConfig>;
+
+  void handleInitialized();
+  void handleEdgePort();
+  void handleBpduguard();
+  void handleLinkType();
+
+  static constexpr auto operations = std::tuple{
+      Op{"handleInitialized", &Self::handleInitialized},
+      Op{"handleEdgePort", &Self::handleEdgePort, Input::PortConfig::Id::edgePortEnable,
+         Input::PortConfig::Id::edgePortAuto, Input::PortConfig::Id::edgePortDisable},
+      Op{"handleBpduguard", &Self::handleBpduguard, Input::PortConfig::Id::bpduguard},
+      Op{"handleLinkType", &Self::handleLinkType, Input::PortConfig::Id::linkType},
+  };
+
+ private:
+  template <class Edit>
+  void amend(Edit edit);
+};
+
+/// A new, active mirror of one port's settings.
+STP_API Lumo::Ptr<OCPortConfigSm> oCPortConfigSmFactory(
+    Lumo::String const& name, Lumo::Ptr<Input::PortConfig const> const& portConfig,
+    Lumo::Ptr<OCInterface> const& externalIntf);
+
+struct STP_API OCStpiStatusConfigSmAttributes {
+  static constexpr std::uint16_t classIndex = 4;
+
+  Key name;
+  Held<"stpInputConfig", Input::Config const> stpInputConfig;
+  Source<"stpiStatus", StpiStatus const> stpiStatus;
+  Target<"externalIntfConfigDir", OCInterfaceConfigDir> externalIntfConfigDir;
+};
+
+/// Gives every port that an instance lists an interface, and takes it from those that neither the
+/// instance lists nor the operator configured.
+class STP_API OCStpiStatusConfigSm final
+    : public Reactor<OCStpiStatusConfigSm, OCStpiStatusConfigSmAttributes> {
+ public:
+  OCStpiStatusConfigSm(Lumo::String const& name,
+                       Lumo::Ptr<Input::Config const> const& stpInputConfig,
+                       Lumo::Ptr<StpiStatus const> const& stpiStatus,
+                       Lumo::Ptr<OCInterfaceConfigDir> const& externalIntfConfigDir);
+
+  static constexpr auto OCStpiStatusConfigSmIs = &create;
+  static constexpr auto stpiStatusDispatch = &dispatch<StpiStatus>;
+
+  void handleInitialized();
+  void handleStpiPortStatusConfig(Lumo::String const& portName);
+
+  static constexpr auto operations = std::tuple{
+      Op{"handleInitialized", &Self::handleInitialized},
+      Op{"handleStpiPortStatusConfig", &Self::handleStpiPortStatusConfig,
+         StpiStatus::Id::stpiPortStatus},
+  };
+};
+
+struct STP_API OCInterfaceConfigDirSmAttributes {
+  static constexpr std::uint16_t classIndex = 5;
+
+  Source<"stpInputConfig", Input::Config const> stpInputConfig;
+  Source<"stpStatus", Status> stpStatus;  // only watched and read
+  Target<"externalIntfConfigDir", OCInterfaceConfigDir> externalIntfConfigDir;
+  Children<"portConfigSm", OCPortConfigSm> portConfigSm;
+  Children<"stpiStatusConfigSm", OCStpiStatusConfigSm> stpiStatusConfigSm;
+};
+
+/// Keeps the directory of interface configurations.
+class STP_API OCInterfaceConfigDirSm final
+    : public Reactor<OCInterfaceConfigDirSm, OCInterfaceConfigDirSmAttributes> {
+ public:
+  /// Removes what an earlier run left and nothing backs, then brings in every configured port and
+  /// every instance. Input configuration and status must be present.
+  OCInterfaceConfigDirSm(Lumo::Ptr<Input::Config const> const& stpInputConfig,
+                         Lumo::Ptr<Status> const& stpStatus,
+                         Lumo::Ptr<OCInterfaceConfigDir> const& externalIntfConfigDir);
+
+  static constexpr auto OCInterfaceConfigDirSmIs = &create;
+  static constexpr auto stpInputConfigDispatch = &dispatch<Input::Config>;
+  static constexpr auto stpStatusDispatch = &dispatch<Status>;
+
+  using HN_PortConfigSm = Children<"portConfigSm", OCPortConfigSm>::Set::Node;
+  using HN_StpiStatusConfigSm = Children<"stpiStatusConfigSm", OCStpiStatusConfigSm>::Set::Node;
+
+  void handleInitialized();
+  void handleInterface(Lumo::String const& portName);
+  void handleStpiStatusConfig(Lumo::String const& stpiName);
+
+  /// Deletes the interfaces that are neither configured nor listed by any instance.
+  void maybeCleanUpExternalIntfConfigs();
+
+  Lumo::Ptr<OCPortConfigSm> portConfigSmIs(Lumo::String const& name,
+                                           Lumo::Ptr<Input::PortConfig const> const& portConfig,
+                                           Lumo::Ptr<OCInterface> const& externalIntf) {
+    return portConfigSm.is(name, portConfig, externalIntf);
+  }
+  Lumo::Ptr<OCPortConfigSm> portConfigSmDel(Lumo::String const& name) {
+    return portConfigSm.del(name);
+  }
+  void portConfigSmDelAll() { portConfigSm.delAll(); }
+
+  Lumo::Ptr<OCStpiStatusConfigSm> stpiStatusConfigSmIs(
+      Lumo::String const& name, Lumo::Ptr<Input::Config const> const& inputConfig,
+      Lumo::Ptr<StpiStatus const> const& stpiStatus,
+      Lumo::Ptr<OCInterfaceConfigDir> const& intfConfigDir) {
+    return stpiStatusConfigSm.is(name, inputConfig, stpiStatus, intfConfigDir);
+  }
+  Lumo::Ptr<OCStpiStatusConfigSm> stpiStatusConfigSmDel(Lumo::String const& name) {
+    return stpiStatusConfigSm.del(name);
+  }
+  void stpiStatusConfigSmDelAll() { stpiStatusConfigSm.delAll(); }
+
+  static constexpr auto operations = std::tuple{
+      Op{"handleInitialized", &Self::handleInitialized},
+      Op{"handleInterface", &Self::handleInterface, Input::Config::Id::portConfig},
+      Op{"handleStpiStatusConfig", &Self::handleStpiStatusConfig, Status::Id::stpiStatus},
+      Op{"maybeCleanUpExternalIntfConfigs", &Self::maybeCleanUpExternalIntfConfigs},
+  };
+
+ private:
+  bool anyInstanceLists(Lumo::String const& portName) const;
+};
+
+/// A new, active mirror of the interface configurations.
+STP_API Lumo::Ptr<OCInterfaceConfigDirSm> oCInterfaceConfigDirSmFactory(
+    Lumo::Ptr<Input::Config const> const& stpInputConfig, Lumo::Ptr<Status> const& stpStatus,
+    Lumo::Ptr<OCInterfaceConfigDir> const& externalIntfConfigDir);
+
+}  // namespace Stp

@@ -1,0 +1,182 @@
+// The MSTP state mirrors: the running MST instances, their bridge priorities and their VLANs, as
+// /stp/mstp/mst-instances state.
+//
+//   OCMstpMainStateSm     rebuilds the whole directory when the trigger's counter changes
+//    +- OCMstpTrigger     the counter
+//    +- OCMstSm           bumps it when the MST instances of "Mst" come and go
+//    +- OCMstiStatusSm    by MST instance: bumps it when the bridge priority changes
+//
+// A bump is delivered at once: the rebuild has run when `triggerInc` returns, and may have dropped
+// the very leaf that bumped.
+#pragma once
+
+#include <cstdint>
+#include <tuple>
+
+#include "Base/Api.h"
+#include "Lumo/Publisher.h"
+#include "Stp/Reactor.h"
+#include "StpTypes/OpenConfigState.h"
+#include "StpTypes/Status.h"
+
+namespace Stp {
+
+struct STP_API OCMstpTriggerAttributes {
+  static constexpr std::uint16_t classIndex = 12;
+
+  Value<"counter", std::uint8_t> counter_;
+};
+
+/// A change counter that can be watched. Its value means nothing beyond that it changed.
+class STP_API OCMstpTrigger final : public Reactor<OCMstpTrigger, OCMstpTriggerAttributes> {
+ public:
+  enum class Id : Lumo::FieldId { counter = 130 };
+
+  OCMstpTrigger();
+
+  std::uint8_t counter() const noexcept { return counter_.value; }
+
+  /// Announces a change, with the old counter, unless the counter has the value already.
+  void counterIs(std::uint8_t value);
+
+  /// Adds modulo 256.
+  void counterInc(std::uint8_t delta);
+
+  Lumo::Publisher& publisher() noexcept { return publisher_; }
+
+  static constexpr std::tuple<> operations{};
+
+ private:
+  Lumo::Publisher publisher_;
+};
+
+struct STP_API OCMstSmAttributes {
+  static constexpr std::uint16_t classIndex = 13;
+
+  Source<"stpiStatus", StpiStatus const> stpiStatus;
+  Held<"ocMstpTrigger", OCMstpTrigger> ocMstpTrigger;
+};
+
+/// Bumps the trigger when the MST instances of one spanning-tree instance change.
+class STP_API OCMstSm final : public Reactor<OCMstSm, OCMstSmAttributes> {
+ public:
+  /// Bumps nothing yet. The trigger must be present.
+  OCMstSm(Lumo::Ptr<StpiStatus const> const& stpiStatus,
+          Lumo::Ptr<OCMstpTrigger> const& ocMstpTrigger);
+
+  static constexpr auto OCMstSmIs = &create;
+  static constexpr auto stpiStatusDispatch = &dispatch<StpiStatus>;
+
+  void triggerInc();
+
+  static constexpr auto operations = std::tuple{
+      Op{"triggerInc", &Self::triggerInc, StpiStatus::Id::mstiStatus},
+  };
+};
+
+/// A new, active watcher of one spanning-tree instance.
+STP_API Lumo::Ptr<OCMstSm> oCMstSmFactory(Lumo::Ptr<StpiStatus const> const& stpiStatus,
+                                          Lumo::Ptr<OCMstpTrigger> const& ocMstpTrigger);
+
+struct STP_API OCMstiStatusSmAttributes {
+  static constexpr std::uint16_t classIndex = 14;
+
+  Key name;
+  Source<"mstiStatus", MstiStatus const> mstiStatus;
+  Held<"ocMstpTrigger", OCMstpTrigger> ocMstpTrigger;
+};
+
+/// Bumps the trigger when the bridge priority of one MST instance changes.
+class STP_API OCMstiStatusSm final : public Reactor<OCMstiStatusSm, OCMstiStatusSmAttributes> {
+ public:
+  /// Bumps nothing yet. The trigger must be present.
+  OCMstiStatusSm(Lumo::String const& name, Lumo::Ptr<MstiStatus const> const& mstiStatus,
+                 Lumo::Ptr<OCMstpTrigger> const& ocMstpTrigger);
+
+  static constexpr auto OCMstiStatusSmIs = &create;
+  static constexpr auto mstiStatusDispatch = &dispatch<MstiStatus>;
+
+  void triggerInc();
+
+  static constexpr auto operations = std::tuple{
+      Op{"triggerInc", &Self::triggerInc, MstiStatus::Id::bridgePriority},
+  };
+};
+
+/// A new, active watcher of one MST instance.
+STP_API Lumo::Ptr<OCMstiStatusSm> oCMstiStatusSmFactory(
+    Lumo::String const& name, Lumo::Ptr<MstiStatus const> const& mstiStatus,
+    Lumo::Ptr<OCMstpTrigger> const& ocMstpTrigger);
+
+struct STP_API OCMstpMainStateSmAttributes {
+  static constexpr std::uint16_t classIndex = 15;
+
+  Source<"stpConfig", Config const> stpConfig;
+  Source<"stpStatus", Status const> stpStatus;
+  Target<"ocMstiStateDir", OCMstiStateDir> ocMstiStateDir;
+  WatchedChild<"ocMstpTrigger", OCMstpTrigger> ocMstpTrigger;
+  Child<"ocMstSm", OCMstSm> ocMstSm;
+  Children<"ocMstiStatusSm", OCMstiStatusSm> ocMstiStatusSm;
+};
+
+/// Keeps the MST instance state: VLAN lists from the running configuration, bridge priorities from
+/// the status, each written without touching the other.
+class STP_API OCMstpMainStateSm final
+    : public Reactor<OCMstpMainStateSm, OCMstpMainStateSmAttributes> {
+ public:
+  /// Configuration and status must be present.
+  OCMstpMainStateSm(Lumo::Ptr<Config const> const& stpConfig,
+                    Lumo::Ptr<Status const> const& stpStatus,
+                    Lumo::Ptr<OCMstiStateDir> const& ocMstiStateDir);
+
+  static constexpr auto OCMstpMainStateSmIs = &create;
+  static constexpr auto stpConfigDispatch = &dispatch<Config>;
+  static constexpr auto stpStatusDispatch = &dispatch<Status>;
+  static constexpr auto ocMstpTriggerDispatch = &dispatch<OCMstpTrigger>;
+
+  void handleInitialized();
+
+  /// Rebuilds the directory in one pass. Throws Lumo::RangeException for a bridge priority above
+  /// 61440 or an instance id above 4095 in the directory; what was stored before stays.
+  void update();
+  void triggerInc();
+
+  /// A fresh trigger in the place of any other, watched.
+  Lumo::Ptr<OCMstpTrigger> ocMstpTriggerIs();
+  Lumo::Ptr<OCMstpTrigger> ocMstpTriggerDel() { return ocMstpTrigger.replace(nullptr); }
+
+  Lumo::Ptr<OCMstSm> ocMstSmIs(Lumo::Ptr<StpiStatus const> const& stpiStatus,
+                               Lumo::Ptr<OCMstpTrigger> const& trigger) {
+    return ocMstSm.is(stpiStatus, trigger);
+  }
+  Lumo::Ptr<OCMstSm> ocMstSmDel() { return ocMstSm.del(); }
+
+  Lumo::Ptr<OCMstiStatusSm> ocMstiStatusSmIs(Lumo::String const& mstiName,
+                                             Lumo::Ptr<MstiStatus const> const& mstiStatus,
+                                             Lumo::Ptr<OCMstpTrigger> const& trigger) {
+    return ocMstiStatusSm.is(mstiName, mstiStatus, trigger);
+  }
+  Lumo::Ptr<OCMstiStatusSm> ocMstiStatusSmDel(Lumo::String const& mstiName) {
+    return ocMstiStatusSm.del(mstiName);
+  }
+  void ocMstiStatusSmDelAll() { ocMstiStatusSm.delAll(); }
+
+  static constexpr auto operations = std::tuple{
+      Op{"handleInitialized", &Self::handleInitialized},
+      Op{"update", &Self::update, OCMstpTrigger::Id::counter},
+      Op{"triggerInc", &Self::triggerInc, Config::Id::mstConfig, Status::Id::activeProtocol,
+         Status::Id::stpiStatus},
+  };
+
+ private:
+  void leavesDel();
+  void clearDirectory();
+  void prioritiesIs(StpiStatus const& mst);
+};
+
+/// A new, active mirror of the MSTP state.
+STP_API Lumo::Ptr<OCMstpMainStateSm> oCMstpMainStateSmFactory(
+    Lumo::Ptr<Config const> const& stpConfig, Lumo::Ptr<Status const> const& stpStatus,
+    Lumo::Ptr<OCMstiStateDir> const& ocMstiStateDir);
+
+}  // namespace Stp

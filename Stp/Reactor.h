@@ -1,0 +1,395 @@
+// The frame that all classes of the module share.
+//
+// A reactor watches source entities, reacts to changes of their attributes, and writes target
+// entities. A class says what it is made of in an aggregate of attributes (Attributes.h) and what
+// it does when in its table `operations` (Operation.h):
+//
+//   struct ThingSmAttributes {
+//     static constexpr std::uint16_t classIndex = 16;
+//     Key name;
+//     Source<"thing", Thing const> thing;
+//     Target<"ocThing", OCThing> ocThing;
+//   };
+//   class ThingSm final : public Reactor<ThingSm, ThingSmAttributes> { ... operations ... };
+//
+// From the two the frame derives the constructor's and the creator's signature, subscription and
+// activation, the dispatch of a change to the handlers, the comparison of a child's arguments,
+// tear-down, allocation counts and the type registry. A class writes its handlers, a constructor
+// that passes its arguments on and then calls `synchronise`, and its free factory.
+//
+// Life: constructed (subscribed and synchronised), active, inactive, zombie, destroyed. A change
+// that comes while the mark-and-sweep flag is set is dropped. Handlers run on the one notification
+// thread; whatever they write may drop the reactor from inside, so a handler of a leaf touches
+// nothing of its own after its last write, and the frame holds reactors that go on after one.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "Base/Api.h"
+#include "Lumo/Members.h"
+#include "Lumo/Node.h"
+#include "Lumo/Ptr.h"
+#include "Lumo/SubscriberScopeGuard.h"
+#include "Stp/Attributes.h"
+#include "Stp/HandlerTrace.h"
+#include "Stp/Module.h"
+#include "Stp/Operation.h"
+#include "Stp/Tracked.h"
+#include "Vel/Reinstantiation.h"
+
+namespace Stp {
+
+namespace Impl {
+
+template <class... Types>
+struct TypeList {};
+
+template <class Member>
+inline constexpr bool isArgument = Member::kind <= Lumo::FieldKind::target;
+template <class Member>
+inline constexpr bool isSource = Member::kind == Lumo::FieldKind::source;
+template <class Member>
+inline constexpr bool isChildren =
+    Member::kind == Lumo::FieldKind::children || Member::kind == Lumo::FieldKind::child;
+
+// Splits the members into arguments and what the object makes itself: children, plain values.
+template <class Arguments, class Own, class... Members>
+struct Split;
+template <class... A, class... C>
+struct Split<TypeList<A...>, TypeList<C...>> {
+  using Arguments = TypeList<A...>;
+  using Own = TypeList<C...>;
+};
+template <class... A, class... C, class Member, class... Rest>
+struct Split<TypeList<A...>, TypeList<C...>, Member, Rest...>
+    : std::conditional_t<isArgument<Member>, Split<TypeList<A..., Member>, TypeList<C...>, Rest...>,
+                         Split<TypeList<A...>, TypeList<C..., Member>, Rest...>> {};
+
+template <class References>
+struct SplitReferences;
+template <class... Members>
+struct SplitReferences<std::tuple<Members&...>> : Split<TypeList<>, TypeList<>, Members...> {};
+
+template <class Attributes>
+using SplitAttributes = SplitReferences<decltype(Lumo::membersOf(std::declval<Attributes&>()))>;
+
+}  // namespace Impl
+
+template <class Derived, class Attributes,
+          class Arguments = typename Impl::SplitAttributes<Attributes>::Arguments,
+          class Own = typename Impl::SplitAttributes<Attributes>::Own>
+class Reactor;
+
+template <class Derived, class Attributes, class... Argument, class... OwnMember>
+class STP_API
+    Reactor<Derived, Attributes, Impl::TypeList<Argument...>, Impl::TypeList<OwnMember...>>
+    : public Lumo::Node, public Tracked<Derived>, protected Attributes {
+ public:
+  using Self = Derived;
+  using AttributeList = Attributes;
+  using ArgumentList = Impl::TypeList<Argument...>;
+
+  static constexpr bool isKeyed = (std::is_same_v<Argument, Key> || ...);
+  static constexpr bool isReactive = (Impl::isSource<Argument> || ...);
+  static constexpr bool hasChildren = (Impl::isChildren<OwnMember> || ...);
+
+  /// The name of the class without its namespace.
+  static constexpr std::string_view className() {
+    constexpr std::string_view qualified = Lumo::typeName<Derived>();
+    return qualified.substr(qualified.rfind(':') + 1);
+  }
+
+  /// A new reactor, active; the arguments are those of the constructor. Any entity may be absent:
+  /// an absent source is not watched. What the initial synchronisation throws passes, and nothing
+  /// of the reactor remains.
+  static Lumo::Ptr<Derived> create(typename Argument::Argument const&... arguments) {
+    Lumo::Ptr<Derived> reactor = construct(arguments...);
+    reactor->hasNotificationActiveIs(true);
+    return reactor;
+  }
+
+  /// The same for a class that is never activated.
+  static Lumo::Ptr<Derived> construct(typename Argument::Argument const&... arguments) {
+    return Lumo::Ptr<Derived>::adopt(new Derived(arguments...));
+  }
+
+  Lumo::VelTypeBase typeData() const override {
+    return {&_StpOpenConfigSm_a888b7c7e663556e_velModule, Attributes::classIndex};
+  }
+
+  /// "[NAME]"
+  std::string keyInfo() const requires isKeyed { return keyText(); }
+
+  /// Sets or clears the mark-and-sweep flag of this reactor alone.
+  void velDoZombieReactors(bool value) noexcept {
+    if (markAndSweepFlag() != value) {
+      markAndSweepFlagSet(value);
+    }
+  }
+
+  /// Switches the subscriptions on or off, here and in all children. No handler of this reactor
+  /// runs meanwhile.
+  void hasNotificationActiveIs(bool value) requires isReactive {
+    if (value == hasNotificationActive()) {
+      return;
+    }
+    Lumo::hasNotificationActiveSet(*this, value);
+    bool const zombie = markAndSweepFlag();
+    markAndSweepFlagSet(true);
+    eachMember([&](auto& member) { this->activeIs(member, value); });
+    markAndSweepFlagSet(zombie);
+  }
+
+  /// Takes all subscriptions back.
+  void unsubscribe() noexcept {
+    eachMember([](auto& member) {
+      if constexpr (requires { member.unsubscribe(); }) {
+        member.unsubscribe();
+      }
+    });
+  }
+
+  /// Throws Vel::ReinstantiationException for the first of the given arguments, in the order of
+  /// the constructor and without the name, that is another entity than the stored one.
+  template <class... Given>
+  void requireMadeFrom(Given const&... given) const {
+    std::array<Lumo::Node const*, sizeof...(Given)> const asked{given.get()...};
+    auto const stored = entities();
+    static_assert(asked.size() == stored.size());
+    for (std::size_t at = 0; at < stored.size(); ++at) {
+      if (stored[at] != asked[at]) {
+        Vel::Impl::throwMutatorReinstantiating(
+            typeData(), static_cast<Lumo::FieldId>(firstField + (isKeyed ? 1 : 0) + at), stored[at],
+            asked[at]);
+      }
+    }
+  }
+
+  /// Whether it was made from just these entities.
+  template <class... Given>
+  bool isMadeFrom(Given const&... given) const {
+    return entities() == std::array<Lumo::Node const*, sizeof...(Given)>{given.get()...};
+  }
+
+  /// Calls `visit(member)` for every attribute, in order.
+  template <class Visit>
+  void eachMember(Visit visit) {
+    std::apply([&](auto&... member) { (visit(member), ...); },
+               Lumo::membersOf(static_cast<Attributes&>(*this)));
+  }
+
+  /// The routine for changes of a source: runs the handlers of the operations that list the
+  /// changed attribute. Where there are several, the reactor is held meanwhile and its
+  /// mark-and-sweep flag looked at before each; it is held as well if it has children, since it
+  /// then goes on with them after it has written. An exception that escapes a handler ends the
+  /// process.
+  template <class Entity>
+  __attribute__((visibility("hidden"))) static void dispatch(Lumo::Publisher* /*publisher*/,
+                                                             Lumo::Subscriber* slot,
+                                                             Lumo::FieldId field,
+                                                             void const* oldValueOrKey,
+                                                             void const* /*newValue*/) noexcept {
+    auto* const reactor = static_cast<Reactor*>(slot->owner());
+    if (!reactor->markAndSweepFlag()) {
+      runListed<typename Entity::Id>(
+          static_cast<Derived&>(*reactor), field, oldValueOrKey,
+          std::make_index_sequence<watchedFields<typename Entity::Id>().count>());
+    }
+  }
+
+ protected:
+  explicit Reactor(typename Argument::Argument const&... arguments)
+      : Attributes{arguments..., OwnMember()...} {
+    eachMember([this](auto& member) { this->subscribe(member); });
+  }
+
+  ~Reactor() override {
+    if constexpr (isReactive) {
+      hasNotificationActiveIs(false);
+    } else {
+      Lumo::hasNotificationActiveSet(*this, false);
+    }
+    velDoZombieReactors(true);
+    unsubscribe();
+    eachMember([](auto& member) {
+      if constexpr (requires { member.delAll(); }) {
+        member.delAll();
+      }
+    });
+  }
+
+  /// The end of a constructor: runs the given handlers in order. If one throws, the subscriptions
+  /// are taken back first of all.
+  template <class... Handler>
+  void synchronise(Handler... handlers) {
+    Lumo::SubscriberScopeGuard const guard(*this);
+    ((static_cast<Derived&>(*this).*handlers)(), ...);
+  }
+
+  /// Subscribes to the entity of a watched member, if there is one; nothing for other members.
+  template <class Member>
+  void subscribe(Member& member) {
+    if constexpr (requires {
+                    typename Member::Entity;
+                    member.subscribe(nullptr, nullptr);
+                  }) {
+      member.subscribe(&dispatch<typename Member::Entity>, this);
+    }
+  }
+
+  /// Copies the target's present record, lets `edit` change its own members, and stores the whole
+  /// record: one change of the target. The target is held meanwhile.
+  template <class Entity, class Edit>
+  static void rewrite(Lumo::Ptr<Entity> const& target, Edit edit) {
+    Lumo::Ptr<Entity> const held = target;
+    if constexpr (requires { held->configIs(held->config()); }) {
+      auto record = held->config();
+      edit(record);
+      held->configIs(record);
+    } else {
+      auto record = held->state();
+      edit(record);
+      held->stateIs(record);
+    }
+  }
+
+  /// Opens the trace of a handler; the scope of the result is the traced block. The name must be
+  /// that of an operation, with a parameter list where the fast trace's message has it. `text` is
+  /// streamed after the common prefix; a callable is called with the stream.
+  template <Lumo::FixedString handler, unsigned line, class... Text>
+  Impl::HandlerTrace trace(Text const&... text) const {
+    static constexpr Impl::TraceSite site{className(), handler.view(), line};
+    static_assert(hasOperation(site.handlerName()), "no operation of this class has this name");
+    static constinit int messageId = 0;
+    return Impl::HandlerTrace(site, messageId, [&](std::ostream& out) {
+      out << className() << keyText() << "::" << site.handlerName() << "() ";
+      (streamText(out, text), ...);
+    });
+  }
+
+ private:
+  struct Fields {
+    std::array<Lumo::FieldId, 16> ids{};
+    std::size_t count = 0;
+  };
+
+  std::string keyText() const {
+    if constexpr (isKeyed) {
+      return "[" + Attributes::name.toString() + "]";
+    } else {
+      return {};
+    }
+  }
+
+  template <class Text>
+  static void streamText(std::ostream& out, Text const& text) {
+    if constexpr (std::is_invocable_v<Text const&, std::ostream&>) {
+      text(out);
+    } else {
+      out << text;
+    }
+  }
+
+  static consteval bool hasOperation(std::string_view name) {
+    return std::apply([&](auto const&... row) { return ((row.name == name) || ...); },
+                      Derived::operations);
+  }
+
+  template <class Member>
+  void activeIs(Member& member, bool value) {
+    if constexpr (requires { member.activeIs(value); }) {
+      member.activeIs(value);
+    } else if constexpr (requires { member.unsubscribe(); }) {
+      if (value) {
+        subscribe(member);
+      } else {
+        member.unsubscribe();
+      }
+    }
+  }
+
+  // The stored entities, in the order of the arguments.
+  auto entities() const {
+    std::array<Lumo::Node const*, sizeof...(Argument) - (isKeyed ? 1 : 0)> stored{};
+    std::size_t count = 0;
+    auto const add = [&](auto const& member) {
+      using Member = std::remove_cvref_t<decltype(member)>;
+      if constexpr (Impl::isArgument<Member> && Member::kind != Lumo::FieldKind::key) {
+        stored.at(count++) = member.pointer().get();
+      }
+    };
+    std::apply([&](auto const&... member) { (add(member), ...); },
+               Lumo::membersOf(static_cast<Attributes const&>(*this)));
+    return stored;
+  }
+
+  // The attributes of one entity type that the table lists, each once.
+  template <class Id>
+  static consteval Fields watchedFields() {
+    Fields fields;
+    auto const add = [&fields](auto attribute) {
+      if constexpr (std::is_same_v<decltype(attribute), Id>) {
+        auto const field = static_cast<Lumo::FieldId>(attribute);
+        for (std::size_t at = 0; at < fields.count; ++at) {
+          if (fields.ids.at(at) == field) {
+            return;
+          }
+        }
+        fields.ids.at(fields.count++) = field;
+      }
+    };
+    std::apply(
+        [&](auto const&... row) {
+          (std::apply([&](auto... attribute) { (add(attribute), ...); }, row.attributes), ...);
+        },
+        Derived::operations);
+    return fields;
+  }
+
+  template <class Id, std::size_t... I>
+  static void runListed(Derived& self, Lumo::FieldId field, void const* key,
+                        std::index_sequence<I...> /*listed*/) {
+    constexpr Fields fields = watchedFields<Id>();
+    static_cast<void>(
+        ((field == fields.ids[I] && (run<Id, fields.ids[I]>(self, key), true)) || ...));
+  }
+
+  template <class Id, Lumo::FieldId field>
+  static void run(Derived& self, void const* key) {
+    constexpr std::size_t runs = std::apply(
+        [](auto const&... row) {
+          return (std::size_t{row.template watches<Id>(field) ? 1U : 0U} + ...);
+        },
+        Derived::operations);
+    Lumo::Ptr<Derived> const held(runs > 1 || hasChildren ? &self : nullptr);
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+      (runRow<Id, field, I, (runs > 1)>(self, key), ...);
+    }
+    (std::make_index_sequence<std::tuple_size_v<decltype(Derived::operations)>>());
+  }
+
+  template <class Id, Lumo::FieldId field, std::size_t rowIndex, bool checkEach>
+  static void runRow(Derived& self, [[maybe_unused]] void const* key) {
+    constexpr auto const& row = std::get<rowIndex>(Derived::operations);
+    if constexpr (row.template watches<Id>(field)) {
+      if (checkEach && self.markAndSweepFlag()) {
+        return;
+      }
+      using Traits = typename std::remove_cvref_t<decltype(row)>::Traits;
+      if constexpr (Traits::takesKey) {
+        (self.*row.handler)(*static_cast<typename Traits::Key const*>(key));
+      } else {
+        (self.*row.handler)();
+      }
+    }
+  }
+};
+
+}  // namespace Stp

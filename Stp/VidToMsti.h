@@ -1,0 +1,49 @@
+// Decoding the VLAN-to-instance byte map into the VLAN list of each instance. Internal.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Lumo/Bytes.h"
+#include "Lumo/UnorderedMap.h"
+#include "StpTypes/SharedList.h"
+#include "StpTypes/VlanIdOrRange.h"
+
+namespace Stp {
+
+/// The entries of a byte map: a VLAN id and an instance id, 16 bits each, big-endian. Their number
+/// is the byte size divided by 4, truncated to 16 bits.
+class VidToMstiEntries {
+ public:
+  explicit VidToMstiEntries(Lumo::Bytes const& v2m)
+      : bytes_(v2m.data()), count_(static_cast<std::uint16_t>(v2m.size() / 4)) {}
+
+  std::uint16_t count() const noexcept { return count_; }
+  std::uint16_t vlan(std::size_t entry) const noexcept { return number(4 * entry); }
+  std::uint16_t instance(std::size_t entry) const noexcept { return number(4 * entry + 2); }
+
+ private:
+  std::uint16_t number(std::size_t at) const noexcept {
+    return static_cast<std::uint16_t>(bytes_[at] << 8 | bytes_[at + 1]);
+  }
+
+  std::uint8_t const* bytes_;
+  std::uint16_t count_;
+};
+
+/// The VLANs of each instance that has any, ascending, in maximal runs.
+using MstiToVid = Lumo::UnorderedMap<std::uint16_t, SharedList<VlanIdOrRange>>;
+
+/// The VLAN list of every instance. Each VLAN from 1 to 4094 is in one of them; a VLAN without an
+/// entry belongs to the CIST, instance 0. Entries are in strictly ascending order of their VLANs;
+/// the first that is not, or whose VLAN no bridge has, and all that follow are ignored in silence.
+/// A size that is no multiple of 4 is a broken invariant: the process ends.
+MstiToVid mstiToVidFromBytes(Lumo::Bytes const& v2m);
+
+/// Appends one VLAN to an instance's list, as part of its last run where it follows that directly.
+/// Throws Lumo::RangeException for a VLAN outside 1 to 4094 that is to be stored, and
+/// Kova::BadUnionAccessException for a last element that is neither id nor range. A VLAN that does
+/// not come after the last one is a broken invariant: the process ends.
+void addVlanToMstiMap(MstiToVid& map, std::uint16_t vlanId, std::uint16_t instanceId);
+
+}  // namespace Stp

@@ -1,0 +1,65 @@
+#include "Lumo/Members.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <tuple>
+#include <type_traits>
+
+#include "Lumo/Ptr.h"
+#include "Lumo/Publisher.h"
+#include "Lumo/String.h"
+
+namespace Lumo {
+namespace {
+
+struct None {};
+struct One {
+  String name;
+};
+struct Two {
+  int first = 1;
+  std::unique_ptr<int> second;
+};
+struct Inner {
+  int a = 0;
+  int b = 0;
+};
+struct Three {
+  Inner inner;
+  Subscriber slot;
+  Ptr<Node const> node;
+};
+struct Eight {
+  char a = 'a', b = 'b', c = 'c', d = 'd', e = 'e', f = 'f', g = 'g', h = 'h';
+};
+
+static_assert(memberCount<None> == 0 && memberCount<One> == 1 && memberCount<Two> == 2);
+static_assert(memberCount<Three> == 3, "a member that is an aggregate itself counts once");
+static_assert(memberCount<Eight> == 8);
+static_assert(std::is_same_v<decltype(membersOf(std::declval<Two const&>())),
+                             std::tuple<int const&, std::unique_ptr<int> const&>>);
+
+TEST(Members, AreReachedInDeclarationOrder) {
+  Eight eight;
+  std::string letters;
+  std::apply([&](auto&... member) { (letters.push_back(member), ...); }, membersOf(eight));
+  EXPECT_EQ(letters, "abcdefgh");
+}
+
+TEST(Members, AreReferences) {
+  Two two;
+  std::get<0>(membersOf(two)) = 5;
+  std::get<1>(membersOf(two)) = std::make_unique<int>(6);
+  EXPECT_EQ(two.first, 5);
+  EXPECT_EQ(*two.second, 6);
+
+  Three three;
+  EXPECT_EQ(&std::get<1>(membersOf(three)), &three.slot);
+  None none;
+  EXPECT_EQ(membersOf(none), std::tuple<>());
+}
+
+}  // namespace
+}  // namespace Lumo

@@ -1,0 +1,166 @@
+// What other threads may do while entities live on theirs: hold references and names. Run under
+// the thread sanitizer, these tests also show that no access races.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Lumo/Ptr.h"
+#include "Lumo/String.h"
+#include "Lumo/ThreadControl.h"
+
+namespace Lumo {
+namespace {
+
+class Probe final : public Node {
+ public:
+  explicit Probe(std::atomic<int>& alive) : alive_(alive) { ++alive_; }
+  ~Probe() override { --alive_; }
+
+ private:
+  std::atomic<int>& alive_;
+};
+
+class Threads : public testing::Test {
+ protected:
+  Threads() { ThreadControl::tsp_ = true; }
+  ~Threads() override { ThreadControl::tsp_ = false; }
+
+  // Runs `work(thread)` in four threads, `meanwhile()` in this one.
+  template <class Work, class Meanwhile>
+  static void run(Work work, Meanwhile meanwhile) {
+    std::atomic<unsigned> waiting{threadCount};
+    std::vector<std::thread> threads;
+    for (unsigned thread = 0; thread < threadCount; ++thread) {
+      threads.emplace_back([&, thread] {
+        --waiting;
+        while (waiting != 0) {
+          std::this_thread::yield();
+        }
+        work(thread);
+      });
+    }
+    meanwhile();
+    for (std::thread& thread : threads) {
+      thread.join();
+    }
+  }
+
+  static constexpr unsigned threadCount = 4;
+  static constexpr int rounds = 5000;
+};
+
+TEST_F(Threads, CountReferencesTogether) {
+  std::atomic<int> alive = 0;
+  {
+    auto const node = make<Probe>(alive);
+    std::vector<std::vector<Ptr<Probe>>> kept(threadCount);
+    run(
+        [&](unsigned thread) {
+          for (int round = 0; round < rounds; ++round) {
+            Ptr<Probe> const held = node;
+            if (round % 10 == 0) {
+              kept[thread].push_back(held);
+            }
+          }
+        },
+        [] {});
+    EXPECT_EQ(node->references(), 1U + threadCount * (rounds / 10));
+  }
+  EXPECT_EQ(alive, 0);
+}
+
+TEST_F(Threads, LetTheLastReferenceDestroyOnce) {
+  std::atomic<int> alive = 0;
+  for (int round = 0; round < 200; ++round) {
+    std::vector<Ptr<Probe>> shares(threadCount, make<Probe>(alive));
+    run([&](unsigned thread) { shares[thread] = nullptr; }, [] {});
+    ASSERT_EQ(alive, 0);
+  }
+}
+
+TEST_F(Threads, LeaveTheFlagsToTheirOwner) {
+  std::atomic<int> alive = 0;
+  auto const node = make<Probe>(alive);
+  run(
+      [&](unsigned) {
+        for (int round = 0; round < rounds; ++round) {
+          Ptr<Probe> const held = node;
+        }
+      },
+      [&] {
+        for (int round = 0; round < rounds; ++round) {
+          bool const value = round % 3 == 0;
+          node->markAndSweepFlagSet(value);
+          hasNotificationActiveSet(*node, !value);
+          ASSERT_EQ(node->markAndSweepFlag(), value);
+          ASSERT_EQ(node->hasNotificationActive(), !value);
+          ASSERT_LE(node->references(), 1U + threadCount);
+        }
+      });
+  EXPECT_EQ(node->references(), 1U);
+}
+
+TEST_F(Threads, InternOneTextTogether) {
+  constexpr unsigned texts = 8;
+  std::vector<std::vector<String>> kept(threadCount);
+  run(
+      [&](unsigned thread) {
+        for (int round = 0; round < rounds; ++round) {
+          std::string const text = "shared " + std::to_string(round % texts);
+          String const name = text;
+          ASSERT_EQ(name.view(), text);
+          String const copy = name;
+          if (round % 50 < 8) {
+            kept[thread].push_back(copy);
+          }
+        }
+      },
+      [] {});
+  std::set<std::uintptr_t> identities;
+  for (auto const& names : kept) {
+    for (String const& name : names) {
+      ASSERT_EQ(name, String(name.toString()));
+      identities.insert(name.identity());
+    }
+  }
+  EXPECT_EQ(identities.size(), texts);
+}
+
+// Nobody else holds these names: each round brings them into being and lets them go.
+TEST_F(Threads, MayDropTheLastNameWhileAnotherMakesIt) {
+  run(
+      [](unsigned) {
+        for (int round = 0; round < rounds; ++round) {
+          String const name = "fleeting";
+          ASSERT_EQ(name.view(), "fleeting");
+          ASSERT_EQ(name.size(), 8U);
+        }
+      },
+      [] {});
+}
+
+TEST_F(Threads, NumberNamesTogether) {
+  constexpr int names = 100;
+  std::vector<std::vector<std::uint32_t>> numbers(threadCount);
+  run(
+      [&](unsigned thread) {
+        for (int name = 0; name < names; ++name) {
+          String const text = "numbered together " + std::to_string(name);
+          numbers[thread].push_back(text.ordinal());
+          ASSERT_EQ(String::ofOrdinal(numbers[thread].back()), text);
+        }
+      },
+      [] {});
+  for (auto const& each : numbers) {
+    EXPECT_EQ(each, numbers.front());
+  }
+  EXPECT_EQ(std::set(numbers.front().begin(), numbers.front().end()).size(), std::size_t{names});
+}
+
+}  // namespace
+}  // namespace Lumo

@@ -29,21 +29,21 @@ OCGlobalConfigSm::OCGlobalConfigSm(Lumo::Ptr<Input::Config const> const& stpInpu
 
 void OCGlobalConfigSm::handleEnabledProtocol() {
   auto const traced = trace<"handleEnabledProtocol", 156>();
-  rewrite(ocGlobalConfig.pointer(), [this](OCGlobalConfigContainer& config) {
+  rewrite(*ocGlobalConfig.pointer(), [this](OCGlobalConfigContainer& config) {
     enabledProtocolIs(config, stpInputConfig->mode());
   });
 }
 
 void OCGlobalConfigSm::handleBpduguard() {
   auto const traced = trace<"handleBpduguard", 212>();
-  rewrite(ocGlobalConfig.pointer(), [this](OCGlobalConfigContainer& config) {
+  rewrite(*ocGlobalConfig.pointer(), [this](OCGlobalConfigContainer& config) {
     config.bpduGuard = stpInputConfig->portfastBpduguard();
   });
 }
 
 void OCGlobalConfigSm::handleDisabledVlan() {
   auto const traced = trace<"handleDisabledVlan", 243>();
-  rewrite(ocGlobalConfig.pointer(), [this](OCGlobalConfigContainer& config) {
+  rewrite(*ocGlobalConfig.pointer(), [this](OCGlobalConfigContainer& config) {
     compressDisabledVlans(config, stpInputConfig->disabledVlan().trueEntries());
   });
 }
@@ -92,14 +92,14 @@ OCGlobalStateSm::OCGlobalStateSm(Lumo::Ptr<Config const> const& stpConfig,
 
 void OCGlobalStateSm::handleEnabledProtocol() {
   auto const traced = trace<"handleEnabledProtocol", 184>();
-  rewrite(ocGlobalState.pointer(), [this](OCGlobalStateContainer& state) {
+  rewrite(*ocGlobalState.pointer(), [this](OCGlobalStateContainer& state) {
     enabledProtocolIs(state, stpStatus->activeProtocol());
   });
 }
 
 void OCGlobalStateSm::handleBpduguard() {
   auto const traced = trace<"handleBpduguard", 222>();
-  rewrite(ocGlobalState.pointer(), [this](OCGlobalStateContainer& state) {
+  rewrite(*ocGlobalState.pointer(), [this](OCGlobalStateContainer& state) {
     state.bpduGuard = stpConfig->portfastBpduguard();
   });
 }
@@ -107,7 +107,7 @@ void OCGlobalStateSm::handleBpduguard() {
 void OCGlobalStateSm::handleDisabledVlan() {
   auto const traced = trace<"handleDisabledVlan", 324>();
   // Only VLANs that exist are state: one that is configured but missing splits a run.
-  rewrite(ocGlobalState.pointer(), [this](OCGlobalStateContainer& state) {
+  rewrite(*ocGlobalState.pointer(), [this](OCGlobalStateContainer& state) {
     compressDisabledVlans(state,
                           stpConfig->disabledVlan().trueEntries() & stpVlanConfigDir->vlanConfig());
   });

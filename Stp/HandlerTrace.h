@@ -31,19 +31,28 @@ struct TraceSite {
 };
 
 /// Registers the site's message in the file, and gives the site its id if it has none.
-void traceSiteRegister(Flashlog::TraceFile& file, int& id, TraceSite const& site);
+[[gnu::cold]] void traceSiteRegister(Flashlog::TraceFile& file, int& id, TraceSite const& site);
+
+inline bool textTraceEnabled() noexcept {
+  return moduleTraceHandle.enabled(handlerTraceLevel);
+}
+
+/// A line of text trace from this site.
+inline Vel::TraceHelper textTrace(TraceSite const& site) {
+  return {moduleTraceHandle, handlerTraceLevel, sourcePath, site.line, site.handlerName()};
+}
 
 /// The scope of one traced block. An exception out of a trace ends the process.
 class HandlerTrace {
  public:
-  /// `text(helper)` streams the line; it is called only while the level is enabled.
-  template <class Text>
-  HandlerTrace(TraceSite const& site, int& id, Text text) noexcept
-      : timer_(registeredFile(site, id), id) {
+  /// `id` is that of the site's message; registering the message gives it its value, so that it
+  /// must be read after that: the braces fix the order. `traced.writeText(site, text...)` writes
+  /// the line; it is called only while the level is enabled.
+  template <class Traced, class... Text>
+  HandlerTrace(TraceSite const& site, int& id, Traced const& traced, Text const&... text) noexcept
+      : timer_{registeredFile(site, id), id} {
     if (moduleTraceHandle.enabled(handlerTraceLevel)) [[unlikely]] {
-      Vel::TraceHelper helper(moduleTraceHandle, handlerTraceLevel, sourcePath, site.line,
-                              site.handlerName());
-      text(helper.stream());
+      traced.writeText(site, text...);
     }
   }
 

@@ -32,7 +32,8 @@ Lumo::String const& instanceIdToMstiName(std::uint16_t instanceId) {
   }
   Lumo::String& name = names[instanceId];
   if (name.empty()) {
-    name = instanceId == 0 ? std::string(cist) : std::string(msti) + std::to_string(instanceId);
+    name =
+        instanceId == 0 ? std::string(cist) : std::string(msti).append(std::to_string(instanceId));
   }
   return name;
 }

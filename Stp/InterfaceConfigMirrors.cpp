@@ -112,7 +112,7 @@ void OCPortConfigSm::handleLinkType() {
 
 template <class Edit>
 void OCPortConfigSm::amend(Edit edit) {
-  rewrite(externalIntf.pointer(), [&](InterfaceConfig& config) {
+  rewrite(*externalIntf.pointer(), [&](InterfaceConfig& config) {
     config.name = Lanx::IntfId::of(name);
     edit(config);
   });

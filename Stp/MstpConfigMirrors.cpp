@@ -16,7 +16,7 @@ OCMstiConfigSm::OCMstiConfigSm(Lumo::String const& name,
 
 void OCMstiConfigSm::handleBridgePriority() {
   auto const traced = trace<"handleBridgePriority", 706>();
-  rewrite(externalMsti.pointer(), [this](OCMstiConfig& config) {
+  rewrite(*externalMsti.pointer(), [this](OCMstiConfig& config) {
     config.bridgePriority = OCBridgePriority(mstiConfig->bridgePriority());
   });
 }
@@ -72,7 +72,7 @@ void OCMstpConfigSm::handleMstiConfig(Lumo::String const& mstiName) {
   std::uint16_t const id = mstiNameToInstanceId(mstiName);
   if (config) {
     if (!ocMstiConfigDir->mstInstance(id)) {
-      rewrite(ocMstiConfigDir->mstInstanceIs(id),
+      rewrite(*ocMstiConfigDir->mstInstanceIs(id),
               [&](OCMstiConfig& record) { record.mstId = config->mstiId(); });
     }
     ocMstiConfigSmIs(mstiName, config, ocMstiConfigDir->mstInstance(id));
@@ -137,7 +137,7 @@ void OCMstpConfigWrapperSm::handleMstVlanMapping() {
     if (vlans.find(id) != nullptr) {
       continue;
     }
-    rewrite(member.value, [](OCMstiConfig& config) { config.vlanPopAll(); });
+    rewrite(*member.value, [](OCMstiConfig& config) { config.vlanPopAll(); });
     Lumo::String const& mstiName = instanceIdToMstiName(id);
     Lumo::Ptr<Input::StpiConfig> const mst = stpInputConfig->stpiConfig(mstpInstanceName());
     if (!mst || !mst->mstiConfig(mstiName)) {

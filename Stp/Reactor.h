@@ -245,18 +245,17 @@ class STP_API
   }
 
   /// Copies the target's present record, lets `edit` change its own members, and stores the whole
-  /// record: one change of the target. The target is held meanwhile.
+  /// record: one change of the target. A reader may drop the target then.
   template <class Entity, class Edit>
-  static void rewrite(Lumo::Ptr<Entity> const& target, Edit edit) {
-    Lumo::Ptr<Entity> const held = target;
-    if constexpr (requires { held->configIs(held->config()); }) {
-      auto record = held->config();
+  static void rewrite(Entity& target, Edit edit) {
+    if constexpr (requires { target.configIs(target.config()); }) {
+      auto record = target.config();
       edit(record);
-      held->configIs(record);
+      target.configIs(record);
     } else {
-      auto record = held->state();
+      auto record = target.state();
       edit(record);
-      held->stateIs(record);
+      target.stateIs(record);
     }
   }
 
@@ -268,13 +267,12 @@ class STP_API
     static constexpr Impl::TraceSite site{className(), handler.view(), line};
     static_assert(hasOperation(site.handlerName()), "no operation of this class has this name");
     static constinit int messageId = 0;
-    return Impl::HandlerTrace(site, messageId, [&](std::ostream& out) {
-      out << className() << keyText() << "::" << site.handlerName() << "() ";
-      (streamText(out, text), ...);
-    });
+    return Impl::HandlerTrace(site, messageId, *this, text...);
   }
 
  private:
+  friend class Impl::HandlerTrace;
+
   struct Fields {
     std::array<Lumo::FieldId, 16> ids{};
     std::size_t count = 0;
@@ -286,6 +284,15 @@ class STP_API
     } else {
       return {};
     }
+  }
+
+  // Out of line, so that a handler whose text is off carries nothing of it.
+  template <class... Text>
+  [[gnu::noinline, gnu::cold]] void writeText(Impl::TraceSite const& site,
+                                              Text const&... text) const noexcept {
+    Vel::TraceHelper helper = Impl::textTrace(site);
+    helper.stream() << className() << keyText() << "::" << site.handlerName() << "() ";
+    (streamText(helper.stream(), text), ...);
   }
 
   template <class Text>

@@ -69,13 +69,14 @@ class STP_API OCGlobalConfig final : public TypedEntity<OCGlobalConfig> {
   OCGlobalConfigContainer config_;
 };
 
-/// /stp/interfaces/interface/config. It stays within eight bytes: a record of this width is copied
-/// and stored in a register, a wider one through memory, at twice the cost of the whole change.
+/// /stp/interfaces/interface/config. It fills eight bytes: a record of just this width is copied
+/// and stored in one register, any other through memory, at twice the cost of the whole change.
 struct InterfaceConfig {
   Lanx::IntfId name;
   OcLinkType linkType = OcLinkType::notSet;
   OcEdgePort edgePort = OcEdgePort::notSet;
   OcBpduGuard bpduGuard = OcBpduGuard::notSet;
+  std::uint8_t filler = 0;  // always 0
 
   friend bool operator==(InterfaceConfig const&, InterfaceConfig const&) = default;
 };

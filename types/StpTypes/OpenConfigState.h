@@ -38,12 +38,13 @@ class STP_API OCGlobalState final : public TypedEntity<OCGlobalState> {
   OCGlobalStateContainer state_;
 };
 
-/// /stp/interfaces/interface/state. Within eight bytes for the same reason as InterfaceConfig.
+/// /stp/interfaces/interface/state. It fills eight bytes for the same reason as InterfaceConfig.
 struct InterfaceState {
   Lanx::IntfId name;
   OcLinkType linkType = OcLinkType::p2p;
   OcEdgePort edgePort = OcEdgePort::edgeAuto;
   OcBpduGuard bpduGuard = OcBpduGuard::notSet;
+  std::uint8_t filler = 0;  // always 0
 
   bool isEq(InterfaceState const& other) const { return *this == other; }
   Lanx::IntfId key() const { return name; }

@@ -1,6 +1,8 @@
 #include "Stp/InterfaceConfigMirrors.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "Lanx/IntfId.h"
@@ -219,10 +221,17 @@ void OCInterfaceConfigDirSm::handleStpiStatusConfig(Lumo::String const& stpiName
 
 void OCInterfaceConfigDirSm::maybeCleanUpExternalIntfConfigs() {
   auto const traced = trace<"maybeCleanUpExternalIntfConfigs", 504>();
-  InterfaceMarks const listed = listedInterfaces(*stpStatus.pointer());
+  // Gathered before the first removal, and only if there is an interface that nobody configured.
+  std::optional<InterfaceMarks> listed;
   for (auto const& interface : externalIntfConfigDir->interface()) {
     Lanx::IntfId const id = interface.key;
-    if (!stpInputConfig->portConfig(id.stringValue()) && !listed.contains(id)) {
+    if (stpInputConfig->portConfig(id.stringValue())) {
+      continue;
+    }
+    if (!listed) {
+      listed = listedInterfaces(*stpStatus.pointer());
+    }
+    if (!listed->contains(id)) {
       externalIntfConfigDir->interfaceDel(id);
     }
   }

@@ -16,22 +16,25 @@ void addDisabledVlanIdOrRange(Container& container, std::uint16_t first, std::ui
 template <class Container>
 void compressDisabledVlans(Container& container, VlanSet const& disabled) {
   container.disabledVlanPopAll();
-  VlanSet::Words words = disabled.words();
-  words.front() &= ~std::uint64_t{1};                              // VLAN 0
-  words.back() &= ~(std::uint64_t{1} << (VlanSet::wordBits - 1));  // VLAN 4095
+  VlanSet::Words const& words = disabled.words();
+  constexpr std::uint64_t lowest = 1;
+  constexpr std::uint64_t highest = lowest << (VlanSet::wordBits - 1);
 
   // An edge is a bit that differs from the one below it: a run begins or has just ended there.
+  // VLANs 0 and 4095 are left out, so that every run ends within the words.
   bool open = false;
-  unsigned start = 0;
+  std::uint16_t start = 0;
   std::uint64_t below = 0;
   for (unsigned at = 0; at < words.size(); ++at) {
-    std::uint64_t edges = words[at] ^ (words[at] << 1 | below);
-    below = words[at] >> (VlanSet::wordBits - 1);
+    std::uint64_t const word =
+        words[at] & ~(at == 0 ? lowest : 0) & ~(at == words.size() - 1 ? highest : 0);
+    std::uint64_t edges = word ^ (word << 1 | below);
+    below = word >> (VlanSet::wordBits - 1);
     for (; edges != 0; edges &= edges - 1) {
-      unsigned const edge = at * VlanSet::wordBits + static_cast<unsigned>(std::countr_zero(edges));
+      auto const edge = static_cast<std::uint16_t>(at * VlanSet::wordBits +
+                                                   static_cast<unsigned>(std::countr_zero(edges)));
       if (open) {
-        addDisabledVlanIdOrRange(container, static_cast<std::uint16_t>(start),
-                                 static_cast<std::uint16_t>(edge - 1));
+        addDisabledVlanIdOrRange(container, start, static_cast<std::uint16_t>(edge - 1));
       }
       start = edge;
       open = !open;

@@ -13,18 +13,16 @@
 
 namespace Lumo {
 
-/// Spreads a key over 64 bits. Keys are names (by identity), integers, or value types that
-/// convert to one with `value()`.
-inline std::uint64_t scatter(std::uint64_t word) noexcept {
-  word *= 0x9E3779B97F4A7C15U;
-  return word ^ (word >> 32);
-}
+/// The hash of a key. Keys are names (by identity), integers, or value types that convert to one
+/// with `value()`. Integer keys are ids that are dense or nearly so: as they are they spread best,
+/// and neighbours lie side by side.
 template <std::integral Key>
 std::uint64_t hashOf(Key key) noexcept {
-  return scatter(static_cast<std::uint64_t>(key));
+  return static_cast<std::uint64_t>(key);
 }
 inline std::uint64_t hashOf(String const& key) noexcept {
-  return scatter(key.identity());
+  std::uint64_t const word = key.identity() * 0x9E3779B97F4A7C15U;
+  return word ^ (word >> 32);
 }
 template <class Key>
 requires requires(Key key) {

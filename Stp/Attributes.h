@@ -90,8 +90,9 @@ class Source : public Impl::Reference<attribute, Lumo::FieldKind::source, T> {
   /// slot is in use.
   void subscribe(Lumo::Subscriber::Routine routine, void* owner) {
     if (*this && !slot_.subscribed()) {
+      Lumo::Publisher& publisher = (*this)->publisher();
       slot_.routineIs(routine, owner);
-      (*this)->publisher().subscriberAdd(slot_, false);
+      publisher.subscriberAdd(slot_, false);
     }
   }
   void unsubscribe() noexcept {

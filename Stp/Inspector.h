@@ -144,7 +144,8 @@ class Inspector final : public Lumo::HideMe {
   static std::size_t indexOf(Lumo::FieldDescriptor const& field) {
     auto const& fields = fieldsOf<Class>;
     std::size_t const index = field.id - std::size_t{firstField};
-    if (index >= fields.size() || fields[index].name != field.name) {
+    if (index >= fields.size() || fields[index].name != field.name ||
+        fields[index].kind != field.kind) {
       fail(field, "is no field of this class");
     }
     return index;

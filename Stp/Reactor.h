@@ -207,6 +207,8 @@ class STP_API
  protected:
   explicit Reactor(typename Argument::Argument const&... arguments)
       : Attributes{arguments..., OwnMember()...} {
+    static_assert(listsOnlyWatched(),
+                  "an operation lists an attribute of an entity that this class does not watch");
     eachMember([this](auto& member) { this->subscribe(member); });
   }
 
@@ -337,6 +339,28 @@ class STP_API
     return stored;
   }
 
+  // Whether the class watches an entity that numbers its attributes by `Id`.
+  template <class Id, class Member>
+  static constexpr bool watchesThrough() {
+    if constexpr (requires(Member & member) { member.subscribe(nullptr, nullptr); }) {
+      return std::is_same_v<typename Member::Entity::Id, Id>;
+    } else {
+      return false;
+    }
+  }
+  template <class Id>
+  static constexpr bool isWatched = (watchesThrough<Id, Argument>() || ...) ||
+                                    (watchesThrough<Id, OwnMember>() || ...);
+
+  template <class... Ids>
+  static constexpr bool areWatched(std::tuple<Ids...> const& /*attributes*/) {
+    return (isWatched<Ids> && ...);
+  }
+  static consteval bool listsOnlyWatched() {
+    return std::apply([](auto const&... row) { return (areWatched(row.attributes) && ...); },
+                      Derived::operations);
+  }
+
   // The attributes of one entity type that the table lists, each once.
   template <class Id>
   static consteval Fields watchedFields() {
@@ -364,6 +388,7 @@ class STP_API
   static void runListed(Derived& self, Lumo::FieldId field, void const* key,
                         std::index_sequence<I...> /*listed*/) {
     constexpr Fields fields = watchedFields<Id>();
+    static_assert(fields.count != 0, "no operation lists an attribute of a watched entity");
     static_cast<void>(
         ((field == fields.ids[I] && (run<Id, fields.ids[I]>(self, key), true)) || ...));
   }

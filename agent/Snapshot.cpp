@@ -6,191 +6,22 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <initializer_list>
 #include <limits>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <system_error>
 #include <unordered_set>
 
+#include "EngineJson.h"
+
 namespace Agent {
 namespace {
-
-using Json = nlohmann::json;
 
 /// The ids of VLANs, FIDs and instances are 0 to 4095.
 constexpr std::uint16_t maxId = 4095;
 /// Stands for "nowhere" in a table of FIDs or instances.
 constexpr std::uint16_t nowhere = 0xFFFF;
 using IdTable = std::array<std::uint16_t, maxId + 1>;
-
-/// Twice the depth that the engine prints.
-constexpr std::size_t maxDepth = 8;
-
-constexpr std::string_view blanks = " \t\r\n";
-
-/// What is wrong with a file; `parsed` makes it a SnapshotError by naming the file.
-struct Refusal : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-/// The text as it can stand in a message: its beginning, in quotes, on one line, in UTF-8.
-std::string inQuotes(std::string_view text) {
-  constexpr std::size_t enough = 60;
-  std::string const more = text.size() > enough ? "..." : "";
-  return Json(text.substr(0, enough)).dump(-1, ' ', false, Json::error_handler_t::replace) + more;
-}
-
-std::string_view withoutBlanks(std::string_view text) {
-  return text.substr(std::min(text.find_first_not_of(blanks), text.size()));
-}
-
-/// Whether the quote before `rest` ends a value, because the next member or the end of the object
-/// follows.
-bool endsValue(std::string_view rest) {
-  rest = withoutBlanks(rest);
-  if (rest.starts_with(',')) {
-    rest = withoutBlanks(rest.substr(1));
-    if (!rest.starts_with('"')) {
-      return false;
-    }
-    auto const end = rest.find_first_not_of(
-        "-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", 1);
-    return end != std::string_view::npos && rest[end] == '"' &&
-           withoutBlanks(rest.substr(end + 1)).starts_with(':');
-  }
-  if (!rest.starts_with('}')) {
-    return false;
-  }
-  rest = withoutBlanks(rest.substr(1));
-  if (rest.starts_with(']')) {
-    return withoutBlanks(rest.substr(1)).empty();
-  }
-  return rest.empty() || rest.starts_with(',');
-}
-
-/// Makes JSON of what the engine prints, as Snapshot.h describes. Strings, brackets and the words
-/// between them are taken care of here; the rest of the grammar is left to the JSON parser.
-class Mender {
- public:
-  /// `lacksBracket`: the outer list is expected to be left open.
-  Mender(std::string_view text, bool lacksBracket)
-      : text_(text),
-        lacksBracket_(lacksBracket),
-        regionEnd_(text.rfind(R"(","revision-level":)")) {}
-
-  std::string mended() {
-    while (position_ < text_.size()) {
-      char const c = text_[position_];
-      if (c == '"') {
-        string();
-      } else if (std::string_view("{}[]:,").find(c) != std::string_view::npos) {
-        punctuation(c);
-      } else if (blanks.find(c) != std::string_view::npos) {
-        ++position_;
-      } else {
-        word();
-      }
-    }
-    if (!open_.empty() || result_.empty()) {
-      throw Refusal("ends too early, after " + std::to_string(text_.size()) + " bytes");
-    }
-    return std::move(result_);
-  }
-
- private:
-  void punctuation(char const c) {
-    if (c == '{' || c == '[') {
-      if (open_.size() == maxDepth) {
-        throw Refusal("nested deeper than " + std::to_string(maxDepth) + " levels");
-      }
-      open_ += c;
-    } else if (c == '}' && lacksBracket_ && open_ == "{[") {
-      result_ += ']';
-      open_.clear();
-    } else if ((c == '}' || c == ']') && !open_.empty()) {
-      open_.pop_back();
-    }
-    isValue_ = c == ':';
-    result_ += c;
-    ++position_;
-  }
-
-  void string() {
-    auto const begin = position_ + 1;
-    auto const end = isValue_ ? valueEnd(begin) : text_.find('"', begin);
-    if (end == std::string_view::npos) {
-      throw Refusal("ends too early, after " + std::to_string(text_.size()) + " bytes");
-    }
-    auto const content = text_.substr(begin, end - begin);
-    if (!isValue_) {
-      member_ = content;
-    }
-    try {
-      result_ += Json(content).dump();
-    } catch (Json::type_error const&) {
-      throw Refusal("member " + inQuotes(member_) + " is not UTF-8: " + inQuotes(content));
-    }
-    isValue_ = false;
-    position_ = end + 1;
-  }
-
-  /// Where the value of `member_` that starts at `begin` ends.
-  std::size_t valueEnd(std::size_t const begin) const {
-    if (member_ == "configuration-name" && regionEnd_ != std::string_view::npos &&
-        regionEnd_ >= begin) {
-      return regionEnd_;
-    }
-    constexpr std::array<std::string_view, 6> free{
-        "bridge", "configuration-name", "last-topology-change-port",
-        "port",   "root-port",          "topology-change-port",
-    };
-    bool const isFree = std::find(free.begin(), free.end(), member_) != free.end();
-    auto end = text_.find('"', begin);
-    while (isFree && end != std::string_view::npos && !endsValue(text_.substr(end + 1))) {
-      end = text_.find('"', end + 1);
-    }
-    return end;
-  }
-
-  /// A number or literal. Anything else is no JSON, but the engine's message.
-  void word() {
-    auto const rest = text_.substr(position_);
-    auto const word = rest.substr(0, rest.find_first_of("{}[]:,\" \t\r\n"));
-    if (!Json::accept(word)) {
-      throw Refusal("other text than JSON after " + std::to_string(position_) +
-                    " bytes: " + inQuotes(rest.substr(0, rest.find('\n'))));
-    }
-    result_ += word;
-    isValue_ = false;
-    position_ += word.size();
-  }
-
-  std::string_view text_;
-  bool lacksBracket_;
-  std::size_t regionEnd_;
-  std::size_t position_ = 0;
-  std::string result_;
-  std::string open_;
-  std::string_view member_;
-  bool isValue_ = false;
-};
-
-/// The text of a file as JSON.
-Json parsed(std::string_view const text, bool const lacksBracket) {
-  if (text.size() > maxSnapshotFile) {
-    throw Refusal("longer than " + std::to_string(maxSnapshotFile) + " bytes");
-  }
-  auto const mended = Mender(text, lacksBracket).mended();
-  try {
-    return Json::parse(mended);
-  } catch (Json::parse_error const& error) {
-    throw Refusal("not understood as JSON: " +
-                  inQuotes(std::string_view(mended).substr(
-                      std::min(std::max<std::size_t>(error.byte, 1) - 1, mended.size()))));
-  }
-}
 
 /// Hands the content of a file to `read`, which throws a Refusal if it doesn't understand it.
 template <typename Read>
@@ -200,87 +31,13 @@ void inFile(SnapshotSource const& source, std::string const& file, Read const re
     throw SnapshotError({}, file, std::generic_category().message(ENOENT));
   }
   try {
-    read(parsed(*text, file == "showvid2fid.json" || file == "showfid2mstid.json"));
+    if (text->size() > maxSnapshotFile) {
+      throw Refusal("longer than " + std::to_string(maxSnapshotFile) + " bytes");
+    }
+    read(engineJson(*text, file == "showvid2fid.json" || file == "showfid2mstid.json"));
   } catch (Refusal const& refusal) {
     throw SnapshotError({}, file, refusal.what());
   }
-}
-
-/// Hands every entry of a list to `read`, with the name that a Refusal thrown by it starts with:
-/// the entry's number until `read` knows better.
-template <typename Read>
-void eachEntry(Json const& list, Read const read) {
-  if (!list.is_array()) {
-    throw Refusal("a list is expected");
-  }
-  std::size_t number = 0;
-  for (auto const& entry : list) {
-    std::string name = "entry " + std::to_string(++number);
-    try {
-      read(entry, name);
-    } catch (Refusal const& refusal) {
-      throw Refusal(name + ": " + refusal.what());
-    }
-  }
-}
-
-Json const& member(Json const& object, char const* const name) {
-  if (!object.is_object()) {
-    throw Refusal("an object is expected");
-  }
-  auto const found = object.find(name);
-  if (found == object.end()) {
-    throw Refusal("member " + inQuotes(name) + " is missing");
-  }
-  return *found;
-}
-
-std::string const& stringMember(Json const& object, char const* const name) {
-  auto const& value = member(object, name);
-  if (!value.is_string()) {
-    throw Refusal("member " + inQuotes(name) + " is no string");
-  }
-  return value.get_ref<std::string const&>();
-}
-
-/// The member, which is a list of strings, or nothing but a list if `ofStrings` is false.
-Json const& listMember(Json const& object, char const* const name, bool const ofStrings) {
-  auto const& value = member(object, name);
-  if (!value.is_array()) {
-    throw Refusal("member " + inQuotes(name) + " is no list");
-  }
-  if (ofStrings && !std::all_of(value.begin(), value.end(),
-                                [](Json const& entry) { return entry.is_string(); })) {
-    throw Refusal("member " + inQuotes(name) + " holds something else than strings");
-  }
-  return value;
-}
-
-void memberIs(Json const& object, char const* const name, std::string const& expected) {
-  auto const& value = stringMember(object, name);
-  if (value != expected) {
-    throw Refusal("member " + inQuotes(name) + " is " + inQuotes(value) + ", not " +
-                  inQuotes(expected));
-  }
-}
-
-/// Which of the `choices` the member is.
-std::size_t choiceMember(Json const& object, char const* const name,
-                         std::initializer_list<std::string_view> const choices) {
-  auto const& value = stringMember(object, name);
-  auto const* const found = std::find(choices.begin(), choices.end(), value);
-  if (found == choices.end()) {
-    std::string list;
-    for (auto const choice : choices) {
-      list += (list.empty() ? "" : ", ") + inQuotes(choice);
-    }
-    throw Refusal("member " + inQuotes(name) + " is " + inQuotes(value) + ", not one of " + list);
-  }
-  return static_cast<std::size_t>(found - choices.begin());
-}
-
-bool isYes(Json const& object, char const* const name) {
-  return choiceMember(object, name, {"yes", "no"}) == 0;
 }
 
 /// The decimal number up to `limit` that `text` is, if it is one.
@@ -305,6 +62,12 @@ Number numberOf(std::string_view const text, Number const limit, std::string con
   return *value;
 }
 
+[[noreturn]] void refuseListed(std::string const& idKind, std::uint16_t const id,
+                               std::string const& ownerKind, std::uint16_t const owner) {
+  throw Refusal(idKind + std::to_string(id) + " is listed already, in " + ownerKind +
+                std::to_string(owner));
+}
+
 /// Reads the list of ids and ranges of ids that belong to `owner`. An id may stand in one list
 /// only, and once, which also bounds the time that ranges can take.
 void idsAre(IdTable& owners, Json const& object, char const* const list, std::uint16_t const owner,
@@ -321,8 +84,7 @@ void idsAre(IdTable& owners, Json const& object, char const* const list, std::ui
     }
     for (std::uint16_t id = *first; id <= *last; ++id) {
       if (owners.at(id) != nowhere) {
-        throw Refusal(idKind + std::to_string(id) + " is listed already, in " + ownerKind +
-                      std::to_string(owners.at(id)));
+        refuseListed(idKind, id, ownerKind, owners.at(id));
       }
       owners.at(id) = owner;
     }
@@ -399,7 +161,7 @@ void readTree(Snapshot::Msti& msti, Json const& object, std::string const& bridg
   memberIs(object, "mstid", std::to_string(msti.id));
   auto const& id = stringMember(object, "bridge-id");
   std::uint16_t digit = 0;
-  auto const* const end = id.data() + id.find('.');
+  auto const* const end = id.data() + std::min<std::size_t>(id.size(), 1);
   if (id.find('.') != 1 || std::from_chars(id.data(), end, digit, 16).ptr != end) {
     throw Refusal("member \"bridge-id\" is " + inQuotes(id) +
                   ", doesn't start with a hexadecimal digit and a dot");

@@ -5,17 +5,19 @@
 /// - `showvid2fid` and `showfid2mstid` don't close their outer list; the bracket is added before
 ///   the brace that ends the file. Nothing is ever added at the end: a cut file stays refused.
 /// - Strings aren't escaped. A backslash stands for itself. A quote inside a port's or a bridge's
-///   name belongs to the name unless what follows it is the next member or the end of the object;
-///   a name holds no colon and a member does, so that is exact. A region name may hold anything; it
-///   ends at the last `","revision-level":`, after which the engine prints nothing but digits.
+///   name belongs to the name unless the next member follows it; a name holds no colon and a member
+///   does, so that is exact. A region name may hold anything; it ends at the last
+///   `","revision-level":`, after which the engine prints nothing but digits.
 /// - Where the engine fails in the middle of a list, its message stands between the entries. That
 ///   can't be mended: which entry is missing is unknown.
 ///
 /// A snapshot is good as a whole or refused as a whole; nothing is guessed. What isn't read (the
-/// other members, the other bridges of `showbridge`, other files) may hold anything that parses.
+/// other members, the other bridges of `showbridge`, other files) may hold anything that parses; of
+/// a member given twice the last counts.
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -52,8 +54,8 @@ struct Snapshot {
     bool edgePortAuto = false;
     /// ... else disabled.
     bool edgePortDisable = false;
-    /// `bpdu-guard-port`: 1 for `yes`, 0 for `no`. The engine has no port that is guarded by
-    /// default only, so 2 (disabled) doesn't occur.
+    /// `bpdu-guard-port`: 1 (enabled) for `yes`, 0 (default) for `no`. The engine doesn't tell a
+    /// port that is disabled explicitly, so 2 doesn't occur.
     std::uint8_t bpduguard = 0;
     /// `admin-edge-port`.
     bool adminEdgePort = false;

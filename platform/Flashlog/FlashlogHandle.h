@@ -18,7 +18,8 @@ namespace Flashlog {
 /// one writer.
 class STP_API FlashlogHandle {
  public:
-  /// A single-threaded handle creates `path` at once, and throws std::system_error that names it.
+  /// A single-threaded handle creates `path` at once, and throws std::system_error that names it;
+  /// while it is the default handle, one thread only may be in traced blocks.
   /// A multi-threaded one creates a file when a thread first asks for its own.
   explicit FlashlogHandle(std::string path, bool multiThreaded = false,
                           TraceFileOptions options = {});

@@ -17,7 +17,7 @@ namespace Flashlog {
 [[nodiscard]] STP_API std::string grouped(std::uint64_t number);
 
 /// `text` on one line that no terminal takes for a command: a backslash is doubled; control
-/// characters, and bytes that are not UTF-8, become "\xHH".
+/// characters, those that break or reorder a line, and bytes that are not UTF-8 become "\xHH".
 [[nodiscard]] STP_API std::string printable(std::string_view text);
 
 }  // namespace Flashlog

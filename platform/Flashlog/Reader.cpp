@@ -135,7 +135,7 @@ std::vector<Message> parseMessages(std::string const& name, Bytes area, std::uin
 // Appends up to `count` bytes of the file to `bytes`, fewer only at the end of the file.
 void readBytes(std::string const& path, int fd, std::uint64_t count,
                std::vector<std::byte>& bytes) {
-  std::array<std::byte, 65536> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init)
+  std::array<std::byte, 65536> buffer;
   while (count > 0) {
     ssize_t const got = read(fd, buffer.data(), std::min<std::uint64_t>(count, buffer.size()));
     if (got < 0 && errno == EINTR) {

@@ -46,7 +46,7 @@ struct Trace {
   std::vector<Message> messages;     ///< in the order of their registration
   std::vector<TraceRecord> records;  ///< by start; of two that start at once the longer is first
   std::uint64_t lost = 0;            ///< records that newer ones took the place of
-  std::uint64_t torn = 0;            ///< records that the writer did not finish
+  std::uint64_t torn = 0;            ///< 1 when the writer died in its last record, else 0
 };
 
 /// Reads the file at `path`. Throws ReadError.

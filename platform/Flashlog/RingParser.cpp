@@ -49,8 +49,10 @@ class RingParser {
         addOld(i, lap - 1);
       }
     }
-    for (std::size_t i = 0; i < head; ++i) {
-      addNew(i, lap);
+    // Of the newest record there may be no more than the tag that announced it.
+    trace_.torn = idOf(slot(head - 1)) == 0 ? 1 : 0;
+    for (std::size_t i = 0; i < head - trace_.torn; ++i) {
+      add(i, lap);
     }
     std::uint64_t const begun = lap * capacity_ + head;
     trace_.lost = begun - trace_.records.size() - trace_.torn;
@@ -102,16 +104,8 @@ class RingParser {
     }
   }
 
-  void addNew(std::size_t index, std::uint64_t lap) {
-    if (idOf(slot(index)) == 0) {
-      ++trace_.torn;
-    } else {
-      add(index, lap);
-    }
-  }
-
   void addOld(std::size_t index, std::uint64_t lap) {
-    if (!tagHasLap(slot(index), lap) || idOf(slot(index)) == 0) {
+    if (!tagHasLap(slot(index), lap)) {
       damagedRecord(index, "has a sequence that is not its own");
     }
     add(index, lap);

@@ -75,12 +75,13 @@ std::uint64_t nanoseconds(Flashlog::TraceRecord const& record) {
   return static_cast<std::uint64_t>(record.duration.count());
 }
 
-// A message as it is printed, and how wide its columns are at most.
+// A message as it is printed.
 struct PrintedMessage {
   std::string source;
   std::string text;
 };
 
+// Of columns that more columns follow.
 struct Widths {
   std::size_t duration = 0;
   std::size_t source = 0;
@@ -150,6 +151,7 @@ void printSummary(std::vector<Flashlog::Trace> const& traces, Output& output) {
   std::erase_if(totals, [](auto const& entry) { return entry.second.count == 0; });
   using Entry = decltype(totals)::value_type;
   std::vector<Entry const*> order;
+  order.reserve(totals.size());
   for (Entry const& entry : totals) {
     order.push_back(&entry);
   }

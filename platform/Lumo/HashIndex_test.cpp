@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace Lumo {
@@ -21,15 +22,22 @@ TEST(HashOf, IsTheSameForEqualKeys) {
   EXPECT_NE(hashOf(7), hashOf(8));
 }
 
-// Runs of ids are the common case; they must not pile up in a few cells.
-TEST(HashOf, SpreadsRunsOverTheLowBits) {
-  std::map<std::uint64_t, int> cells;
+// Runs of ids and names that were made one after the other are the common cases; they must not
+// pile up in a few cells.
+TEST(HashOf, SpreadsWhatComesTogetherOverTheLowBits) {
+  std::vector<String> names;
+  std::map<std::uint64_t, int> cellsOfIds;
+  std::map<std::uint64_t, int> cellsOfNames;
   for (unsigned key = 0; key < 4096; ++key) {
-    ++cells[hashOf(key) % 8192];
+    names.emplace_back("Ethernet" + std::to_string(key));
+    ++cellsOfIds[hashOf(key) % 8192];
+    ++cellsOfNames[hashOf(names.back()) % 8192];
   }
-  EXPECT_GT(cells.size(), 2048U);
-  for (auto const& [cell, count] : cells) {
-    EXPECT_LE(count, 8) << cell;
+  for (auto const& cells : {cellsOfIds, cellsOfNames}) {
+    EXPECT_GT(cells.size(), 2048U);
+    for (auto const& [cell, count] : cells) {
+      EXPECT_LE(count, 12) << cell;
+    }
   }
 }
 
@@ -45,7 +53,9 @@ class Owner {
  public:
   explicit Owner(std::uint64_t hashes) : hashes_(hashes) {}
 
-  std::uint64_t hash(int value) const { return scatter(static_cast<unsigned>(value)) % hashes_; }
+  std::uint64_t hash(int value) const {
+    return static_cast<std::uint64_t>(value) * 0x9E3779B97F4A7C15U % hashes_;
+  }
 
   auto hashAt() const {
     return [this](std::uint32_t position) { return hash(values_.at(position).value()); };

@@ -43,11 +43,15 @@ struct Entities {
 
 struct Records {
   using Key = std::uint16_t;
-  using Map = HashMap2018Generic<Key, std::optional<std::string>>;
+  using Map = HashMap2018Generic<Key, std::optional<Lumo::String>>;
 
   static Key key(unsigned number) { return static_cast<Key>(number * 4001); }
-  static std::optional<std::string> value(int number) { return std::to_string(number); }
-  static int number(std::optional<std::string> const& value) { return std::stoi(value.value()); }
+  static std::optional<Lumo::String> value(int number) {
+    return Lumo::String(std::to_string(number));
+  }
+  static int number(std::optional<Lumo::String> const& value) {
+    return std::stoi(value.value().toString());
+  }
   static void check(std::size_t) {}
 };
 

@@ -29,7 +29,7 @@ class Member final : public Lumo::Node {
 };
 
 using Map = HashMap2018<Lumo::String, Member>;
-using Records = HashMap2018Generic<std::uint16_t, std::optional<std::string>>;
+using Records = HashMap2018Generic<std::uint16_t, std::optional<Lumo::String>>;
 
 static_assert(!std::is_copy_constructible_v<Map> && !std::is_move_constructible_v<Map>);
 static_assert(!std::is_copy_constructible_v<Map::Iterator>);
@@ -257,20 +257,20 @@ TEST_F(HashMap2018Test, IteratorsMayGoInAnyOrder) {
 TEST_F(HashMap2018Test, HoldsRecordsByValue) {
   Records records;
   for (std::uint16_t id = 0; id < 100; ++id) {
-    records.newMemberG(id, "record " + std::to_string(id));
+    records.newMemberG(id, Lumo::String("record " + std::to_string(id)));
   }
   for (std::uint16_t id = 0; id < 100; id += 2) {
-    EXPECT_EQ(records.deleteMemberG(id), "record " + std::to_string(id));
+    EXPECT_EQ(records.deleteMemberG(id), Lumo::String("record " + std::to_string(id)));
     EXPECT_EQ(records.deleteMemberG(id), std::nullopt);
   }
-  records.newMemberG(1, "changed");
+  records.newMemberG(1, Lumo::String("changed"));
   for (std::uint16_t id = 200; id < 260; ++id) {
-    records.newMemberG(id, "");
+    records.newMemberG(id, Lumo::String());
   }
-  EXPECT_EQ(records.begin().value(), "changed");
+  EXPECT_EQ(records.begin().value(), Lumo::String("changed"));
   EXPECT_EQ(records.begin().key(), 1);
-  EXPECT_EQ(**records.find(99), "record 99");
-  EXPECT_EQ(**records.find(259), "") << "an empty text is a record too";
+  EXPECT_EQ(**records.find(99), Lumo::String("record 99"));
+  EXPECT_EQ(**records.find(259), Lumo::String()) << "an empty name is a record too";
   EXPECT_EQ(records.size(), 110U);
 }
 

@@ -126,21 +126,19 @@ template <class Id, class Owner, class... Value>
 struct VlanAttribute {
   std::string_view name;
   Id id;
-  VlanSet const& (Owner::*entries)() const;
+  VlanSequence const& (Owner::*entries)() const;
   void (Owner::*entryIs)(std::uint16_t, Value...);
   bool (Owner::*entryDel)(std::uint16_t);
   void (Owner::*entryDelAll)();
 
   void notifyPresent(Owner const& entity, Lumo::Subscriber& subscriber) const {
-    VlanSet const present = (entity.*entries)();
-    for (unsigned vlan = present.next(0); vlan < VlanSet::size; vlan = present.next(vlan + 1)) {
-      auto const key = static_cast<std::uint16_t>(vlan);
-      subscriber.notify(entity.publisher(), static_cast<Lumo::FieldId>(id), &key, nullptr);
+    for (std::uint16_t const vlan : (entity.*entries)().inOrder()) {
+      subscriber.notify(entity.publisher(), static_cast<Lumo::FieldId>(id), &vlan, nullptr);
     }
   }
 };
 template <class Id, class Owner, class... Value>
-VlanAttribute(std::string_view, Id, VlanSet const& (Owner::*)() const,
+VlanAttribute(std::string_view, Id, VlanSequence const& (Owner::*)() const,
               void (Owner::*)(std::uint16_t, Value...), bool (Owner::*)(std::uint16_t),
               void (Owner::*)()) -> VlanAttribute<Id, Owner, Value...>;
 

@@ -30,9 +30,8 @@ bool ConfigBase::disabledVlanDel(std::uint16_t vlan) {
 
 void ConfigBase::disabledVlanDelAll() {
   Lumo::Ptr<ConfigBase const> const held(this);  // a subscriber may drop the entity
-  VlanSet const present = disabledVlan_.entries();
-  for (unsigned vlan = present.next(0); vlan < VlanSet::size; vlan = present.next(vlan + 1)) {
-    disabledVlanDel(static_cast<std::uint16_t>(vlan));
+  for (std::uint16_t const vlan : disabledVlan_.entries().inOrder()) {
+    disabledVlanDel(vlan);
   }
 }
 

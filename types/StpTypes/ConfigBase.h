@@ -56,7 +56,7 @@ class STP_API ConfigBase : public Lumo::Entity {
   /// ids 0 to 4095; a larger id throws Lumo::RangeException.
   VlanTable const& disabledVlan() const { return disabledVlan_; }
   std::optional<bool> disabledVlan(std::uint16_t vlan) const { return disabledVlan_.find(vlan); }
-  VlanSet const& disabledVlanEntries() const { return disabledVlan_.entries(); }
+  VlanSequence const& disabledVlanEntries() const { return disabledVlan_.entries(); }
   void disabledVlanIs(std::uint16_t vlan, bool disabled);
   bool disabledVlanDel(std::uint16_t vlan);
   void disabledVlanDelAll();

@@ -52,9 +52,8 @@ bool VlanConfigDir::vlanConfigDel(std::uint16_t vlan) {
 
 void VlanConfigDir::vlanConfigDelAll() {
   Lumo::Ptr<VlanConfigDir const> const held(this);  // a subscriber may drop the entity
-  VlanSet const present = vlanConfig_;
-  for (unsigned vlan = present.next(0); vlan < VlanSet::size; vlan = present.next(vlan + 1)) {
-    vlanConfigDel(static_cast<std::uint16_t>(vlan));
+  for (std::uint16_t const vlan : vlanConfig_.inOrder()) {
+    vlanConfigDel(vlan);
   }
 }
 

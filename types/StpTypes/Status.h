@@ -221,22 +221,21 @@ class STP_API VlanConfigDir final : public TypedEntity<VlanConfigDir> {
   ~VlanConfigDir() override;
 
   /// A member means that the VLAN exists. Ids outside 1 to 4094 throw Lumo::RangeException.
-  VlanSet const& vlanConfig() const { return vlanConfig_; }
+  VlanSet const& vlanConfig() const { return vlanConfig_.ids(); }
   bool vlanConfig(std::uint16_t vlan) const { return vlanConfig_.contains(vlan); }
+  VlanSequence const& vlanConfigEntries() const { return vlanConfig_; }
   void vlanConfigIs(std::uint16_t vlan);
   bool vlanConfigDel(std::uint16_t vlan);
   void vlanConfigDelAll();
 
   static constexpr auto attributes = std::tuple{
-      VlanAttribute{
-          "vlanConfig", Id::vlanConfig,
-          static_cast<VlanSet const& (VlanConfigDir::*)() const>(&VlanConfigDir::vlanConfig),
-          &VlanConfigDir::vlanConfigIs, &VlanConfigDir::vlanConfigDel,
-          &VlanConfigDir::vlanConfigDelAll},
+      VlanAttribute{"vlanConfig", Id::vlanConfig, &VlanConfigDir::vlanConfigEntries,
+                    &VlanConfigDir::vlanConfigIs, &VlanConfigDir::vlanConfigDel,
+                    &VlanConfigDir::vlanConfigDelAll},
   };
 
  private:
-  VlanSet vlanConfig_;
+  VlanSequence vlanConfig_;
 };
 
 }  // namespace Stp

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Lumo/RangeException.h"
 
@@ -65,11 +66,61 @@ class VlanSet {
   Words words_{};
 };
 
+/// A set of VLAN ids that keeps the order in which they came, as every keyed collection does.
+class VlanSequence {
+ public:
+  VlanSet const& ids() const noexcept { return ids_; }
+  bool contains(std::uint16_t vlan) const noexcept { return ids_.contains(vlan); }
+
+  /// A copy of the sequence.
+  std::vector<std::uint16_t> inOrder() const {
+    std::vector<std::uint16_t> result;
+    for (std::uint16_t vlan = next_[edge]; vlan != edge; vlan = next_[vlan]) {
+      result.push_back(vlan);
+    }
+    return result;
+  }
+
+  /// An id that is there keeps its place. Throws Lumo::RangeException for an id above 4095.
+  void insert(std::uint16_t vlan) {
+    if (!contains(vlan)) {
+      ids_.insert(vlan);
+      link(previous_[edge], vlan);
+      link(vlan, edge);
+    }
+  }
+  void erase(std::uint16_t vlan) noexcept {
+    if (contains(vlan)) {
+      ids_.erase(vlan);
+      link(previous_[vlan], next_[vlan]);
+    }
+  }
+
+ private:
+  // The sequence is a ring that this element closes: the first id follows it, the last precedes it.
+  static constexpr std::uint16_t edge = VlanSet::size;
+  using Links = std::array<std::uint16_t, VlanSet::size + 1>;
+
+  static Links none() noexcept {
+    Links links{};
+    links[edge] = edge;
+    return links;
+  }
+  void link(std::uint16_t before, std::uint16_t after) noexcept {
+    next_[before] = after;
+    previous_[after] = before;
+  }
+
+  VlanSet ids_;
+  Links next_ = none();
+  Links previous_ = none();
+};
+
 /// A boolean for each VLAN id that has an entry.
 class VlanTable {
  public:
   /// The ids that have an entry, and those whose entry is true.
-  VlanSet const& entries() const noexcept { return entries_; }
+  VlanSequence const& entries() const noexcept { return entries_; }
   VlanSet const& trueEntries() const noexcept { return true_; }
 
   /// The entry of an id, or none.
@@ -92,7 +143,7 @@ class VlanTable {
   }
 
  private:
-  VlanSet entries_;
+  VlanSequence entries_;
   VlanSet true_;
 };
 

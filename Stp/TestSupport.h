@@ -1,0 +1,112 @@
+// What the tests of the mirrors share: announced changes, traced handlers, and what a test leaves
+// behind.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Lumo/Ptr.h"
+#include "Lumo/Publisher.h"
+#include "Stp/Module.h"
+#include "Vel/AllocTrack.h"
+#include "Vel/TraceHandle.h"
+
+namespace Stp::TestSupport {
+
+/// The number of live objects of every counted class that has any.
+inline std::map<std::string, std::uint64_t> liveObjects() {
+  std::map<std::string, std::uint64_t> live;
+  for (auto const* tracker = Vel::AllocTrackTypeInfo::first(); tracker != nullptr;
+       tracker = tracker->next()) {
+    if (tracker->live() != 0) {
+      live[std::string(tracker->className())] += tracker->live();
+    }
+  }
+  return live;
+}
+
+/// A fixture whose tests must leave no counted object, once all that they hold is gone.
+class LeavesNothing : public testing::Test {
+ protected:
+  ~LeavesNothing() override { EXPECT_EQ(liveObjects(), (std::map<std::string, std::uint64_t>())); }
+};
+
+/// Subscribes to an entity, counts its changes and lets a test react to each.
+template <class Entity>
+class Watch {
+ public:
+  /// Gets the attribute, and the two values that the entity announces with it.
+  using Reaction = std::function<void(Lumo::FieldId, void const*, void const*)>;
+
+  explicit Watch(Lumo::Ptr<Entity> entity, Reaction reaction = {})
+      : entity_(std::move(entity)), reaction_(std::move(reaction)) {
+    slot_.routineIs(&changed, this);
+    entity_->publisher().subscriberAdd(slot_, false);
+  }
+  Watch(Watch const&) = delete;
+  Watch& operator=(Watch const&) = delete;
+  ~Watch() { slot_.unsubscribeFrom(entity_->publisher()); }
+
+  /// How many changes there were since this was last asked.
+  int changes() { return std::exchange(changes_, 0); }
+
+ private:
+  static void changed(Lumo::Publisher* /*publisher*/, Lumo::Subscriber* slot, Lumo::FieldId field,
+                      void const* oldValueOrKey, void const* newValue) {
+    auto& watch = *static_cast<Watch*>(slot->owner());
+    ++watch.changes_;
+    if (watch.reaction_) {
+      watch.reaction_(field, oldValueOrKey, newValue);
+    }
+  }
+
+  Lumo::Ptr<Entity> entity_;
+  Reaction reaction_;
+  Lumo::Subscriber slot_;
+  int changes_ = 0;
+};
+
+/// Takes the lines of the module's text trace at the level of the handlers while it lives.
+class HandlerLines {
+ public:
+  HandlerLines()
+      : before_(Vel::traceSinkIs([this](Vel::TraceLine const& line) {
+          lines_.push_back(std::string(line.handle) + " " + std::to_string(line.level) + " " +
+                           std::string(line.sourcePath) + ":" + std::to_string(line.sourceLine) +
+                           " " + std::string(line.function) + " " + std::string(line.text));
+          handlers_.emplace_back(line.function);
+        })) {
+    _defaultTraceHandle().levelIs(8, true);
+  }
+  HandlerLines(HandlerLines const&) = delete;
+  HandlerLines& operator=(HandlerLines const&) = delete;
+  ~HandlerLines() {
+    _defaultTraceHandle().levelIs(8, false);
+    Vel::traceSinkIs(std::move(before_));
+  }
+
+  /// The lines since this was last asked, as "HANDLE LEVEL PATH:LINE FUNCTION TEXT".
+  std::vector<std::string> lines() {
+    handlers_.clear();
+    return std::exchange(lines_, {});
+  }
+
+  /// The handlers that ran since this was last asked.
+  std::vector<std::string> handlers() {
+    lines_.clear();
+    return std::exchange(handlers_, {});
+  }
+
+ private:
+  std::vector<std::string> lines_;
+  std::vector<std::string> handlers_;
+  Vel::TraceSink before_;
+};
+
+}  // namespace Stp::TestSupport

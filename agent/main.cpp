@@ -1,0 +1,146 @@
+// The command line of the host agent.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Fatal.h"
+#include "Run.h"
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr int wrongCommandLine = 2;
+constexpr char const* versionText = "stp-openconfig-agent " AGENT_VERSION;
+
+// A file opened later must not come to stand for a standard stream that the caller closed.
+void occupyStandardStreams() {
+  int descriptor = ::open("/dev/null", O_RDWR);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+    descriptor = ::open("/dev/null", O_RDWR);
+  }
+  if (descriptor >= 0) {
+    (void)::close(descriptor);
+  }
+}
+
+// Returns the exit status if the command line asks for no more, or is wrong.
+std::optional<int> parse(CLI::App& app, Words words) {
+  std::ranges::reverse(words);
+  try {
+    app.parse(std::move(words));
+    return std::nullopt;
+  } catch (CLI::ParseError const& error) {
+    return app.exit(error) == 0 ? 0 : wrongCommandLine;
+  }
+}
+
+void addSettings(CLI::App& command, Agent::Settings& settings) {
+  auto const setShow = [&settings](std::string const& what) {
+    settings.show = what == "entities" ? Agent::Show::entities
+                    : what == "none"   ? Agent::Show::none
+                                       : Agent::Show::openConfig;
+  };
+  command
+      .add_option_function<std::string>("--show", setShow,
+                                        "What to print at the end, and when asked to")
+      ->check(CLI::IsMember({"openconfig", "entities", "none"}))
+      ->type_name("WHAT")
+      ->default_str("openconfig");
+  command.add_flag("--watch", settings.watch,
+                   "Print every change of a target entity as it is published");
+  command.add_flag("--manual-start", settings.manualStart,
+                   "Create no top-level object until a start operation");
+  command.add_flag("--trace", settings.trace,
+                   "Write the text trace of the mirror to standard error");
+  command
+      .add_option_function<std::string>(
+          "--flashlog", [&settings](std::string const& file) { settings.flashlog = file; },
+          "Record the fast trace into a file")
+      ->type_name("FILE");
+  command.set_version_flag("--version", versionText);
+}
+
+int run(Words const& words) {
+  Agent::Settings settings;
+  Words files;
+  CLI::App command("Applies operations, one JSON object a line.", "stp-openconfig-agent run");
+  command
+      .add_option("FILE", files, "Files of operations, in order; - is standard input, the default")
+      ->type_name("");
+  addSettings(command, settings);
+  auto const ended = parse(command, words);
+  return ended ? *ended : Agent::runOperations(settings, files);
+}
+
+int replay(Words const& words) {
+  Agent::Settings settings;
+  std::string bridge;
+  Words folders;
+  CLI::App command("Applies what changes from each snapshot of an engine to the next.",
+                   "stp-openconfig-agent replay");
+  command.add_option("--bridge", bridge, "The bridge that the snapshots are of")
+      ->required()
+      ->type_name("NAME");
+  command.add_option("DIR", folders, "Folders with one snapshot each, in order")
+      ->required()
+      ->type_name("");
+  addSettings(command, settings);
+  auto const ended = parse(command, words);
+  return ended ? *ended : Agent::replaySnapshots(settings, bridge, folders);
+}
+
+struct Command {
+  char const* name;
+  char const* summary;
+  int (*run)(Words const& words);
+};
+
+constexpr std::array commands{
+    Command{"run", "apply operations, one JSON object a line", &run},
+    Command{"replay", "apply what changes from each snapshot of an engine to the next", &replay},
+};
+
+std::string commandList() {
+  std::string list = "Commands (each has a --help of its own):";
+  for (Command const& command : commands) {
+    list.append("\n  ").append(command.name).append(": ").append(command.summary);
+  }
+  return list;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  occupyStandardStreams();
+  Agent::installFatalHandler();
+
+  CLI::App app("Mirrors spanning-tree state into OpenConfig entities, and shows them.",
+               "stp-openconfig-agent COMMAND");
+  app.set_version_flag("--version", versionText);
+  app.footer(commandList());
+  app.prefix_command();  // what follows the command is its own affair
+  if (auto const ended = parse(app, Words(argv + 1, argv + argc))) {
+    return *ended;
+  }
+  Words words = app.remaining();
+  if (words.empty()) {
+    std::cerr << "A command is missing\n" << commandList() << "\n";
+    return wrongCommandLine;
+  }
+  auto const command = std::ranges::find(commands, words.front(), &Command::name);
+  if (command == commands.end()) {
+    std::cerr << words.front() << ": no such command\n" << commandList() << "\n";
+    return wrongCommandLine;
+  }
+  words.erase(words.begin());
+  return command->run(words);
+}

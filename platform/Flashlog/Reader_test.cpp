@@ -1,0 +1,296 @@
+#include "Flashlog/Reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Flashlog/TestSupport.h"
+
+namespace Flashlog {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+using Bytes = std::vector<std::byte>;
+
+constexpr std::size_t capacity = 4;
+constexpr int firstId = 3;
+constexpr int secondId = 1;
+
+// A file with two messages and six records in a ring of four.
+Bytes sample() {
+  TemporaryFolder const folder;
+  TraceFile file(folder.file("trace"), smallTrace(capacity));
+  EXPECT_TRUE(file.registerMessage(firstId, "/src/A", 7, "first"));
+  EXPECT_TRUE(file.registerMessage(secondId, "/src/A", 8, "second"));
+  for (std::uint64_t i = 0; i < 6; ++i) {
+    file.write(100 + i, i, i % 2 == 0 ? firstId : secondId);
+  }
+  return bytesOf(file.path());
+}
+
+// The message of the error that the bytes are refused with.
+std::string refusal(Bytes const& bytes) {
+  try {
+    static_cast<void>(parseTrace("NAME", bytes));
+  } catch (ReadError const& error) {
+    EXPECT_THAT(error.what(), StartsWith("NAME: "));
+    return error.what();
+  }
+  ADD_FAILURE() << "was read";
+  return {};
+}
+
+// Reads bytes that may be damaged: either they make a trace of the file's size or they are refused.
+void expectSurvival(Bytes const& bytes) {
+  try {
+    Trace const trace = parseTrace("NAME", bytes);
+    EXPECT_LE(trace.records.size(), bytes.size() / sizeof(Layout::Slot));
+    EXPECT_LE(trace.messages.size(), bytes.size() / sizeof(Layout::EntryHeader));
+    for (TraceRecord const& record : trace.records) {
+      EXPECT_LT(record.message, trace.messages.size());
+    }
+  } catch (ReadError const& error) {
+    EXPECT_THAT(error.what(), StartsWith("NAME: "));
+  }
+}
+
+TEST(Reader, FilesThatAreNoTraceAreRefused) {
+  TemporaryFolder const folder;
+  std::string const path = folder.file("trace");
+  struct Case {
+    std::string contents;
+    std::string reason;
+  };
+  for (Case const& c : std::vector<Case>{
+           {"", "is empty"},
+           {"F", "is not a trace file"},
+           {"FLASHLO", "is not a trace file"},
+           {"FLASHLOG", "is truncated: 8 bytes, its header has 4096"},
+           {std::string(100, '#'), "is not a trace file"},
+           {std::string(10'000, '\0'), "is not a trace file, or its creation was not finished"},
+           {std::string(10'000, '#'), "is not a trace file"}}) {
+    bytesAre(path, std::as_bytes(std::span(c.contents)));
+    try {
+      static_cast<void>(readTrace(path));
+      ADD_FAILURE() << "was read";
+    } catch (ReadError const& error) {
+      EXPECT_EQ(error.what(), path + ": " + c.reason);
+    }
+  }
+}
+
+TEST(Reader, FilesThatCannotBeReadAreNamed) {
+  struct Case {
+    std::string path;
+    std::string reason;
+  };
+  for (Case const& c : std::vector<Case>{{"/no/such/file", "cannot be opened: No such file"},
+                                         {"/", "cannot be read: Is a directory"},
+                                         {"/dev/null", "is empty"},
+                                         {"/dev/zero", "is not a trace file"}}) {
+    try {
+      static_cast<void>(readTrace(c.path));
+      ADD_FAILURE() << c.path << " was read";
+    } catch (ReadError const& error) {
+      EXPECT_THAT(error.what(), StartsWith(c.path + ": " + c.reason));
+    }
+  }
+}
+
+TEST(Reader, TruncatedFileTellsWhatItLacks) {
+  TemporaryFolder const folder;
+  std::string const path = folder.file("trace");
+  Bytes const bytes = sample();
+  ASSERT_EQ(bytes.size(), 4096U + 512 + capacity * 24);
+  for (std::size_t const size : {std::size_t{4096}, bytes.size() - 24, bytes.size() - 1}) {
+    bytesAre(path, std::span(bytes).first(size));
+    try {
+      static_cast<void>(readTrace(path));
+      ADD_FAILURE() << "was read";
+    } catch (ReadError const& error) {
+      EXPECT_EQ(error.what(), path + ": is truncated: " + std::to_string(size) + " bytes of 4704");
+    }
+  }
+}
+
+TEST(Reader, FileOfAnotherVersionTellsBoth) {
+  Bytes bytes = sample();
+  put(bytes, offsetof(Layout::Header, version), std::uint32_t{2});
+  EXPECT_EQ(refusal(bytes), "NAME: is of version 2, only version 1 can be read");
+}
+
+TEST(Reader, TooLongFileIsRefused) {
+  Bytes bytes = sample();
+  bytes.push_back({});
+  EXPECT_THAT(refusal(bytes), HasSubstr("more than the 4704 bytes"));
+}
+
+TEST(Reader, DamagedHeaderIsRefused) {
+  struct Case {
+    std::size_t offset;
+    std::uint64_t value;
+    std::string reason;
+  };
+  std::uint64_t const most = std::numeric_limits<std::uint64_t>::max();
+  for (Case const& c : std::vector<Case>{
+           {offsetof(Layout::Header, messageAreaBytes), 513, "sizes that no trace file has"},
+           {offsetof(Layout::Header, messageAreaBytes), 1024, "is truncated"},
+           {offsetof(Layout::Header, messageAreaBytes), 504, "more than"},
+           {offsetof(Layout::Header, messageAreaBytes), most - 7, "do not fit any file"},
+           {offsetof(Layout::Header, ringCapacity), 0, "sizes that no trace file has"},
+           {offsetof(Layout::Header, ringCapacity), 5, "is truncated"},
+           {offsetof(Layout::Header, ringCapacity), 3, "more than"},
+           {offsetof(Layout::Header, ringCapacity), most, "do not fit any file"},
+           {offsetof(Layout::Header, ringCapacity), most / 24 + 5, "do not fit any file"},
+           {offsetof(Layout::Header, slotBytes), 32, "sizes that no trace file has"},
+           {offsetof(Layout::Header, messageBytesUsed), 520, "520 bytes used"},
+           {offsetof(Layout::Header, messageBytesUsed), most, "bytes used of a message area"},
+           {offsetof(Layout::Header, messageBytesUsed), 1, "1 bytes used"},
+           {offsetof(Layout::Header, messageBytesUsed), 8, "message entry 1 is out of bounds"},
+           {offsetof(Layout::Header, messageBytesUsed), 40, "message entry 2 is out of bounds"},
+           {offsetof(Layout::Header, messageBytesUsed), 32, "has the unknown message id"},
+           {offsetof(Layout::Header, lap), 3, "record 1 of the ring has a sequence"},
+           {offsetof(Layout::Header, lap), most, "laps of the ring"},
+           {offsetof(Layout::Header, firstClock), most, "its clocks ran backwards"},
+       }) {
+    SCOPED_TRACE(c.reason);
+    Bytes bytes = sample();
+    put(bytes, c.offset, c.value);
+    EXPECT_THAT(refusal(bytes), HasSubstr(c.reason));
+  }
+}
+
+TEST(Reader, DamagedMessageIsRefused) {
+  struct Case {
+    std::size_t offset;
+    std::uint32_t value;
+    std::string reason;
+  };
+  std::uint32_t const most = std::numeric_limits<std::uint32_t>::max();
+  std::size_t const secondEntry = Layout::entryBytes(6, 5);
+  for (Case const& c : std::vector<Case>{
+           {offsetof(Layout::EntryHeader, id), 0, "message entry 1 has the id 0"},
+           {offsetof(Layout::EntryHeader, id), most, "message entry 1 has the id -1"},
+           {offsetof(Layout::EntryHeader, id), maxMessageId + 1, "message entry 1 has the id"},
+           {offsetof(Layout::EntryHeader, pathBytes), most, "message entry 1 is out of bounds"},
+           {offsetof(Layout::EntryHeader, textBytes), most, "message entry 1 is out of bounds"},
+           {secondEntry + offsetof(Layout::EntryHeader, textBytes), 200,
+            "message entry 2 is out of bounds"},
+           {secondEntry + offsetof(Layout::EntryHeader, id), firstId,
+            "two messages have the id"}}) {
+    SCOPED_TRACE(c.reason);
+    Bytes bytes = sample();
+    put(bytes, Layout::headerBytes + c.offset, c.value);
+    EXPECT_THAT(refusal(bytes), HasSubstr(c.reason));
+  }
+}
+
+TEST(Reader, DamagedRecordIsRefused) {
+  // Slots 0 and 1 are of lap 1, slots 2 and 3 of lap 0.
+  struct Case {
+    std::size_t slot;
+    std::uint64_t tag;
+    std::string reason;
+  };
+  for (Case const& c : std::vector<Case>{
+           {0, Layout::lapTag(1) | 99'999, "record 1 of the ring has the unknown message id 99999"},
+           {0, Layout::lapTag(3) | 1, "record 1 of the ring has a sequence that is not its own"},
+           {0, 0, "record 1 of the ring has a sequence that is not its own"},
+           {1, Layout::lapTag(2) | 1, "record 2 of the ring has a sequence that is not its own"},
+           {2, Layout::lapTag(3) | 1, "record 3 of the ring has a sequence that is not its own"},
+           {3, Layout::lapTag(1) | 1, "record 4 of the ring has a sequence that is not its own"},
+           {3, Layout::lapTag(0), "record 4 of the ring has the unknown message id 0"},
+           {0, Layout::lapTag(1), "record 1 of the ring has the unknown message id 0"},
+           {3, 0, "record 4 of the ring has a sequence that is not its own"}}) {
+    SCOPED_TRACE(c.reason);
+    Bytes bytes = sample();
+    put(bytes, slotOffset(bytes, c.slot) + offsetof(Layout::Slot, tag), c.tag);
+    EXPECT_THAT(refusal(bytes), HasSubstr(c.reason));
+  }
+}
+
+TEST(Reader, RecordsInARingThatIsUnusedByItsHeaderAreRefused) {
+  Bytes bytes = sample();
+  Layout::Slot const blank{};
+  put(bytes, slotOffset(bytes, 0), blank);
+  EXPECT_THAT(refusal(bytes), HasSubstr("no record, but 1 laps of the ring"));
+  put(bytes, offsetof(Layout::Header, lap), std::uint64_t{0});
+  EXPECT_THAT(refusal(bytes), HasSubstr("record 2 of the ring has a sequence"));
+}
+
+TEST(Reader, LapsAreCountedBeyondWhatATagHolds) {
+  std::uint64_t const tags = std::numeric_limits<std::uint32_t>::max();
+  for (std::uint64_t const lap : {tags - 1, tags, tags + 1, 5 * tags}) {
+    SCOPED_TRACE(lap);
+    Bytes bytes = sample();
+    for (std::size_t i = 0; i < capacity; ++i) {
+      put(bytes, slotOffset(bytes, i) + offsetof(Layout::Slot, tag),
+          Layout::lapTag(i < 2 ? lap : lap - 1) | firstId);
+    }
+    // The header is a lap ahead when the writer died at the end of the ring.
+    for (std::uint64_t const headerLap : {lap - 1, lap, lap + 1}) {
+      put(bytes, offsetof(Layout::Header, lap), headerLap);
+      Trace const trace = parseTrace("NAME", bytes);
+      EXPECT_EQ(trace.lost, lap * capacity + 2 - capacity);
+      ASSERT_EQ(trace.records.size(), capacity);
+      for (TraceRecord const& record : trace.records) {
+        EXPECT_EQ(record.sequence, lap * capacity + record.startTicks - 100 - capacity);
+      }
+    }
+  }
+}
+
+TEST(Reader, FlippedBitsNeverCrashIt) {
+  Bytes const bytes = sample();
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (i == sizeof(Layout::Header)) {
+      i = Layout::headerBytes;
+    }
+    for (unsigned const mask : {0x01U, 0x10U, 0x80U, 0xFFU}) {
+      Bytes flipped = bytes;
+      flipped[i] ^= static_cast<std::byte>(mask);
+      expectSurvival(flipped);
+    }
+  }
+}
+
+TEST(Reader, RandomDamageNeverCrashesIt) {
+  std::mt19937_64 random(20'260'131);
+  Bytes const bytes = sample();
+  std::vector<std::uint64_t> const extremes{0,
+                                            1,
+                                            2,
+                                            0x7FFFFFFF,
+                                            0x80000000,
+                                            0xFFFFFFFF,
+                                            0x7FFFFFFFFFFFFFFF,
+                                            0x8000000000000000,
+                                            0xFFFFFFFFFFFFFFFF};
+  for (int run = 0; run < 20'000; ++run) {
+    Bytes damaged = bytes;
+    for (std::uint64_t count = 1 + random() % 4; count > 0; --count) {
+      std::uint64_t const value =
+          random() % 2 == 0 ? extremes[random() % extremes.size()] : random();
+      std::size_t const begin = random() % 2 == 0 ? random() % sizeof(Layout::Header)
+                                                  : Layout::headerBytes + random() % (512 + 96);
+      put(damaged, std::min(begin, damaged.size() - sizeof value), value);
+    }
+    if (random() % 8 == 0) {
+      damaged.resize(random() % damaged.size());
+    }
+    expectSurvival(damaged);
+  }
+}
+
+}  // namespace
+}  // namespace Flashlog

@@ -1,0 +1,152 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Process.h"
+
+namespace Test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string const freshEntities =
+    R"({"ocGlobalConfig":{"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]},)"
+    R"("ocGlobalState":{"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]},)"
+    R"("ocInterfaceConfigDir":{},"ocInterfaceStateDir":{},)"
+    R"("ocMstiConfigDir":{},"ocMstiStateDir":{}})"
+    "\n";
+
+TEST(CommandLine, HelpListsTheCommandsAndOptions) {
+  for (std::vector<std::string> const& arguments :
+       {std::vector<std::string>{"--help"}, {"-h"}, {"run", "--help"}, {"replay", "--help"}}) {
+    Outcome const outcome = runAgent(arguments);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.out, HasSubstr("stp-openconfig-agent"));
+  }
+  EXPECT_THAT(runAgent({"--help"}).out, AllOf(HasSubstr("run"), HasSubstr("replay")));
+  for (char const* const option : {"--show", "--watch", "--manual-start", "--trace", "--flashlog",
+                                   "--help", "--version"}) {
+    EXPECT_THAT(runAgent({"run", "--help"}).out, HasSubstr(option));
+    EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr(option));
+  }
+  EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr("--bridge"));
+}
+
+TEST(CommandLine, VersionIsThatOfTheProject) {
+  for (std::vector<std::string> const& arguments :
+       {std::vector<std::string>{"--version"}, {"run", "--version"}, {"replay", "--version"}}) {
+    Outcome const outcome = runAgent(arguments);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "stp-openconfig-agent " STP_AGENT_VERSION "\n");
+    EXPECT_EQ(outcome.err, "");
+  }
+}
+
+TEST(CommandLine, WhatIsWrongIsNamedAndEndsWithTwo) {
+  struct Wrong {
+    std::vector<std::string> arguments;
+    char const* named;
+  };
+  for (auto const& [arguments, named] : std::vector<Wrong>{
+           {{}, "command is missing"},
+           {{"walk"}, "walk"},
+           {{"run", "--shw", "none"}, "--shw"},
+           {{"run", "--show"}, "--show"},
+           {{"run", "--show", "all"}, "all"},
+           {{"run", "--show", "0"}, "0"},
+           {{"run", "--show", "none", "--show", "none"}, "--show"},
+           {{"run", "--flashlog"}, "--flashlog"},
+           {{"run", "--bridge", "br0"}, "--bridge"},
+           {{"replay", "."}, "--bridge"},
+           {{"replay", "--bridge", "br0"}, "DIR"},
+           {{"replay", "--bridge"}, "--bridge"},
+           {{"run", "--flashlog", "/nonexistent/trace"}, "/nonexistent/trace"},
+           {{"run", "--flashlog", ""}, "--flashlog"},
+       }) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    Outcome const outcome = runAgent(arguments);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, HasSubstr(named));
+  }
+}
+
+TEST(CommandLine, OptionsStandBeforeOrAfterTheFiles) {
+  Folder const folder;
+  std::string const file = folder.file("empty.jsonl", "");
+  for (std::vector<std::string> const& arguments :
+       {std::vector<std::string>{"run", "--manual-start", "--show", "entities", file},
+        {"run", file, "--manual-start", "--show", "entities"},
+        {"run", file, "--show=entities", file, "--manual-start", file},
+        {"run", "--manual-start", file, "--show", "entities", "--", file}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    Outcome const outcome = runAgent(arguments);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, freshEntities);
+    EXPECT_EQ(outcome.err, "");
+  }
+}
+
+TEST(CommandLine, FilesMayBeNamedLikeCommands) {
+  Folder const folder;
+  std::string const lines = R"({"op":"show"})";
+  std::filesystem::path const before = std::filesystem::current_path();
+  folder.file("replay", lines);
+  folder.file("run", lines);
+  std::filesystem::current_path(folder.path(""));
+  Outcome const outcome = runAgent({"run", "--manual-start", "--show", "entities", "run", "replay"});
+  std::filesystem::current_path(before);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, freshEntities + freshEntities + freshEntities);
+}
+
+TEST(CommandLine, ShowChoosesWhatIsPrinted) {
+  std::string const line = R"({"op":"show"})";
+  EXPECT_EQ(runAgent({"run", "--show", "none"}, line).out, "");
+  EXPECT_EQ(runAgent({"run", "--manual-start", "--show", "entities"}, line).out,
+            freshEntities + freshEntities);
+  std::string const document =
+      "{\n"
+      "  \"openconfig-spanning-tree:stp\": {\n"
+      "    \"global\": {\n"
+      "      \"config\": {\n"
+      "        \"bpdu-guard\": false\n"
+      "      },\n"
+      "      \"state\": {\n"
+      "        \"bpdu-guard\": false\n"
+      "      }\n"
+      "    }\n"
+      "  }\n"
+      "}\n";
+  EXPECT_EQ(runAgent({"run", "--manual-start"}, line).out, document + document);
+  EXPECT_EQ(runAgent({"run", "--manual-start", "--show", "openconfig"}).out, document);
+}
+
+TEST(CommandLine, TraceGoesToStandardError) {
+  Outcome const outcome =
+      runAgent({"run", "--show", "none", "--trace"},
+               R"({"op":"set","path":["input","mode"],"value":3})");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_THAT(outcome.err,
+              HasSubstr(" StpOCSm 8 /src/Stp/StpOpenConfigSm:156 "
+                        "OCGlobalConfigSm::handleEnabledProtocol() \n"));
+  EXPECT_EQ(runAgent({"run", "--show", "none"}).err, "");
+}
+
+TEST(CommandLine, FlashlogRecordsTheRun) {
+  Folder const folder;
+  std::string const trace = folder.path("trace");
+  Outcome const outcome = runAgent({"run", "--show", "none", "--flashlog", trace});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_GT(std::filesystem::file_size(trace), 0U);
+}
+
+}  // namespace
+}  // namespace Test

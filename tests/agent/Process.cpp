@@ -1,0 +1,185 @@
+#include "Process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <utility>
+
+namespace Test {
+
+namespace {
+
+constexpr int patience = 60'000;  // milliseconds without a sign of life
+
+void require(bool holds, char const* what) {
+  if (!holds) {
+    throw std::runtime_error(std::string(what) + ": " + std::to_string(errno));
+  }
+}
+
+std::array<int, 2> makePipe() {
+  std::array<int, 2> ends{};
+  require(::pipe2(ends.data(), O_CLOEXEC) == 0, "pipe2");
+  return ends;
+}
+
+}  // namespace
+
+Process::Process(std::vector<std::string> const& arguments) {
+  std::vector<char*> argv{const_cast<char*>(STP_AGENT)};
+  for (std::string const& argument : arguments) {
+    argv.push_back(const_cast<char*>(argument.c_str()));
+  }
+  argv.push_back(nullptr);
+  auto const input = makePipe();
+  auto const output = makePipe();
+  auto const errors = makePipe();
+  pid_ = ::fork();
+  require(pid_ >= 0, "fork");
+  if (pid_ == 0) {
+    ::dup2(input[0], STDIN_FILENO);
+    ::dup2(output[1], STDOUT_FILENO);
+    ::dup2(errors[1], STDERR_FILENO);
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  ::close(input[0]);
+  ::close(output[1]);
+  ::close(errors[1]);
+  ends_ = {input[1], output[0], errors[0]};
+  std::signal(SIGPIPE, SIG_IGN);  // the agent may end before it has read its input
+}
+
+Process::~Process() {
+  for (Stream const stream : {in, out, err}) {
+    closeStream(stream);
+  }
+  if (pid_ > 0) {
+    ::kill(pid_, SIGKILL);
+    ::waitpid(pid_, nullptr, 0);
+  }
+}
+
+void Process::closeStream(Stream stream) {
+  if (ends_[stream] >= 0) {
+    ::close(std::exchange(ends_[stream], -1));
+  }
+}
+
+// What the agent writes meanwhile is read, so that neither waits for the other.
+void Process::write(std::string const& text) {
+  std::size_t written = 0;
+  ::fcntl(ends_[in], F_SETFL, O_NONBLOCK);
+  while (written < text.size()) {
+    ssize_t const size = ::write(ends_[in], text.data() + written, text.size() - written);
+    if (size >= 0) {
+      written += static_cast<std::size_t>(size);
+    } else if (errno == EAGAIN) {
+      pollfd writable{ends_[in], POLLOUT, 0};
+      if (::poll(&writable, 1, 1) == 0) {
+        pollfd readable{ends_[out], POLLIN, 0};
+        if (::poll(&readable, 1, 0) > 0) {
+          readSome();
+        }
+      }
+    } else {
+      return;
+    }
+  }
+}
+
+void Process::closeInput() {
+  closeStream(in);
+}
+
+void Process::closeOutput() {
+  closeStream(out);
+}
+
+// Reads from what has something to read; false when both have ended.
+bool Process::readSome() {
+  std::array<pollfd, 2> readable{pollfd{ends_[out], POLLIN, 0}, pollfd{ends_[err], POLLIN, 0}};
+  if (ends_[out] < 0 && ends_[err] < 0) {
+    return false;
+  }
+  if (::poll(readable.data(), readable.size(), patience) <= 0) {
+    ADD_FAILURE() << "the agent neither wrote nor ended";
+    ::kill(pid_, SIGKILL);
+    closeStream(out);
+    closeStream(err);
+    return false;
+  }
+  for (Stream const stream : {out, err}) {
+    if (readable[stream - 1].revents != 0) {
+      std::array<char, 65536> buffer{};
+      ssize_t const size = ::read(ends_[stream], buffer.data(), buffer.size());
+      if (size > 0) {
+        read_[stream].append(buffer.data(), static_cast<std::size_t>(size));
+      } else {
+        closeStream(stream);
+      }
+    }
+  }
+  return true;
+}
+
+std::string Process::readLine() {
+  std::string& text = read_[out];
+  while (text.find('\n') == std::string::npos) {
+    if (!readSome()) {
+      ADD_FAILURE() << "no further line on standard output";
+      return "";
+    }
+  }
+  std::string line = text.substr(0, text.find('\n'));
+  text.erase(0, line.size() + 1);
+  return line;
+}
+
+void Process::signal(int number) const {
+  ::kill(pid_, number);
+}
+
+Outcome Process::finish() {
+  closeInput();
+  while (readSome()) {
+  }
+  int status = 0;
+  ::waitpid(std::exchange(pid_, -1), &status, 0);
+  return {read_[out], read_[err], WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+          WIFSIGNALED(status) ? WTERMSIG(status) : 0};
+}
+
+Outcome runAgent(std::vector<std::string> const& arguments, std::string const& input) {
+  Process agent(arguments);
+  agent.write(input);
+  return agent.finish();
+}
+
+Folder::Folder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "agent-XXXXXX").string();
+  require(::mkdtemp(pattern.data()) != nullptr, "mkdtemp");
+  path_ = pattern;
+}
+
+Folder::~Folder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::string Folder::file(std::string const& name, std::string const& content) const {
+  std::string const at = path(name);
+  std::filesystem::create_directories(std::filesystem::path(at).parent_path());
+  std::ofstream(at, std::ios::binary) << content;
+  return at;
+}
+
+}  // namespace Test

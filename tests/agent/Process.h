@@ -1,0 +1,76 @@
+// The agent as a child process, with a pipe for each of its standard streams.
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Test {
+
+/// How a process ended, and all that it wrote and nobody read before.
+struct Outcome {
+  std::string out;
+  std::string err;
+  int status = -1;  ///< exit status, -1 if a signal ended it
+  int signal = 0;   ///< the signal that ended it, 0 if none
+};
+
+/// A running agent. Waiting for it longer than a test could need kills it and fails the test.
+class Process {
+ public:
+  explicit Process(std::vector<std::string> const& arguments);
+  Process(Process const&) = delete;
+  Process& operator=(Process const&) = delete;
+  ~Process();
+
+  /// Writes to its standard input.
+  void write(std::string const& text);
+  void closeInput();
+
+  /// Closes the end from which its standard output is read.
+  void closeOutput();
+
+  /// The next line of its standard output, without its end.
+  std::string readLine();
+
+  void signal(int number) const;
+
+  /// Closes its standard input, reads what it still writes, and waits for its end.
+  Outcome finish();
+
+ private:
+  enum Stream : std::size_t { in, out, err };
+
+  bool readSome();
+  void closeStream(Stream stream);
+
+  pid_t pid_ = -1;
+  std::array<int, 3> ends_{-1, -1, -1};
+  std::array<std::string, 3> read_;
+};
+
+/// Runs the agent to its end with `input` as its standard input.
+Outcome runAgent(std::vector<std::string> const& arguments, std::string const& input = "");
+
+/// A folder of its own for one test, removed at its end.
+class Folder {
+ public:
+  Folder();
+  Folder(Folder const&) = delete;
+  Folder& operator=(Folder const&) = delete;
+  ~Folder();
+
+  /// The path of a file in it.
+  std::string path(std::string const& name) const { return (path_ / name).string(); }
+
+  /// Writes a file and returns its path.
+  std::string file(std::string const& name, std::string const& content) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace Test

@@ -1,0 +1,219 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "Process.h"
+
+namespace Test {
+namespace {
+
+using testing::HasSubstr;
+
+std::string setMode(int mode) {
+  return R"({"op":"set","path":["input","mode"],"value":)" + std::to_string(mode) + "}\n";
+}
+
+std::string modeChanged(std::string const& protocols) {
+  return R"({"changed":["ocGlobalConfig","config"],"value":{"enabledProtocol":)" + protocols +
+         R"(,"bpduGuard":false,"disabledVlan":[]}})" + "\n";
+}
+
+std::vector<std::string> const watching{"run", "--manual-start", "--watch", "--show", "none"};
+std::string const startConfig = R"({"op":"start","object":"OCGlobalConfigSm"})"
+                                "\n";
+std::string const started = modeChanged("[0]") + modeChanged("[0]");
+
+std::vector<std::string> with(std::vector<std::string> arguments,
+                              std::vector<std::string> const& more) {
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+TEST(Run, LinesAreSkippedOrCounted) {
+  std::string const lines = "# a comment\n\n" + startConfig + "   \n#{\n" + setMode(3) + "\r\n" +
+                            R"({"op":"nothing"})" + "\n" + setMode(101);
+  Outcome const outcome = runAgent(watching, lines.substr(0, lines.size() - 1));
+  EXPECT_EQ(outcome.out, started + modeChanged("[1]") + modeChanged("[2]"));
+  EXPECT_EQ(outcome.err, "stdin:8: op: \"nothing\" is no operation\n");
+  EXPECT_EQ(outcome.status, 1);
+}
+
+TEST(Run, FilesAreAppliedInOrderAndNamedInRefusals) {
+  Folder const folder;
+  std::string const first = folder.file("first.jsonl", startConfig + "x\n" + setMode(3));
+  std::string const second = folder.file("second.jsonl", setMode(101) + "\n{}\n");
+  Outcome const outcome = runAgent(with(watching, {first, "-", second}), setMode(2) + "[\n");
+  EXPECT_EQ(outcome.out, started + modeChanged("[1]") + modeChanged("[0]") + modeChanged("[2]"));
+  EXPECT_EQ(outcome.err, first + ":2: not JSON: a syntax error at byte 1\n" +
+                             "stdin:2: not JSON: a syntax error at byte 2\n" + second +
+                             ":3: op: missing\n");
+  EXPECT_EQ(outcome.status, 1);
+}
+
+TEST(Run, UnreadableFileIsFoundBeforeAnythingIsApplied) {
+  Folder const folder;
+  std::string const good = folder.file("good.jsonl", startConfig);
+  for (auto const& [file, reason] :
+       {std::pair{folder.path("missing"), "No such file or directory"},
+        std::pair{folder.path(""), "Is a directory"},
+        std::pair{std::string(), "No such file or directory"}}) {
+    Outcome const outcome = runAgent({"run", "--watch", good, file});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, file + ": " + reason + "\n");
+  }
+}
+
+TEST(Run, FileThatFailsLaterEndsTheRun) {
+  Folder const folder;
+  std::string const good = folder.file("good.jsonl", startConfig);
+  // It can be opened, but its first page can't be read.
+  Outcome const outcome = runAgent(with(watching, {good, "/proc/self/mem", good}));
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.out, started);
+  EXPECT_EQ(outcome.err, "/proc/self/mem: Input/output error\n");
+}
+
+TEST(Run, EachLineIsAppliedAsSoonAsItIsRead) {
+  Process agent(watching);
+  agent.write(startConfig);
+  EXPECT_EQ(agent.readLine() + "\n", modeChanged("[0]"));
+  EXPECT_EQ(agent.readLine() + "\n", modeChanged("[0]"));
+  agent.write(setMode(3));
+  EXPECT_EQ(agent.readLine() + "\n", modeChanged("[1]"));
+  agent.write(setMode(101).substr(0, 10));
+  agent.write(setMode(101).substr(10));
+  EXPECT_EQ(agent.readLine() + "\n", modeChanged("[2]"));
+  EXPECT_EQ(agent.finish().status, 0);
+}
+
+TEST(Run, NamedPipeIsReadAsItIsWritten) {
+  Folder const folder;
+  std::string const pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  Process agent(with(watching, {pipe}));
+  FILE* const writer = std::fopen(pipe.c_str(), "w");
+  ASSERT_NE(writer, nullptr);
+  std::fputs((startConfig + setMode(3)).c_str(), writer);
+  std::fflush(writer);
+  EXPECT_EQ(agent.readLine() + "\n", modeChanged("[0]"));
+  EXPECT_EQ(agent.readLine() + "\n", modeChanged("[0]"));
+  EXPECT_EQ(agent.readLine() + "\n", modeChanged("[1]"));
+  std::fclose(writer);
+  EXPECT_EQ(agent.finish().status, 0);
+}
+
+TEST(Run, InterruptedRunShowsWhatItHas) {
+  for (int const number : {SIGINT, SIGTERM}) {
+    Process agent({"run", "--manual-start", "--watch", "--show", "entities"});
+    agent.write("refused\n" + startConfig + setMode(3) + setMode(101).substr(0, 20));
+    for (int line = 0; line < 3; ++line) {
+      agent.readLine();
+    }
+    agent.signal(number);
+    EXPECT_EQ(agent.readLine(),
+              R"({"ocGlobalConfig":{"enabledProtocol":[1],"bpduGuard":false,"disabledVlan":[]},)"
+              R"("ocGlobalState":{"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]},)"
+              R"("ocInterfaceConfigDir":{},"ocInterfaceStateDir":{},)"
+              R"("ocMstiConfigDir":{},"ocMstiStateDir":{}})");
+    Outcome const outcome = agent.finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "stdin:1: not JSON: a syntax error at byte 1\n");
+  }
+}
+
+TEST(Run, BusyRunIsInterruptedBetweenTwoLines) {
+  Folder const folder;
+  std::string lines = startConfig;
+  for (int count = 0; count < 200'000; ++count) {
+    lines += setMode(count % 2 == 0 ? 3 : 2);
+  }
+  Process agent(with(watching, {folder.file("many.jsonl", lines)}));
+  for (int line = 0; line < 10; ++line) {
+    agent.readLine();
+  }
+  agent.signal(SIGTERM);
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_LT(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 199'000);
+}
+
+TEST(Run, ClosedPipeEndsTheRunQuietly) {
+  Folder const folder;
+  std::string lines = startConfig;
+  for (int count = 0; count < 200'000; ++count) {
+    lines += setMode(count % 2 == 0 ? 3 : 2);
+  }
+  Process agent({"run", "--watch", folder.file("many.jsonl", lines)});
+  agent.readLine();
+  agent.closeOutput();
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.signal, 0);
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST(Run, ClosedPipeIsNoticedWithoutWaitingForMoreInput) {
+  Process agent(watching);
+  agent.write(startConfig);
+  agent.readLine();
+  agent.readLine();
+  agent.closeOutput();
+  agent.write("x\n" + setMode(3) + "never looked at\n");
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.signal, 0);
+  EXPECT_EQ(outcome.err, "stdin:2: not JSON: a syntax error at byte 1\n");
+}
+
+TEST(Run, BrokenInvariantEndsTheProcessWithItsCulprit) {
+  std::string const lines =
+      R"({"op":"create","path":["status","stpiStatus","Mst"]})"
+      "\n"
+      R"({"op":"start"})"
+      "\n"
+      R"({"op":"replace","path":["status","stpiStatus","Mst"]})"
+      "\n"
+      R"({"op":"show"})";
+  Process agent({"run", "--manual-start", "--watch", "--show", "entities"});
+  agent.write(lines);
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.signal, SIGABRT);
+  EXPECT_THAT(outcome.err,
+              testing::MatchesRegex("stp-openconfig-agent: fatal: stdin:3: "
+                                    "Stp::OCStpiStatusConfigSm.*stpiStatus.*\n"));
+  // All that starting printed is there, and nothing after it.
+  EXPECT_THAT(outcome.out, testing::EndsWith("\n"));
+  EXPECT_THAT(outcome.out, HasSubstr(R"({"changed":["ocMstiConfigDir","mstInstance",0],)"
+                                     R"("value":{"mstId":0,"bridgePriority":32768,)"
+                                     R"("vlan":[[1,4094]]}})"
+                                     "\n"));
+  EXPECT_THAT(outcome.out, testing::Not(HasSubstr("ocMstiStateDir")));
+}
+
+TEST(Run, OverlongLineIsRefused) {
+  std::string const longest(std::size_t{64} << 20U, ' ');
+  Process agent(watching);
+  agent.write(startConfig + longest.substr(startConfig.size()) + startConfig);
+  agent.write(longest + "x" + longest + "\n" + setMode(3));
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.err, "stdin:3: longer than 67108864 bytes\n");
+  EXPECT_EQ(outcome.out, started + modeChanged("[1]"));
+  EXPECT_EQ(outcome.status, 1);
+}
+
+TEST(Run, FullDeviceIsAnError) {
+  Outcome const outcome = runAgent({"run", "--flashlog", "/dev/full"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("/dev/full"));
+}
+
+}  // namespace
+}  // namespace Test

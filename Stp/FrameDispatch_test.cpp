@@ -14,6 +14,7 @@
 
 #include "Lumo/Ptr.h"
 #include "Lumo/Publisher.h"
+#include "Stp/MstpConfigMirrors.h"
 #include "Stp/Reactor.h"
 #include "Stp/TestSupport.h"
 
@@ -259,6 +260,13 @@ TEST_F(FrameDispatchDeathTest, ExceptionThatACallerWouldCatchEndsTheProcess) {
         }
       },
       testing::KilledBySignal(SIGABRT), "escaped from the handler");
+}
+
+TEST_F(FrameDispatchDeathTest, ValueThatAMirrorRefusesEndsTheProcess) {
+  auto const config = Lumo::make<Input::MstiConfig>();
+  auto const mirror = oCMstiConfigSmFactory("MST1", config, Lumo::make<OCMsti>());
+  EXPECT_EXIT(config->bridgePriorityIs(61441), testing::KilledBySignal(SIGABRT),
+              "Stp::OCBridgePriority::value < 0 or > 61440 not allowed");
 }
 
 }  // namespace

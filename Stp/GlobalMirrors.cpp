@@ -106,10 +106,12 @@ void OCGlobalStateSm::handleBpduguard() {
 
 void OCGlobalStateSm::handleDisabledVlan() {
   auto const traced = trace<"handleDisabledVlan", 324>();
-  // Only VLANs that exist are state: one that is configured but missing splits a run.
+  // Only VLANs that exist are state: one that is configured but missing splits a run. The directory
+  // is asked about disabled VLANs alone: while there are none it may be absent.
   rewrite(*ocGlobalState.pointer(), [this](OCGlobalStateContainer& state) {
-    compressDisabledVlans(state,
-                          stpConfig->disabledVlan().trueEntries() & stpVlanConfigDir->vlanConfig());
+    VlanSet const& disabled = stpConfig->disabledVlan().trueEntries();
+    bool const any = disabled.next(Bridging::VlanId::first) <= Bridging::VlanId::last;
+    compressDisabledVlans(state, any ? disabled & stpVlanConfigDir->vlanConfig() : VlanSet());
   });
 }
 

@@ -54,7 +54,7 @@ class Inspected {
   Lumo::ClassInspectData const& data_;
 };
 
-class InspectorTest : public TestSupport::LeavesNothing {
+class Inspection : public TestSupport::LeavesNothing {
  protected:
   Inspected inspect(std::string_view className) {
     for (Maker const& maker : makers()) {
@@ -68,7 +68,7 @@ class InspectorTest : public TestSupport::LeavesNothing {
   World world;
 };
 
-TEST_F(InspectorTest, ReadsEveryArgument) {
+TEST_F(Inspection, ReadsEveryArgument) {
   auto const name = [](Inspected const& object) {
     return std::get<Lumo::String>(object.get("name")).toString();
   };
@@ -132,7 +132,7 @@ TEST_F(InspectorTest, ReadsEveryArgument) {
   }
 }
 
-TEST_F(InspectorTest, ReadsEveryArgumentOfTheMstpClasses) {
+TEST_F(Inspection, ReadsEveryArgumentOfTheMstpClasses) {
   auto const name = [](Inspected const& object) {
     return std::get<Lumo::String>(object.get("name")).toString();
   };
@@ -178,7 +178,7 @@ TEST_F(InspectorTest, ReadsEveryArgumentOfTheMstpClasses) {
   EXPECT_EQ(std::get<std::uint64_t>(Inspected(w.trigger).get("counter")), 200U);
 }
 
-TEST_F(InspectorTest, ReadsAnAbsentEntityAsNothing) {
+TEST_F(Inspection, ReadsAnAbsentEntityAsNothing) {
   Inspected const watcher(oCMstSmFactory(nullptr, nullptr));
   EXPECT_TRUE(std::holds_alternative<std::monostate>(watcher.get("stpiStatus")));
   EXPECT_TRUE(std::holds_alternative<std::monostate>(watcher.get("ocMstpTrigger")));
@@ -187,7 +187,7 @@ TEST_F(InspectorTest, ReadsAnAbsentEntityAsNothing) {
   EXPECT_TRUE(std::holds_alternative<std::monostate>(state.get("ocMstSm")));
 }
 
-TEST_F(InspectorTest, GivesWhatIsOnlyReadAsReadOnly) {
+TEST_F(Inspection, GivesWhatIsOnlyReadAsReadOnly) {
   Inspected const mirror = inspect("OCGlobalConfigSm");
   EXPECT_TRUE(std::holds_alternative<Lumo::Ptr<Lumo::Node const>>(mirror.get("stpInputConfig")));
   EXPECT_TRUE(std::holds_alternative<Lumo::Ptr<Lumo::Node>>(mirror.get("ocGlobalConfig")));
@@ -195,7 +195,7 @@ TEST_F(InspectorTest, GivesWhatIsOnlyReadAsReadOnly) {
       inspect("OCInterfaceConfigDirSm").get("stpStatus")));
 }
 
-TEST_F(InspectorTest, InvokesEveryOperationByItsName) {
+TEST_F(Inspection, InvokesEveryOperationByItsName) {
   std::map<std::string_view, std::string> const names{
       {"handleInterface", "Ethernet7"},      {"handleStpiPortStatusConfig", "Ethernet7"},
       {"handleStpiPortStatus", "Ethernet7"}, {"handleStpiStatus", "Mst"},
@@ -227,13 +227,13 @@ TEST_F(InspectorTest, InvokesEveryOperationByItsName) {
   }
 }
 
-TEST_F(InspectorTest, PassesOnWhatAnOperationThrows) {
+TEST_F(Inspection, PassesOnWhatAnOperationThrows) {
   Inspected const mirror = inspect("OCMstpConfigSm");
   EXPECT_THROW(mirror.get("handleMstiConfig", {std::string("no instance")}), Lumo::RangeException);
   EXPECT_THROW(mirror.get("handleMstiConfig", {Lumo::String("no instance")}), Lumo::RangeException);
 }
 
-TEST_F(InspectorTest, RefusesArgumentsThatAreNoName) {
+TEST_F(Inspection, RefusesArgumentsThatAreNoName) {
   Inspected const mirror = inspect("OCMstpConfigSm");
   for (InspectValue const& value :
        Values{std::monostate(), std::uint64_t{1}, Lumo::Ptr<Lumo::Node>(world.mst)}) {
@@ -252,7 +252,7 @@ TEST_F(InspectorTest, RefusesArgumentsThatAreNoName) {
   }
 }
 
-TEST_F(InspectorTest, RefusesObjectsOfAnotherClass) {
+TEST_F(Inspection, RefusesObjectsOfAnotherClass) {
   auto const mirror = oCGlobalConfigSmFactory(world.inputConfig, world.ocGlobalConfig);
   for (Lumo::ClassInspectData const& data : _StpOpenConfigSm_a888b7c7e663556e_velModule.classes) {
     if (data.name == "Stp::OCGlobalConfigSm") {
@@ -269,7 +269,7 @@ TEST_F(InspectorTest, RefusesObjectsOfAnotherClass) {
   }
 }
 
-TEST_F(InspectorTest, RefusesFieldsThatTheClassDoesNotHave) {
+TEST_F(Inspection, RefusesFieldsThatTheClassDoesNotHave) {
   auto const mirror = oCGlobalConfigSmFactory(world.inputConfig, world.ocGlobalConfig);
   Lumo::HideMe const& hideMe = *Lumo::classOf(*mirror)->hideMe;
   using Lumo::FieldKind;
@@ -296,7 +296,7 @@ TEST_F(InspectorTest, RefusesFieldsThatTheClassDoesNotHave) {
   }
 }
 
-TEST_F(InspectorTest, WalksChildrenInOrderAndReadsThemNoOtherWay) {
+TEST_F(Inspection, WalksChildrenInOrderAndReadsThemNoOtherWay) {
   Inspected const parent = inspect("OCStpiStatusSm");
   auto const at = parent.children("ocStpiPortStatusSm");
   EXPECT_EQ(at->key(), "Ethernet1");
@@ -312,7 +312,7 @@ TEST_F(InspectorTest, WalksChildrenInOrderAndReadsThemNoOtherWay) {
   EXPECT_THROW(inspect("OCMstpMainStateSm").children("ocMstSm"), InspectException);
 }
 
-TEST_F(InspectorTest, WalkGoesOnWhileChildrenComeAndGo) {
+TEST_F(Inspection, WalkGoesOnWhileChildrenComeAndGo) {
   std::unique_ptr<Lumo::ChildIterator> at;
   {
     auto const parent =
@@ -333,16 +333,16 @@ TEST_F(InspectorTest, WalkGoesOnWhileChildrenComeAndGo) {
   EXPECT_TRUE(at->atEnd());
 }
 
-using InspectorDeathTest = InspectorTest;
+using InspectionDeathTest = Inspection;
 
-TEST_F(InspectorDeathTest, AskingForAChildThatHasGoneEndsTheProcess) {
+TEST_F(InspectionDeathTest, AskingForAChildThatHasGoneEndsTheProcess) {
   Inspected const parent = inspect("OCStpiStatusSm");
   auto const at = parent.children("ocStpiPortStatusSm");
   world.mst->stpiPortStatusDelAll();
   EXPECT_DEATH(at->key(), "iterator has a position");
 }
 
-TEST_F(InspectorTest, ConstructsFromItsOwnArguments) {
+TEST_F(Inspection, ConstructsFromItsOwnArguments) {
   for (Maker const& maker : makers()) {
     SCOPED_TRACE(maker.className);
     Inspected const model(maker.make(world));
@@ -381,7 +381,7 @@ TEST_F(InspectorTest, ConstructsFromItsOwnArguments) {
   }
 }
 
-TEST_F(InspectorTest, ConstructsNothingThatWritesFromWhatIsOnlyRead) {
+TEST_F(Inspection, ConstructsNothingThatWritesFromWhatIsOnlyRead) {
   Lumo::HideMe const& hideMe = *_StpOpenConfigSm_a888b7c7e663556e_velModule.classes[0].hideMe;
   Lumo::Ptr<Lumo::Node const> const source(world.inputConfig);
   Lumo::Ptr<Lumo::Node const> const target(world.ocGlobalConfig);
@@ -395,7 +395,7 @@ TEST_F(InspectorTest, ConstructsNothingThatWritesFromWhatIsOnlyRead) {
       Values{source, Lumo::Ptr<Lumo::Node>(world.ocGlobalConfig)}));
 }
 
-TEST_F(InspectorTest, OperationMayDropItsObject) {
+TEST_F(Inspection, OperationMayDropItsObject) {
   auto mirror = oCGlobalConfigSmFactory(world.inputConfig, world.ocGlobalConfig);
   Lumo::ClassInspectData const& data = *Lumo::classOf(*mirror);
   LooseWatch const reader(world.ocGlobalConfig->publisher(), [&] { mirror = nullptr; });

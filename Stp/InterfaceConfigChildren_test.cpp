@@ -97,7 +97,7 @@ using InterfaceConfigChildrenDeathTest = InterfaceConfigTest;
 TEST_F(InterfaceConfigChildrenDeathTest, EndTheProcessWhenADispatchFindsAnotherInstance) {
   addInstance("Mst");
   start();
-  EXPECT_DEATH(addInstance("Mst"), "terminate");
+  EXPECT_DEATH(addInstance("Mst"), "ReinstantiationException");
 }
 
 TEST_F(InterfaceConfigChildren, CanBeMadeAndRemovedByHand) {

@@ -144,12 +144,13 @@ using InterfaceStateChildrenDeathTest = InterfaceStateChildren;
 TEST_F(InterfaceStateChildrenDeathTest, EndTheProcessWhenADispatchFindsAnotherEntity) {
   auto const instance = addInstance("Mst", {"Ethernet1"});
   start();
-  EXPECT_DEATH(addInstance("Mst"), "terminate");
-  EXPECT_DEATH(report("Mst", "Ethernet1"), "terminate");
+  EXPECT_DEATH(addInstance("Mst"), "ReinstantiationException");
+  EXPECT_DEATH(report("Mst", "Ethernet1"), "ReinstantiationException");
   // A port configuration that came later ends it at the next notification of the port's status.
   configure("Ethernet1");
   Lumo::String const name = "Ethernet1";
-  EXPECT_DEATH(instance->publisher().publishChangeRecursive(261, &name, nullptr), "terminate");
+  EXPECT_DEATH(instance->publisher().publishChangeRecursive(261, &name, nullptr),
+               "ReinstantiationException");
 }
 
 TEST_F(InterfaceStateChildren, CanBeMadeAndRemovedByHand) {

@@ -26,6 +26,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -197,10 +198,14 @@ class STP_API
                                                              void const* oldValueOrKey,
                                                              void const* /*newValue*/) noexcept {
     auto* const reactor = static_cast<Reactor*>(slot->owner());
-    if (!reactor->markAndSweepFlag()) {
-      runListed<typename Entity::Id>(
-          static_cast<Derived&>(*reactor), field, oldValueOrKey,
-          std::make_index_sequence<watchedFields<typename Entity::Id>().count>());
+    try {
+      if (!reactor->markAndSweepFlag()) {
+        runListed<typename Entity::Id>(
+            static_cast<Derived&>(*reactor), field, oldValueOrKey,
+            std::make_index_sequence<watchedFields<typename Entity::Id>().count>());
+      }
+    } catch (...) {
+      std::terminate();  // said here, so that the host's terminate handler finds the exception
     }
   }
 

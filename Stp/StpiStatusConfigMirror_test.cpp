@@ -270,7 +270,7 @@ TEST_F(StpiStatusConfigMirrorDeathTest, EndsTheProcessForAConfigurationWithoutAn
   auto const instance = addInstance("Mst", {"Ethernet1"});
   instanceMirror =
       OCStpiStatusConfigSm::OCStpiStatusConfigSmIs("Mst", nullptr, instance, directory);
-  EXPECT_DEATH(notifyAgain("Ethernet1"), "terminate");
+  EXPECT_DEATH(notifyAgain("Ethernet1"), "AbsentPointerException");
 }
 
 }  // namespace

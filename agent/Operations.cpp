@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -231,9 +232,12 @@ Operations::Operations(Database& database, std::function<void()> show)
 }
 
 void Operations::apply(Operation const& operation) {
-  Commit const commit =
-      rowNamed(operation.op).prepare(Context{database_, show_, operation});
-  [&commit]() noexcept { commit(); }();
+  Commit const commit = rowNamed(operation.op).prepare(Context{database_, show_, operation});
+  try {
+    commit();
+  } catch (...) {
+    std::terminate();  // said here, so that the terminate handler finds the exception
+  }
 }
 
 }  // namespace Agent

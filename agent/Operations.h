@@ -26,7 +26,7 @@ struct Operation {
 };
 
 /// The longest line that is read, in bytes; no sensible operation comes near.
-inline constexpr std::size_t longestLine = std::size_t{64} << 20U;
+inline constexpr std::size_t longestLine = std::size_t{16} << 20U;
 
 /// Reads an operation from the JSON object in `line`: which members it has, and their JSON types.
 /// Throws a Refusal.

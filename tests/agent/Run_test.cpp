@@ -199,12 +199,12 @@ TEST(Run, BrokenInvariantEndsTheProcessWithItsCulprit) {
 }
 
 TEST(Run, OverlongLineIsRefused) {
-  std::string const longest(std::size_t{64} << 20U, ' ');
+  std::string const longest(std::size_t{16} << 20U, ' ');
   Process agent(watching);
   agent.write(startConfig + longest.substr(startConfig.size()) + startConfig);
   agent.write(longest + "x" + longest + "\n" + setMode(3));
   Outcome const outcome = agent.finish();
-  EXPECT_EQ(outcome.err, "stdin:3: longer than 67108864 bytes\n");
+  EXPECT_EQ(outcome.err, "stdin:3: longer than 16777216 bytes\n");
   EXPECT_EQ(outcome.out, started + modeChanged("[1]"));
   EXPECT_EQ(outcome.status, 1);
 }

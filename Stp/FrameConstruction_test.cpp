@@ -122,6 +122,7 @@ TEST_F(FrameConstruction, CountsEachObjectWhileItLives) {
     auto const slabs = slabsInUse();
     Lumo::Ptr<Lumo::Node> object = maker.make(world);
     EXPECT_EQ(TestSupport::liveObjects()[name], before + 1);
+    EXPECT_NE(slabsInUse(), slabs) << "not from the slabs";
     object = nullptr;
     EXPECT_EQ(TestSupport::liveObjects()[name], before);
     clearTargets(world);

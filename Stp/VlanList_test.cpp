@@ -219,8 +219,8 @@ void expectSameLists(std::set<unsigned> const& ids) {
 }
 
 TEST(VlanList, IsRightForEverySubsetOfIdsAtABorder) {
-  // The lowest ids, those around the ends of two words, and the highest.
-  for (unsigned const lowest : {0U, 58U, 122U, 4026U, 4084U}) {
+  // The lowest ids, those around the end of a word, and the highest, with both reserved ids.
+  for (unsigned const lowest : {0U, 58U, 4084U}) {
     for (unsigned subset = 0; subset < 1U << 12U; ++subset) {
       std::set<unsigned> ids;
       for (unsigned bit = 0; bit < 12; ++bit) {

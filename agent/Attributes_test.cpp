@@ -44,7 +44,7 @@ std::vector<char const*> const bytes{"1", "255", "0"};
 std::vector<char const*> const noBytes{"256", "-1", "1.0", "1e1", "true", "\"1\"", "null", "[1]"};
 std::vector<char const*> const modes{"3", "2147483647", "-2147483648", "-0"};
 std::vector<char const*> const noModes{"2147483648", "-2147483649", "18446744073709551616",
-                                       "3.0", "3e0", "\"mstp\""};
+                                       "3.0",        "3e0",         "\"mstp\""};
 std::vector<char const*> const priorities{"61440", "4097", "0"};
 std::vector<char const*> const noPriorities{"61441", "65536", "-1", "0.5"};
 
@@ -63,7 +63,9 @@ std::vector<Case> const cases{
     {R"(["input","portConfig","E1","bpduguard"])",
      [](auto& s) { return number(inputPort(s).bpduguard()); }, 0, bytes, noBytes},
     {R"(["input","stpiConfig","Mst","mstiConfig","MST7","mstiId"])",
-     [](auto& s) { return number(inputMsti(s).mstiId()); }, 7, {"4095", "0"},
+     [](auto& s) { return number(inputMsti(s).mstiId()); },
+     7,
+     {"4095", "0"},
      {"4096", "-1", "7.0"}},
     {R"(["input","stpiConfig","Mst","mstiConfig","MST7","bridgePriority"])",
      [](auto& s) { return number(inputMsti(s).bridgePriority()); }, 32768, priorities,
@@ -74,8 +76,8 @@ std::vector<Case> const cases{
      [](auto& s) { return number(configPort(s).adminEdgePort()); }, 0, flags, noFlags},
     {R"(["config","portConfig","E1","bpduguard"])",
      [](auto& s) { return number(configPort(s).bpduguard()); }, 0, bytes, noBytes},
-    {R"(["status","activeProtocol"])",
-     [](auto& s) { return number(s.status->activeProtocol()); }, 0, modes, noModes},
+    {R"(["status","activeProtocol"])", [](auto& s) { return number(s.status->activeProtocol()); },
+     0, modes, noModes},
     {R"(["status","stpiStatus","Mst","stpiPortStatus","E1","operEdgePort"])",
      [](auto& s) { return number(statusPort(s).operEdgePort()); }, 0, flags, noFlags},
     {R"(["status","stpiStatus","Mst","stpiPortStatus","E1","operPointToPointMac"])",

@@ -47,8 +47,7 @@ struct Sources {
 struct Targets {
   Lumo::Ptr<Stp::OCGlobalConfig> globalConfig = Lumo::make<Stp::OCGlobalConfig>();
   Lumo::Ptr<Stp::OCGlobalState> globalState = Lumo::make<Stp::OCGlobalState>();
-  Lumo::Ptr<Stp::OCInterfaceConfigDir> interfaceConfigDir =
-      Lumo::make<Stp::OCInterfaceConfigDir>();
+  Lumo::Ptr<Stp::OCInterfaceConfigDir> interfaceConfigDir = Lumo::make<Stp::OCInterfaceConfigDir>();
   Lumo::Ptr<Stp::OCInterfaceStateDir> interfaceStateDir = Lumo::make<Stp::OCInterfaceStateDir>();
   Lumo::Ptr<Stp::OCMstiConfigDir> mstiConfigDir = Lumo::make<Stp::OCMstiConfigDir>();
   Lumo::Ptr<Stp::OCMstiStateDir> mstiStateDir = Lumo::make<Stp::OCMstiStateDir>();

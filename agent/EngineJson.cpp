@@ -155,12 +155,6 @@ class Mender {
 
 }  // namespace
 
-std::string inQuotes(std::string_view text) {
-  constexpr std::size_t enough = 60;
-  std::string const more = text.size() > enough ? "..." : "";
-  return Json(text.substr(0, enough)).dump(-1, ' ', false, Json::error_handler_t::replace) + more;
-}
-
 Json engineJson(std::string_view const text, bool const lacksBracket) {
   auto const mended = Mender(text, lacksBracket).mended();
   try {

@@ -5,22 +5,13 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <nlohmann/json.hpp>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "Json.h"
+#include "Refusal.h"
+
 namespace Agent {
-
-using Json = nlohmann::json;
-
-/// What is wrong with a file, on one line and without the file's name.
-struct Refusal : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-/// The text as it can stand in a message: its beginning, in quotes, on one line, in UTF-8.
-std::string inQuotes(std::string_view text);
 
 /// What the engine's text says. `lacksBracket`: the list in the outer object may be left open.
 /// Throws Refusal for what can't be mended, and for text nested too deeply.

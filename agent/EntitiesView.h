@@ -11,8 +11,8 @@ namespace Agent {
 
 /// The one attribute that a target, or a member of a target, consists of.
 template <class Entity>
-requires(std::tuple_size_v<std::remove_cvref_t<decltype(Entity::attributes)>> == 1)
-inline constexpr auto const& onlyAttribute = std::get<0>(Entity::attributes);
+requires(std::tuple_size_v<std::remove_cvref_t<decltype(Entity::attributes)>> ==
+         1) inline constexpr auto const& onlyAttribute = std::get<0>(Entity::attributes);
 
 /// The record of an entity that holds one.
 template <class Entity>

@@ -4,10 +4,10 @@
 // last counts; what is shown keeps its members in the order in which they are added.
 #pragma once
 
-#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Agent {
 
@@ -20,7 +20,7 @@ inline void memberAdd(OrderedJson& object, std::string_view name, OrderedJson va
 }
 
 /// A text as it can stand in a message: its beginning, quoted, on one line.
-std::string quotedText(std::string_view text);
+std::string inQuotes(std::string_view text);
 
 /// A value as it can stand in a message: short, on one line.
 std::string brief(Json const& value);

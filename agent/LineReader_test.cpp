@@ -19,8 +19,7 @@ std::vector<std::string> linesOf(std::vector<std::string> const& pieces, std::si
   EXPECT_EQ(::pipe(ends.data()), 0);
   std::thread writer([&] {
     for (std::string const& piece : pieces) {
-      EXPECT_EQ(::write(ends[1], piece.data(), piece.size()),
-                static_cast<ssize_t>(piece.size()));
+      EXPECT_EQ(::write(ends[1], piece.data(), piece.size()), static_cast<ssize_t>(piece.size()));
     }
     ::close(ends[1]);
   });

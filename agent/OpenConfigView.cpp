@@ -106,15 +106,16 @@ OrderedJson global(Leaves const& config, Leaves const& state) {
 
 OrderedJson openConfigView(Targets const& targets) {
   OrderedJson stp = OrderedJson::object();
-  memberAdd(stp, "global",
-            global(leavesOf(targets.globalConfig->config()), leavesOf(targets.globalState->state())));
+  memberAdd(
+      stp, "global",
+      global(leavesOf(targets.globalConfig->config()), leavesOf(targets.globalState->state())));
   auto const interfaces = entriesOf<Interfaces>(targets.interfaceConfigDir->interface(),
                                                 targets.interfaceStateDir->state());
   if (!interfaces.empty()) {
     memberAdd(stp, "interfaces", container("interface", list("name", interfaces)));
   }
-  auto const instances = entriesOf<MstInstances>(targets.mstiConfigDir->mstInstance(),
-                                                 targets.mstiStateDir->state());
+  auto const instances =
+      entriesOf<MstInstances>(targets.mstiConfigDir->mstInstance(), targets.mstiStateDir->state());
   if (!instances.empty()) {
     memberAdd(stp, "mstp",
               container("mst-instances", container("mst-instance", list("mst-id", instances))));

@@ -80,8 +80,7 @@ TEST_F(OpenConfigView, GlobalHasQualifiedIdentitiesAndTheAugmentation) {
 
 TEST_F(OpenConfigView, InterfacesHaveConfigAndWhereReportedState) {
   stageEverything();
-  EXPECT_EQ(at("/interfaces/interface/0"),
-            R"({"name":"Ethernet1","config":{"name":"Ethernet1"}})");
+  EXPECT_EQ(at("/interfaces/interface/0"), R"({"name":"Ethernet1","config":{"name":"Ethernet1"}})");
   EXPECT_EQ(at("/interfaces/interface/1"),
             R"({"name":"Ethernet2",)"
             R"("config":{"name":"Ethernet2",)"
@@ -143,11 +142,29 @@ TEST_F(OpenConfigView, ValidatesAgainstTheModels) {
 
 TEST(NaturalOrder, RunsOfDigitsAreNumbers) {
   // In ascending order.
-  std::vector<std::string> const names{
-      "",       "0",          "00",          "1",           "01",          "2",
-      "10",     "99999999999999999999", "100000000000000000000", "Ethernet", "Ethernet1",
-      "Ethernet1/1", "Ethernet1/2", "Ethernet1/10", "Ethernet2", "Ethernet02", "Ethernet2a",
-      "Ethernet10", "Port-Channel1", "a1b2", "a1b10", "a2b1", "\xC3\xA9"};
+  std::vector<std::string> const names{"",
+                                       "0",
+                                       "00",
+                                       "01",
+                                       "1",
+                                       "2",
+                                       "10",
+                                       "99999999999999999999",
+                                       "100000000000000000000",
+                                       "Ethernet",
+                                       "Ethernet1",
+                                       "Ethernet1/1",
+                                       "Ethernet1/2",
+                                       "Ethernet1/10",
+                                       "Ethernet02",
+                                       "Ethernet2",
+                                       "Ethernet2a",
+                                       "Ethernet10",
+                                       "Port-Channel1",
+                                       "a1b2",
+                                       "a1b10",
+                                       "a2b1",
+                                       "\xC3\xA9"};
   for (std::size_t first = 0; first < names.size(); ++first) {
     for (std::size_t second = 0; second < names.size(); ++second) {
       SCOPED_TRACE("\"" + names[first] + "\" and \"" + names[second] + "\"");

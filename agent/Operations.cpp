@@ -27,7 +27,7 @@ struct Context {
 TopLevelClass const& classNamed(Operation const& operation) {
   TopLevelClass const* const found = topLevelClass(operation.object);
   if (found == nullptr) {
-    Where("object").refuse(quotedText(operation.object) + " is no class of top-level objects");
+    Where("object").refuse(inQuotes(operation.object) + " is no class of top-level objects");
   }
   return *found;
 }
@@ -53,7 +53,7 @@ Commit prepareCall(Context const& context) {
   constexpr std::string_view className = "OCGlobalVlanSyncher";
   std::string const& name = context.operation.operation;
   if (name != callable) {
-    Where("operation").refuse(quotedText(name) + " is not " + quotedText(callable));
+    Where("operation").refuse(inQuotes(name) + " is not " + inQuotes(callable));
   }
   auto const object = context.database.object(*topLevelClass(className));
   if (!object) {
@@ -111,7 +111,7 @@ constexpr std::array rows{
 Row const& rowNamed(std::string_view name) {
   auto const row = std::ranges::find(rows, name, &Row::name);
   if (row == rows.end()) {
-    Where("op").refuse(quotedText(name) + " is no operation");
+    Where("op").refuse(inQuotes(name) + " is no operation");
   }
   return *row;
 }
@@ -187,7 +187,7 @@ class Members {
 
   void requireNoMore(std::string_view op) const {
     for (auto const& [name, value] : json_.get_ref<Json::object_t const&>()) {
-      Where(name).refuse("unknown member of " + quotedText(op));
+      Where(name).refuse("unknown member of " + inQuotes(op));
     }
   }
 

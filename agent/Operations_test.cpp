@@ -87,13 +87,13 @@ TEST_F(OperationNotation, LastOfAMemberGivenTwiceCounts) {
   EXPECT_EQ(sources().input->mode(), Stp::Mode::mstp);
   apply(R"({"op":"create","path":["input","portConfig","E1"],
             "value":{"linkType":9999},"value":{"linkType":7,"linkType":2}})");
-  EXPECT_EQ(sources().input->portConfig("E1")->linkType(), Stp::Input::PortConfig::LinkType::shared);
+  EXPECT_EQ(sources().input->portConfig("E1")->linkType(),
+            Stp::Input::PortConfig::LinkType::shared);
 }
 
 TEST_F(OperationNotation, DeepNestingIsRefused) {
   std::string const deep(1'000'000, '[');
-  EXPECT_EQ(refusalOf(R"({"op":"set","path":)" + deep),
-            "nested deeper than 16 levels at byte 35");
+  EXPECT_EQ(refusalOf(R"({"op":"set","path":)" + deep), "nested deeper than 16 levels at byte 35");
   EXPECT_EQ(refusalOf(R"({"op":"show","x":)" + std::string(20, '[') + std::string(20, ']') + "}"),
             "nested deeper than 16 levels at byte 33");
 }
@@ -130,10 +130,10 @@ TEST_F(OperationOnTheMirror, NothingExistsBeforeItIsStarted) {
 }
 
 TEST_F(OperationOnTheMirror, EachObjectStartsAndStopsByItsName) {
-  std::vector<std::string> const names{
-      "OCGlobalConfigSm",      "OCGlobalStateSm",       "OCGlobalVlanSyncher",
-      "OCInterfaceConfigDirSm", "OCInterfaceStateDirSm", "OCMstpConfigWrapperSm",
-      "OCMstpMainStateSm"};
+  std::vector<std::string> const names{"OCGlobalConfigSm",      "OCGlobalStateSm",
+                                       "OCGlobalVlanSyncher",   "OCInterfaceConfigDirSm",
+                                       "OCInterfaceStateDirSm", "OCMstpConfigWrapperSm",
+                                       "OCMstpMainStateSm"};
   for (std::size_t at = 0; at < names.size(); ++at) {
     std::string expected = "0000000";
     expected[at] = '1';

@@ -5,6 +5,9 @@
 #include <type_traits>
 
 #include "Places.h"
+#include "SourcePlaces.h"
+#include "StpTypes/AttributeTable.h"
+#include "TargetPlaces.h"
 
 namespace Agent {
 
@@ -182,8 +185,8 @@ std::string pathText(Path const& path, std::size_t count) {
   std::string text;
   for (std::size_t at = 0; at < count; ++at) {
     text += at == 0 ? "" : ".";
-    text += path[at].is_string() ? memberText(path[at].get_ref<std::string const&>())
-                                 : brief(path[at]);
+    text +=
+        path[at].is_string() ? memberText(path[at].get_ref<std::string const&>()) : brief(path[at]);
   }
   return text;
 }
@@ -208,7 +211,7 @@ Commit Place::clear() const {
 }
 
 void Place::unsupported(std::string_view operation) const {
-  pathMember.refuse(pathText(path_, path_.size()) + " does not support " + quotedText(operation));
+  pathMember.refuse(pathText(path_, path_.size()) + " does not support " + inQuotes(operation));
 }
 
 void KeyedPlace::refuseKey(std::string const& what) const {

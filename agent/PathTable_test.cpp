@@ -19,9 +19,7 @@ class ChangeCounter {
   explicit ChangeCounter(Lumo::Entity const& entity) : entity_(&entity) {
     slot_.routineIs(
         [](Lumo::Publisher*, Lumo::Subscriber* slot, Lumo::FieldId field, void const*,
-           void const*) {
-          static_cast<ChangeCounter*>(slot->owner())->fields.push_back(field);
-        },
+           void const*) { static_cast<ChangeCounter*>(slot->owner())->fields.push_back(field); },
         this);
     entity_->publisher().subscriberAdd(slot_, false);
   }
@@ -199,11 +197,14 @@ class Tree : public TestSession {
 
 // The same path with a last key that the tree doesn't have, or the empty text.
 std::string elsewhere(std::string path) {
-  for (auto const& [present, absent] :
-       {std::pair{R"("E1"])", R"("E2"])"}, {R"("Mst"])", R"("Rst"])"}, {R"("MST5"])", R"("MST6"])"},
-        {",10]", ",11]"}, {",5]", ",6]"}}) {
+  for (auto const& [present, absent] : {std::pair{R"("E1"])", R"("E2"])"},
+                                        {R"("Mst"])", R"("Rst"])"},
+                                        {R"("MST5"])", R"("MST6"])"},
+                                        {",10]", ",11]"},
+                                        {",5]", ",6]"}}) {
     if (path.ends_with(present)) {
-      return path.replace(path.size() - std::string_view(present).size(), std::string::npos, absent);
+      return path.replace(path.size() - std::string_view(present).size(), std::string::npos,
+                          absent);
     }
   }
   return "";
@@ -295,20 +296,17 @@ TEST(PathTable, StepThatLeadsNowhereIsRefused) {
            {R"(["input","mode","x"])", "path[2]: input.mode has nothing below it"},
            {R"(["input","portConfig",""])",
             "path[2]: \"\" is not a name, a string that is not empty"},
-           {R"(["input","portConfig",1])",
-            "path[2]: 1 is not a name, a string that is not empty"},
+           {R"(["input","portConfig",1])", "path[2]: 1 is not a name, a string that is not empty"},
            {R"(["input","portConfig",["E1"]])",
             "path[2]: an array of 1 is not a name, a string that is not empty"},
-           {R"(["input","portConfig","e1","linkType"])",
-            "path[2]: input.portConfig has no \"e1\""},
+           {R"(["input","portConfig","e1","linkType"])", "path[2]: input.portConfig has no \"e1\""},
            {R"(["input","portConfig","E1","link"])",
             "path[3]: input.portConfig.E1 has no attribute \"link\""},
            {R"(["input","stpiConfig","Mst","mstiConfig","MST6","mstiId"])",
             "path[4]: input.stpiConfig.Mst.mstiConfig has no \"MST6\""},
            {R"(["input","disabledVlan",0])", "path[2]: 0 is not an integer from 1 to 4094"},
            {R"(["input","disabledVlan",4095])", "path[2]: 4095 is not an integer from 1 to 4094"},
-           {R"(["input","disabledVlan","10"])",
-            "path[2]: \"10\" is not an integer from 1 to 4094"},
+           {R"(["input","disabledVlan","10"])", "path[2]: \"10\" is not an integer from 1 to 4094"},
            {R"(["input","disabledVlan",10.0])",
             "path[2]: 10.0 is not an integer from 1 to 4094 (written without fraction or "
             "exponent)"},
@@ -318,8 +316,7 @@ TEST(PathTable, StepThatLeadsNowhereIsRefused) {
             "path[3]: ocInterfaceConfigDir.interface.E1 has nothing below it"},
            {R"(["ocInterfaceStateDir","state",5])",
             "path[2]: 5 is not a name, a string that is not empty"},
-           {R"(["ocMstiStateDir","state","5"])",
-            "path[2]: \"5\" is not an integer from 0 to 4095"},
+           {R"(["ocMstiStateDir","state","5"])", "path[2]: \"5\" is not an integer from 0 to 4095"},
            {R"(["ocMstiStateDir","state",4096])", "path[2]: 4096 is not an integer from 0 to 4095"},
            {R"(["ocMstiConfigDir","mstInstance",-1])",
             "path[2]: -1 is not an integer from 0 to 4095"},
@@ -334,9 +331,8 @@ TEST(PathTable, StepThatLeadsNowhereIsRefused) {
 TEST(PathTable, InstanceNameIsWrittenInOneWay) {
   for (char const* const name : {"MST0", "MST05", "MST4096", "MST65541", "MST", "mst5", "cist",
                                  "CIST", "5", "MST5 ", "MST+5", "Cist0"}) {
-    for (std::string const collection :
-         {R"(["input","stpiConfig","Mst","mstiConfig",")",
-          R"(["status","stpiStatus","Mst","mstiStatus",")"}) {
+    for (std::string const collection : {R"(["input","stpiConfig","Mst","mstiConfig",")",
+                                         R"(["status","stpiStatus","Mst","mstiStatus",")"}) {
       Tree tree;
       SCOPED_TRACE(collection + name);
       EXPECT_EQ(tree.refusalOf(line("create", collection + name + "\"]")),
@@ -345,10 +341,10 @@ TEST(PathTable, InstanceNameIsWrittenInOneWay) {
   }
   for (char const* const name : {"Cist", "MST1", "MST4095"}) {
     Tree tree;
-    tree.apply(line("create", R"(["input","stpiConfig","Mst","mstiConfig",")" + std::string(name) +
-                                  "\"]"));
-    tree.apply(line("create", R"(["status","stpiStatus","Mst","mstiStatus",")" + std::string(name) +
-                                  "\"]"));
+    tree.apply(line("create",
+                    R"(["input","stpiConfig","Mst","mstiConfig",")" + std::string(name) + "\"]"));
+    tree.apply(line("create",
+                    R"(["status","stpiStatus","Mst","mstiStatus",")" + std::string(name) + "\"]"));
   }
 }
 

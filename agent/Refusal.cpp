@@ -7,12 +7,12 @@
 namespace Agent {
 
 std::string memberText(std::string_view member) {
-  bool const plain = !member.empty() && member.size() <= 40 &&
-                     std::ranges::all_of(member, [](char c) {
-                       return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                              (c >= '0' && c <= '9') || c == '_' || c == '-';
-                     });
-  return plain ? std::string(member) : quotedText(member);
+  bool const plain =
+      !member.empty() && member.size() <= 40 && std::ranges::all_of(member, [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               c == '_' || c == '-';
+      });
+  return plain ? std::string(member) : inQuotes(member);
 }
 
 std::string Where::text() const {

@@ -8,8 +8,8 @@
 
 namespace Agent {
 
-/// An operation that is not applied; nothing has changed. The message is the whole reason, on one
-/// line.
+/// What is not taken: an operation, or a file. Nothing has changed because of it. The message is
+/// the reason, on one line.
 class Refusal : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -30,7 +30,7 @@ TEST_F(TargetOperations, FreshRecordsHaveTheirValues) {
 struct Case {
   char const* target;
   char const* path;
-  char const* before;  // how the record is made, or null
+  char const* before;                 // how the record is made, or null
   std::vector<char const*> accepted;  // as they are shown, whole
   std::vector<std::pair<char const*, char const*>> refused;
 };
@@ -142,7 +142,8 @@ TEST_F(TargetOperations, MembersNotGivenKeepTheirValue) {
   apply(R"({"op":"set","path":["ocGlobalState","state"],
             "value":{"enabledProtocol":[1],"bpduGuard":true}})");
   apply(R"({"op":"set","path":["ocGlobalState","state"],"value":{"disabledVlan":[5]}})");
-  EXPECT_EQ(target("ocGlobalState"), R"({"enabledProtocol":[1],"bpduGuard":true,"disabledVlan":[5]})");
+  EXPECT_EQ(target("ocGlobalState"),
+            R"({"enabledProtocol":[1],"bpduGuard":true,"disabledVlan":[5]})");
   apply(R"({"op":"set","path":["ocInterfaceStateDir","state","E1"],"value":{"linkType":1}})");
   apply(R"({"op":"set","path":["ocInterfaceStateDir","state","E1"],"value":{"bpduGuard":0}})");
   EXPECT_EQ(target("ocInterfaceStateDir"),
@@ -162,28 +163,29 @@ TEST_F(TargetOperations, KeyOfAStateRecordIsThatOfItsPath) {
   apply(R"({"op":"set","path":["ocInterfaceStateDir","state","E1"],"value":{"name":"E1"}})");
   apply(R"({"op":"set","path":["ocMstiStateDir","state",5],"value":{"mstId":5}})");
   EXPECT_EQ(
-      refusalOf(R"({"op":"set","path":["ocInterfaceStateDir","state","E1"],"value":{"name":"E2"}})"),
+      refusalOf(
+          R"({"op":"set","path":["ocInterfaceStateDir","state","E1"],"value":{"name":"E2"}})"),
       "value.name: not the key \"E1\"");
   EXPECT_EQ(refusalOf(R"({"op":"set","path":["ocMstiStateDir","state",5],"value":{"mstId":6}})"),
             "value.mstId: not the key 5");
 }
 
 TEST_F(TargetOperations, ConfigurationDirectoriesRefuseWhatWasNotCreated) {
-  EXPECT_EQ(refusalOf(R"({"op":"set","path":["ocInterfaceConfigDir","interface","E1"],"value":{}})"),
-            "path[2]: ocInterfaceConfigDir.interface has no \"E1\"");
+  EXPECT_EQ(
+      refusalOf(R"({"op":"set","path":["ocInterfaceConfigDir","interface","E1"],"value":{}})"),
+      "path[2]: ocInterfaceConfigDir.interface has no \"E1\"");
   EXPECT_EQ(refusalOf(R"({"op":"set","path":["ocMstiConfigDir","mstInstance",5],"value":{}})"),
             "path[2]: ocMstiConfigDir.mstInstance has no 5");
 }
 
 TEST_F(TargetOperations, CreatePublishesTheFreshRecordAndThenTheGivenOne) {
-  apply(R"({"op":"create","path":["ocInterfaceConfigDir","interface","E1"],"value":{"edgePort":1}})");
-  EXPECT_THAT(
-      printed(),
-      ElementsAre(
-          R"({"changed":["ocInterfaceConfigDir","interface","E1"],)"
-          R"("value":{"name":"","linkType":255,"edgePort":255,"bpduGuard":255}})",
-          R"({"changed":["ocInterfaceConfigDir","interface","E1"],)"
-          R"("value":{"name":"","linkType":255,"edgePort":1,"bpduGuard":255}})"));
+  apply(
+      R"({"op":"create","path":["ocInterfaceConfigDir","interface","E1"],"value":{"edgePort":1}})");
+  EXPECT_THAT(printed(),
+              ElementsAre(R"({"changed":["ocInterfaceConfigDir","interface","E1"],)"
+                          R"("value":{"name":"","linkType":255,"edgePort":255,"bpduGuard":255}})",
+                          R"({"changed":["ocInterfaceConfigDir","interface","E1"],)"
+                          R"("value":{"name":"","linkType":255,"edgePort":1,"bpduGuard":255}})"));
   apply(R"({"op":"create","path":["ocMstiConfigDir","mstInstance",5]})");
   EXPECT_THAT(printed(), ElementsAre(R"({"changed":["ocMstiConfigDir","mstInstance",5],)"
                                      R"("value":{"mstId":0,"bridgePriority":32768,"vlan":[]}})"));

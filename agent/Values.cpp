@@ -11,8 +11,7 @@ namespace {
 
 template <class Integer>
 [[noreturn]] void refuseInteger(Json const& json, Where const& where, Limits<Integer> limits) {
-  std::string const hint =
-      json.is_number_float() ? " (written without fraction or exponent)" : "";
+  std::string const hint = json.is_number_float() ? " (written without fraction or exponent)" : "";
   where.refuse(brief(json) + " is not an integer from " + std::to_string(limits.least) + " to " +
                std::to_string(limits.greatest) + hint);
 }
@@ -167,8 +166,8 @@ OrderedJson showPlain(Stp::SharedList<Stp::VlanIdOrRange> const& value) {
     if (entry.tag() == Stp::VlanIdOrRange::Tag::vlanId) {
       list.push_back(entry.vlanId().value());
     } else {
-      list.push_back(OrderedJson::array(
-          {entry.vlanRange().first.value(), entry.vlanRange().last.value()}));
+      list.push_back(
+          OrderedJson::array({entry.vlanRange().first.value(), entry.vlanRange().last.value()}));
     }
   }
   return list;

@@ -58,11 +58,13 @@ constexpr auto fieldsOf(Stp::OCMstiRecord const* /*of*/) {
 }
 
 template <class Value>
-concept Composite = requires(Value const* value) { fieldsOf(value); };
+concept Composite = requires(Value const* value) {
+  fieldsOf(value);
+};
 
 /// A number, or an enumeration, any number of which can occur.
 template <class Value>
-concept Number = std::is_enum_v<Value> || (std::integral<Value> && !std::same_as<Value, bool>);
+concept Number = std::is_enum_v<Value> ||(std::integral<Value> && !std::same_as<Value, bool>);
 
 /// The least and the greatest number that an attribute takes.
 template <class Integer>

@@ -63,8 +63,7 @@ class EntitySubscription : public Watch::Subscription {
 
 // An entity that holds one record.
 template <class Entity>
-class RecordSubscription final
-    : public EntitySubscription<RecordSubscription<Entity>, Entity> {
+class RecordSubscription final : public EntitySubscription<RecordSubscription<Entity>, Entity> {
  public:
   using EntitySubscription<RecordSubscription, Entity>::EntitySubscription;
 
@@ -75,8 +74,7 @@ class RecordSubscription final
 
 // A target that holds records by key.
 template <class Entity>
-class RecordsSubscription final
-    : public EntitySubscription<RecordsSubscription<Entity>, Entity> {
+class RecordsSubscription final : public EntitySubscription<RecordsSubscription<Entity>, Entity> {
  public:
   using EntitySubscription<RecordsSubscription, Entity>::EntitySubscription;
 
@@ -85,8 +83,7 @@ class RecordsSubscription final
     auto const& changedKey = *static_cast<Key const*>(key);
     Path path = this->path();
     path.emplace_back(plainKey(changedKey));
-    auto const* const record =
-        Stp::recordFind((this->entity().*row.records)(), changedKey);
+    auto const* const record = Stp::recordFind((this->entity().*row.records)(), changedKey);
     if (record != nullptr) {
       showChanged(this->output(), path, showValue(*record));
     } else {
@@ -100,8 +97,7 @@ class RecordsSubscription final
 
 // A target whose members hold a record each. A member is watched while it is one.
 template <class Entity>
-class MembersSubscription final
-    : public EntitySubscription<MembersSubscription<Entity>, Entity> {
+class MembersSubscription final : public EntitySubscription<MembersSubscription<Entity>, Entity> {
  public:
   MembersSubscription(Lumo::Ptr<Entity const> const& entity, Path const& path, Output& output)
       : EntitySubscription<MembersSubscription, Entity>(entity, path, output) {

@@ -68,11 +68,12 @@ TEST_F(WatchedSession, StartOfTheMirrorIsShown) {
   apply(R"({"op":"set","path":["input","disabledVlan",20],"value":true})");
   EXPECT_EQ(printed().size(), 0U);
   apply(R"({"op":"start","object":"OCGlobalConfigSm"})");
-  EXPECT_THAT(printed(),
-              ElementsAre(R"({"changed":["ocGlobalConfig","config"],)"
-                          R"("value":{"enabledProtocol":[1],"bpduGuard":false,"disabledVlan":[]}})",
-                          R"({"changed":["ocGlobalConfig","config"],)"
-                          R"("value":{"enabledProtocol":[1],"bpduGuard":false,"disabledVlan":[20]}})"));
+  EXPECT_THAT(
+      printed(),
+      ElementsAre(R"({"changed":["ocGlobalConfig","config"],)"
+                  R"("value":{"enabledProtocol":[1],"bpduGuard":false,"disabledVlan":[]}})",
+                  R"({"changed":["ocGlobalConfig","config"],)"
+                  R"("value":{"enabledProtocol":[1],"bpduGuard":false,"disabledVlan":[20]}})"));
 }
 
 TEST_F(WatchedSession, MemberIsWatchedFromItsCreationOn) {
@@ -118,7 +119,8 @@ TEST_F(WatchedSession, InterfaceThatLosesItsConfigurationIsANewOne) {
       ElementsAre(
           R"({"deleted":["ocInterfaceConfigDir","interface","E1"]})",
           interfaceChanged("E1", R"({"name":"","linkType":255,"edgePort":255,"bpduGuard":255})"),
-          interfaceChanged("E1", R"({"name":"E1","linkType":255,"edgePort":255,"bpduGuard":255})")));
+          interfaceChanged("E1",
+                           R"({"name":"E1","linkType":255,"edgePort":255,"bpduGuard":255})")));
 }
 
 TEST(Watch, ShowsMembersThatWereThereBeforeIt) {

@@ -1,8 +1,10 @@
 // What the platform promises when memory is short: nothing changes. The allocation functions of
-// this executable can be told to fail.
+// this executable can be told to fail, and count what is in use.
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -23,6 +25,8 @@ constexpr unsigned unlimited = std::numeric_limits<unsigned>::max();
 // Allocations that still succeed on this thread.
 thread_local unsigned allocationsLeft = unlimited;
 
+std::atomic<std::int64_t> allocationsInUse = 0;
+
 void* allocate(std::size_t size) noexcept {
   if (allocationsLeft == 0) {
     return nullptr;
@@ -30,7 +34,14 @@ void* allocate(std::size_t size) noexcept {
   if (allocationsLeft != unlimited) {
     --allocationsLeft;
   }
-  return std::malloc(size == 0 ? 1 : size);
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  allocationsInUse += memory == nullptr ? 0 : 1;
+  return memory;
+}
+
+void release(void* memory) noexcept {
+  allocationsInUse -= memory == nullptr ? 0 : 1;
+  std::free(memory);
 }
 
 void* allocateOrThrow(std::size_t size) {
@@ -56,16 +67,16 @@ void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
   return allocate(size);
 }
 void operator delete(void* memory) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete[](void* memory) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
+  release(memory);
 }
 
 namespace {
@@ -97,6 +108,24 @@ TEST(MemoryShortage, LeavesTheTextsAsTheyWere) {
     EXPECT_GE(failures, 2U) << "a text and its place in the table";
     EXPECT_EQ(kept.front().view(), text);
   }
+}
+
+TEST(MemoryShortage, EndsForATextWithItsLastName) {
+  Lumo::String const first = "the first text, which makes the table";
+  std::string const text = "a text of which nothing stays";
+  for (bool const threads : {false, true}) {
+    SCOPED_TRACE(threads);
+    Lumo::ThreadControl::tsp_ = threads;
+    std::int64_t const before = allocationsInUse;
+    for (int round = 0; round < 3; ++round) {
+      Lumo::String name = text;
+      Lumo::String const copy = name;
+      EXPECT_GT(allocationsInUse, before);
+      name = Lumo::String();
+    }
+    EXPECT_EQ(allocationsInUse, before);
+  }
+  Lumo::ThreadControl::tsp_ = false;
 }
 
 TEST(MemoryShortage, LeavesTheNumbersOfNamesAsTheyWere) {

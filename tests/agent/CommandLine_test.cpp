@@ -29,8 +29,8 @@ TEST(CommandLine, HelpListsTheCommandsAndOptions) {
     EXPECT_THAT(outcome.out, HasSubstr("stp-openconfig-agent"));
   }
   EXPECT_THAT(runAgent({"--help"}).out, AllOf(HasSubstr("run"), HasSubstr("replay")));
-  for (char const* const option : {"--show", "--watch", "--manual-start", "--trace", "--flashlog",
-                                   "--help", "--version"}) {
+  for (char const* const option :
+       {"--show", "--watch", "--manual-start", "--trace", "--flashlog", "--help", "--version"}) {
     EXPECT_THAT(runAgent({"run", "--help"}).out, HasSubstr(option));
     EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr(option));
   }
@@ -99,7 +99,8 @@ TEST(CommandLine, FilesMayBeNamedLikeCommands) {
   folder.file("replay", lines);
   folder.file("run", lines);
   std::filesystem::current_path(folder.path(""));
-  Outcome const outcome = runAgent({"run", "--manual-start", "--show", "entities", "run", "replay"});
+  Outcome const outcome =
+      runAgent({"run", "--manual-start", "--show", "entities", "run", "replay"});
   std::filesystem::current_path(before);
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, freshEntities + freshEntities + freshEntities);
@@ -128,14 +129,12 @@ TEST(CommandLine, ShowChoosesWhatIsPrinted) {
 }
 
 TEST(CommandLine, TraceGoesToStandardError) {
-  Outcome const outcome =
-      runAgent({"run", "--show", "none", "--trace"},
-               R"({"op":"set","path":["input","mode"],"value":3})");
+  Outcome const outcome = runAgent({"run", "--show", "none", "--trace"},
+                                   R"({"op":"set","path":["input","mode"],"value":3})");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, "");
-  EXPECT_THAT(outcome.err,
-              HasSubstr(" StpOCSm 8 /src/Stp/StpOpenConfigSm:156 "
-                        "OCGlobalConfigSm::handleEnabledProtocol() \n"));
+  EXPECT_THAT(outcome.err, HasSubstr(" StpOCSm 8 /src/Stp/StpOpenConfigSm:156 "
+                                     "OCGlobalConfigSm::handleEnabledProtocol() \n"));
   EXPECT_EQ(runAgent({"run", "--show", "none"}).err, "");
 }
 

@@ -58,10 +58,9 @@ TEST(Run, FilesAreAppliedInOrderAndNamedInRefusals) {
 TEST(Run, UnreadableFileIsFoundBeforeAnythingIsApplied) {
   Folder const folder;
   std::string const good = folder.file("good.jsonl", startConfig);
-  for (auto const& [file, reason] :
-       {std::pair{folder.path("missing"), "No such file or directory"},
-        std::pair{folder.path(""), "Is a directory"},
-        std::pair{std::string(), "No such file or directory"}}) {
+  for (auto const& [file, reason] : {std::pair{folder.path("missing"), "No such file or directory"},
+                                     std::pair{folder.path(""), "Is a directory"},
+                                     std::pair{std::string(), "No such file or directory"}}) {
     Outcome const outcome = runAgent({"run", "--watch", good, file});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.out, "");
@@ -174,21 +173,19 @@ TEST(Run, ClosedPipeIsNoticedWithoutWaitingForMoreInput) {
 }
 
 TEST(Run, BrokenInvariantEndsTheProcessWithItsCulprit) {
-  std::string const lines =
-      R"({"op":"create","path":["status","stpiStatus","Mst"]})"
-      "\n"
-      R"({"op":"start"})"
-      "\n"
-      R"({"op":"replace","path":["status","stpiStatus","Mst"]})"
-      "\n"
-      R"({"op":"show"})";
+  std::string const lines = R"({"op":"create","path":["status","stpiStatus","Mst"]})"
+                            "\n"
+                            R"({"op":"start"})"
+                            "\n"
+                            R"({"op":"replace","path":["status","stpiStatus","Mst"]})"
+                            "\n"
+                            R"({"op":"show"})";
   Process agent({"run", "--manual-start", "--watch", "--show", "entities"});
   agent.write(lines);
   Outcome const outcome = agent.finish();
   EXPECT_EQ(outcome.signal, SIGABRT);
-  EXPECT_THAT(outcome.err,
-              testing::MatchesRegex("stp-openconfig-agent: fatal: stdin:3: "
-                                    "Stp::OCStpiStatusConfigSm.*stpiStatus.*\n"));
+  EXPECT_THAT(outcome.err, testing::MatchesRegex("stp-openconfig-agent: fatal: stdin:3: "
+                                                 "Stp::OCStpiStatusConfigSm.*stpiStatus.*\n"));
   // All that starting printed is there, and nothing after it.
   EXPECT_THAT(outcome.out, testing::EndsWith("\n"));
   EXPECT_THAT(outcome.out, HasSubstr(R"({"changed":["ocMstiConfigDir","mstInstance",0],)"

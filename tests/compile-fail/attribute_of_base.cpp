@@ -1,5 +1,5 @@
-// A row that names an attribute by the enumeration of a base of the entity does not compile: changes
-// are told apart by the entity's own.
+// A row that names an attribute by the enumeration of a base of the entity does not compile:
+// changes are told apart by the entity's own.
 #include "Stp/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"

@@ -1,0 +1,89 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "Process.h"
+
+namespace Test {
+namespace {
+
+std::string capture(char const* name) {
+  return std::string(STP_CAPTURES_DIR) + "/" + name;
+}
+
+std::vector<std::string> replayOf(std::vector<std::string> const& folders) {
+  std::vector<std::string> arguments{"replay", "--bridge", "br0", "--show", "entities"};
+  arguments.insert(arguments.end(), folders.begin(), folders.end());
+  return arguments;
+}
+
+// The instances with an entry in the state, by id.
+std::string instanceStates(Outcome const& outcome) {
+  std::string ids;
+  auto const shown = nlohmann::json::parse(outcome.out);
+  for (auto const& [id, record] : shown.at("ocMstiStateDir").items()) {
+    ids += id + " ";
+  }
+  return ids;
+}
+
+TEST(Replay, SnapshotsAreAppliedInTheirOrder) {
+  Outcome const forth = runAgent(replayOf({capture("01-converged"), capture("10-msti5-deleted")}));
+  EXPECT_EQ(forth.status, 0);
+  EXPECT_EQ(forth.err, "");
+  EXPECT_EQ(instanceStates(forth), "0 1 ");
+  Outcome const back = runAgent(replayOf({capture("10-msti5-deleted"), capture("01-converged")}));
+  EXPECT_EQ(back.status, 0);
+  EXPECT_EQ(instanceStates(back), "0 1 5 ");
+}
+
+TEST(Replay, RefusedSnapshotLeavesWhatWasThere) {
+  Folder const folder;
+  std::filesystem::copy(capture("11-rstp"), folder.path("cut"));
+  folder.file("cut/showportdetail.json", R"([{"port":"Ethernet1","bridge":"br0")");
+  std::string const missing = folder.path("missing");
+  Outcome const outcome = runAgent(
+      replayOf({capture("01-converged"), folder.path("cut"), missing, capture("02-admin-edge")}));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err,
+              testing::MatchesRegex(folder.path("cut") + "/showportdetail.json: [^\n]+\n" +
+                                    missing + "/showbridge.json: [^\n]+\n"));
+  EXPECT_EQ(outcome.out,
+            runAgent(replayOf({capture("01-converged"), capture("02-admin-edge")})).out);
+}
+
+TEST(Replay, AnotherBridgeIsRefused) {
+  Outcome const outcome =
+      runAgent({"replay", "--bridge", "br1", "--show", "none", capture("01-converged")});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, testing::StartsWith(capture("01-converged") + "/showbridge.json: "));
+}
+
+TEST(Replay, WatchShowsTheChangesOfEachSnapshot) {
+  std::vector<std::string> arguments =
+      replayOf({capture("07-link-up"), capture("08-port-removed")});
+  arguments.insert(arguments.end(), {"--watch", "--show", "none"});
+  arguments.erase(arguments.begin() + 3, arguments.begin() + 5);
+  Outcome const outcome = runAgent(arguments);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out,
+              testing::EndsWith("\n{\"deleted\":[\"ocInterfaceConfigDir\",\"interface\","
+                                "\"Ethernet5\"]}\n"));
+}
+
+TEST(Replay, MirrorThatWasNotStartedShowsNothing) {
+  std::vector<std::string> arguments = replayOf({capture("01-converged")});
+  arguments.insert(arguments.end(), {"--manual-start", "--watch"});
+  Outcome const outcome = runAgent(arguments);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(instanceStates(outcome), "");
+}
+
+}  // namespace
+}  // namespace Test

@@ -95,7 +95,6 @@ class BusySm final : public Reactor<BusySm, BusySmAttributes> {
       Op{"handleOnce", &Self::handleOnce, First::Id::highest},
   };
 
- protected:
   ~BusySm() override { run("~"); }
 
  private:
@@ -112,9 +111,10 @@ namespace {
 using Ran = std::vector<std::string>;
 
 class FrameDispatch : public TestSupport::LeavesNothing {
- protected:
+ public:
   ~FrameDispatch() override { actions = {}; }
 
+ protected:
   static Ran ran() { return std::exchange(actions.ran, {}); }
 
   Ran before = ran();  // what the end of another test left

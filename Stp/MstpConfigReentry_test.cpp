@@ -89,8 +89,10 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
         {"Mst gone", [this] { mstGoes(); }},
         {"Mst back",
          [this] {
-           mstGoes();
-           input_->stpiConfigIs("Mst", mst_);
+           auto const input = input_;
+           auto const mst = mst_;
+           input->stpiConfigDel("Mst");
+           input->stpiConfigIs("Mst", mst);
          }},
     };
   }

@@ -471,13 +471,13 @@ TEST_F(MstpMainStateDeathTest, ErrorsInANotification) {
   mirror();
   auto const mst = runMstp();
   auto const died = KilledBySignal(SIGABRT);
-  EXPECT_EXIT(run("MST5", 61441), died, HasSubstr("terminate called"));
-  EXPECT_EXIT(run("MST05"), died, HasSubstr("terminate called"));
-  EXPECT_EXIT(mapIs({{10, 4096}}), died, HasSubstr("terminate called"));
+  EXPECT_EXIT(run("MST5", 61441), died, HasSubstr(priorityError));
+  EXPECT_EXIT(run("MST05"), died, HasSubstr("\"MST05\""));
+  EXPECT_EXIT(mapIs({{10, 4096}}), died, HasSubstr(instanceIdError));
   EXPECT_EXIT(mapBytesAre(Lumo::Bytes{1, 2, 3, 4, 5, 6}), died,
               HasSubstr("vidToMsti map corrupted"));
   mirror_->ocMstpTriggerDel();
-  EXPECT_EXIT(mapIs({{10, 5}}), died, HasSubstr("terminate called")) << "no trigger";
+  EXPECT_EXIT(mapIs({{10, 5}}), died, HasSubstr("OCMstpTrigger")) << "no trigger";
 }
 
 }  // namespace

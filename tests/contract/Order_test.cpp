@@ -39,7 +39,6 @@ class Thing final : public Lumo::Node {
     return publisher_;
   }
 
- protected:
   ~Thing() override { add('~' + std::string{letter}); }
 
  private:
@@ -66,7 +65,6 @@ class LeafSm final : public Reactor<LeafSm<letter>, LeafSmAttributes<letter>> {
       Op{"handleValue", &LeafSm::handleValue, Thing<letter>::Id::value},
   };
 
- protected:
   ~LeafSm() override { add(std::string("~child ") + letter); }
 };
 
@@ -88,7 +86,6 @@ class NamedSm final : public Reactor<NamedSm, NamedSmAttributes> {
       Op{"handleValue", &Self::handleValue, Thing<'k'>::Id::value},
   };
 
- protected:
   ~NamedSm() override { add("~child " + name.toString()); }
 };
 

@@ -59,8 +59,10 @@ class HandlerTrace {
  private:
   static Flashlog::TraceFile* registeredFile(TraceSite const& site, int& id) {
     Flashlog::TraceFile* const file = Flashlog::currentTraceFile();
-    if (file != nullptr && !file->registered(id)) [[unlikely]] {
-      traceSiteRegister(*file, id, site);
+    if (file != nullptr) [[unlikely]] {
+      if (!file->registered(id)) [[unlikely]] {
+        traceSiteRegister(*file, id, site);
+      }
     }
     return file;
   }

@@ -114,8 +114,9 @@ void OCPortConfigSm::handleLinkType() {
 
 template <class Edit>
 void OCPortConfigSm::amend(Edit edit) {
+  Lanx::IntfId const id = Lanx::IntfId::of(name);
   rewrite(*externalIntf.pointer(), [&](InterfaceConfig& config) {
-    config.name = Lanx::IntfId::of(name);
+    config.name = id;
     edit(config);
   });
 }

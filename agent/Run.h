@@ -1,22 +1,51 @@
-// The runs of the agent, from their input to their exit status.
+// One run of the agent: what is set up around its work, and its exit status.
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
-#include <vector>
 
+#include "Output.h"
 #include "Session.h"
+#include "Snapshot.h"
 
 namespace Agent {
 
-/// Applies the operations in the files, in order; "-" is standard input. What is refused is
-/// reported on standard error; results go to standard output. Returns the exit status: 0 when
-/// every line was applied or the run was interrupted, 1 when a line was refused, 2 when a file
-/// can't be read or written. Nothing is applied when one of the files can't be read from the start.
-int runOperations(Settings const& settings, std::vector<std::string> const& files);
+/// The exit statuses.
+inline constexpr int allApplied = 0;
+inline constexpr int someRefused = 1;
+inline constexpr int unusable = 2;
 
-/// Applies what changes from one snapshot to the next, in the order of their folders. A snapshot
-/// that can't be read or isn't understood is refused as a whole; otherwise as above.
-int replaySnapshots(Settings const& settings, std::string const& bridge,
-                    std::vector<std::string> const& folders);
+class Run {
+ public:
+  /// `settings` must outlive this. Takes over the signals that end a run.
+  explicit Run(Settings const& settings);
+
+  /// Sets traces and session up, lets `work` work as long as the run goes on, and shows the
+  /// targets. Returns the exit status: that of the worst that was reported; 0 when the run was
+  /// interrupted.
+  int execute(std::function<void(Run&)> const& work);
+
+  /// Whether there is still someone to work for.
+  bool goesOn() const;
+
+  /// During `execute` only.
+  Session& session() { return *session_; }
+  Output& output() { return output_; }
+
+  /// Makes the sources say what a snapshot says. `name` stands for it if the process has to end.
+  void apply(Snapshot const& snapshot, std::string const& name);
+
+  /// Reports what was not applied.
+  void refused(std::string const& message);
+  /// Reports what makes the run pointless, and ends it.
+  void failed(std::string const& message);
+
+ private:
+  Settings const& settings_;
+  DescriptorOutput output_;
+  std::optional<Session> session_;
+  int status_ = allApplied;
+};
 
 }  // namespace Agent

@@ -12,7 +12,8 @@
 #include <vector>
 
 #include "Fatal.h"
-#include "Run.h"
+#include "OperationFiles.h"
+#include "SnapshotFolders.h"
 
 namespace {
 

@@ -78,7 +78,7 @@ class STP_API DefaultHandleScope {
 /// FlashlogHandle::mtTraceFile() throws.
 [[nodiscard]] inline TraceFile* currentTraceFile() {
   FlashlogHandle* const handle = defaultFlashlogHandle;
-  if (handle == nullptr) {
+  if (handle == nullptr) [[likely]] {
     return nullptr;
   }
   TraceFile* const file = handle->traceFile();

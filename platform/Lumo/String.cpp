@@ -57,14 +57,15 @@ class StringTable {
     }
   }
 
-  std::uint32_t ordinalAssign(String const& name) {
+  std::uint32_t ordinalAssign(String::Text* text) {
     auto const guard = lock();
-    if (name.text_->ordinal == String::noOrdinal) {
-      numbered_.push_back(name);
-      std::atomic_ref(name.text_->ordinal)
+    if (text->ordinal == String::noOrdinal) {
+      numbered_.push_back(text);
+      countAdd(text->references, std::uint32_t{1});  // its number holds it for good
+      std::atomic_ref(text->ordinal)
           .store(static_cast<std::uint32_t>(numbered_.size() - 1), std::memory_order_relaxed);
     }
-    return name.text_->ordinal;
+    return text->ordinal;
   }
 
   String ofOrdinal(std::uint32_t ordinal) {
@@ -72,7 +73,11 @@ class StringTable {
     if (ordinal >= numbered_.size()) {
       RangeException::throwException("no name has the number " + std::to_string(ordinal));
     }
-    return numbered_[ordinal];
+    String::Text* const text = numbered_[ordinal];
+    countAdd(text->references, std::uint32_t{1});
+    String name;
+    name.text_ = text;
+    return name;
   }
 
  private:
@@ -100,7 +105,7 @@ class StringTable {
 
   std::mutex mutex_;
   std::unordered_set<String::Text*, Hash, Equal> texts_;
-  std::vector<String> numbered_;
+  std::vector<String::Text*> numbered_;
 };
 
 String::String(std::string_view text)
@@ -111,11 +116,11 @@ void String::releaseShared(Text* text) noexcept {
   StringTable::instance().release(text);
 }
 
-std::uint32_t String::ordinalAssign() const {
-  if (text_ == nullptr) {
+std::uint32_t String::ordinalAssign(Text* text) {
+  if (text == nullptr) {
     RangeException::throwException("the empty name has no number");
   }
-  return StringTable::instance().ordinalAssign(*this);
+  return StringTable::instance().ordinalAssign(text);
 }
 
 String String::ofOrdinal(std::uint32_t ordinal) {

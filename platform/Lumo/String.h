@@ -59,7 +59,7 @@ class STP_API String {
   /// the life of the process. Throws RangeException for the empty name.
   std::uint32_t ordinal() const {
     std::uint32_t const known = text_ == nullptr ? noOrdinal : countLoad(text_->ordinal);
-    return known != noOrdinal ? known : ordinalAssign();
+    return known != noOrdinal ? known : ordinalAssign(text_);
   }
 
   /// The name that has this number; throws RangeException for a number that no name has.
@@ -100,7 +100,7 @@ class STP_API String {
     }
   }
   static void releaseShared(Text* text) noexcept;
-  std::uint32_t ordinalAssign() const;
+  static std::uint32_t ordinalAssign(Text* text);
 
   Text* text_ = nullptr;
 };

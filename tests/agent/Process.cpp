@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <pty.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,9 +33,27 @@ std::array<int, 2> makePipe() {
   return ends;
 }
 
+// Two ends of a terminal: for the reader, and for the agent.
+std::array<int, 2> makeTerminal() {
+  std::array<int, 2> ends{};
+  winsize size{.ws_row = 24, .ws_col = 60, .ws_xpixel = 0, .ws_ypixel = 0};
+  require(::openpty(&ends[0], &ends[1], nullptr, nullptr, &size) == 0, "openpty");
+  for (int const end : ends) {
+    ::fcntl(end, F_SETFD, FD_CLOEXEC);
+  }
+  return ends;
+}
+
+// How the service manager says that a stream leads to the journal.
+std::string journalStream(int descriptor) {
+  struct stat status {};
+  require(::fstat(descriptor, &status) == 0, "fstat");
+  return "JOURNAL_STREAM=" + std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+}
+
 }  // namespace
 
-Process::Process(std::vector<std::string> const& arguments) {
+Process::Process(std::vector<std::string> const& arguments, Surroundings const& around) {
   std::vector<char*> argv{const_cast<char*>(STP_AGENT)};
   for (std::string const& argument : arguments) {
     argv.push_back(const_cast<char*>(argument.c_str()));
@@ -41,13 +61,21 @@ Process::Process(std::vector<std::string> const& arguments) {
   argv.push_back(nullptr);
   auto const input = makePipe();
   auto const output = makePipe();
-  auto const errors = makePipe();
+  auto const errors = around.errors == Errors::terminal ? makeTerminal() : makePipe();
+  std::vector<std::string> variables{"TERM=xterm"};
+  variables.insert(variables.end(), around.environment.begin(), around.environment.end());
+  if (around.errors == Errors::journal) {
+    variables.push_back(journalStream(errors[1]));
+  }
   pid_ = ::fork();
   require(pid_ >= 0, "fork");
   if (pid_ == 0) {
     ::dup2(input[0], STDIN_FILENO);
     ::dup2(output[1], STDOUT_FILENO);
     ::dup2(errors[1], STDERR_FILENO);
+    for (std::string& variable : variables) {
+      ::putenv(variable.data());
+    }
     ::execv(argv[0], argv.data());
     ::_exit(127);
   }
@@ -158,8 +186,9 @@ Outcome Process::finish() {
           WIFSIGNALED(status) ? WTERMSIG(status) : 0};
 }
 
-Outcome runAgent(std::vector<std::string> const& arguments, std::string const& input) {
-  Process agent(arguments);
+Outcome runAgent(std::vector<std::string> const& arguments, std::string const& input,
+                 Surroundings const& around) {
+  Process agent(arguments, around);
   agent.write(input);
   return agent.finish();
 }

@@ -18,10 +18,20 @@ struct Outcome {
   int signal = 0;   ///< the signal that ended it, 0 if none
 };
 
+/// What standard error is to the agent.
+enum class Errors { pipe, terminal, journal };
+
+/// What surrounds the agent.
+struct Surroundings {
+  Errors errors = Errors::pipe;
+  /// Further variables of the environment, "NAME=VALUE".
+  std::vector<std::string> environment = {};
+};
+
 /// A running agent. Waiting for it longer than a test could need kills it and fails the test.
 class Process {
  public:
-  explicit Process(std::vector<std::string> const& arguments);
+  explicit Process(std::vector<std::string> const& arguments, Surroundings const& around = {});
   Process(Process const&) = delete;
   Process& operator=(Process const&) = delete;
   ~Process();
@@ -53,7 +63,8 @@ class Process {
 };
 
 /// Runs the agent to its end with `input` as its standard input.
-Outcome runAgent(std::vector<std::string> const& arguments, std::string const& input = "");
+Outcome runAgent(std::vector<std::string> const& arguments, std::string const& input = "",
+                 Surroundings const& around = {});
 
 /// A folder of its own for one test, removed at its end.
 class Folder {

@@ -221,7 +221,7 @@ std::string difference(Library const& library, Model::State const& state) {
   }
   compareDisabledVlans(out, library.sources().inputConfig->disabledVlan(),
                        state.sources.inputConfig.disabledVlan);
-  auto const live = liveObjects();
+  auto const live = library.live();
   auto const expected = Model::liveObjects(state);
   for (std::size_t index = 0; index < live.size(); ++index) {
     compareNumber(out, "live objects of class " + std::to_string(index), live[index],

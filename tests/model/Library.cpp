@@ -114,6 +114,14 @@ void Library::dropAll(unsigned order) {
   }
 }
 
+std::array<std::uint64_t, 16> Library::live() const {
+  auto live = liveObjects();
+  for (std::size_t index = 0; index < live.size(); ++index) {
+    live[index] -= liveElsewhere_[index];
+  }
+  return live;
+}
+
 std::array<std::uint64_t, 16> liveObjects() {
   using namespace Stp;
   return liveOf<OCGlobalConfigSm, OCGlobalVlanSyncher, OCGlobalStateSm, OCPortConfigSm,

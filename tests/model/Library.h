@@ -86,6 +86,9 @@ struct Mirrors {
   Lumo::Ptr<Stp::OCMstpMainStateSm> mstpState;
 };
 
+/// How many objects of the library's classes live in the process, by the index of the class.
+std::array<std::uint64_t, 16> liveObjects();
+
 /// The whole world of the library.
 class Library {
  public:
@@ -101,11 +104,15 @@ class Library {
   Targets const& targets() const { return targets_; }
   Model::Writes writes() const { return writes_->counts(); }
 
+  /// How many objects of the library's classes this world has, by the index of the class.
+  std::array<std::uint64_t, 16> live() const;
+
  private:
   Sources sources_;
   Targets targets_;
   std::optional<Writes> writes_;
   Mirrors mirrors_;
+  std::array<std::uint64_t, 16> liveElsewhere_ = liveObjects();
 };
 
 // What a step does to one of the parts.
@@ -113,8 +120,5 @@ void changeSource(Sources& sources, Model::Operation const& operation);
 void changeTarget(Targets& targets, Model::Operation const& operation);
 void changeMirrors(Mirrors& mirrors, Sources const& sources, Targets const& targets,
                    Model::Operation const& operation);
-
-/// How many objects of the library's classes live, by the index of the class.
-std::array<std::uint64_t, 16> liveObjects();
 
 }  // namespace Harness

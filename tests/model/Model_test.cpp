@@ -67,7 +67,8 @@ void runSequence(Tally& tally) {
   }
   tally.addSequence();
   underWay = nullptr;
-  ASSERT_EQ(session.failure(), "") << reproduce() << report(sequence);
+  ASSERT_TRUE(session.failure().empty()) << "what differs first:\n"
+                                         << session.failure() << reproduce() << report(sequence);
 }
 
 TEST(Model, TargetsAreEqualAfterEveryStep) {

@@ -101,6 +101,35 @@ std::string member(Members collection, int key) {
   }
 }
 
+// The settable attributes, as the entities name them.
+std::string attributeName(int kind, int field) {
+  struct Row {
+    Kind kind;
+    int field;
+    std::string_view name;
+  };
+  constexpr std::array rows{
+      Row{Kind::inputPort, 260, "linkType"},
+      Row{Kind::inputPort, 261, "edgePortEnable"},
+      Row{Kind::inputPort, 263, "edgePortAuto"},
+      Row{Kind::inputPort, 265, "edgePortDisable"},
+      Row{Kind::inputPort, 270, "bpduguard"},
+      Row{Kind::portConfig, 261, "adminEdgePort"},
+      Row{Kind::portConfig, 270, "bpduguard"},
+      Row{Kind::portStatus, 260, "operEdgePort"},
+      Row{Kind::portStatus, 262, "operPointToPointMac"},
+      Row{Kind::mstiStatus, 259, "bridgePriority"},
+      Row{Kind::mstiConfig, 258, "mstiId"},
+      Row{Kind::mstiConfig, 259, "bridgePriority"},
+  };
+  for (Row const& row : rows) {
+    if (static_cast<int>(row.kind) == kind && row.field == field) {
+      return std::string(row.name);
+    }
+  }
+  return "attribute " + std::to_string(field);
+}
+
 std::string place(Operation const& operation) {
   auto const collection = static_cast<Members>(operation.a);
   return entity(static_cast<int>(ownerKind(collection)), operation.b) + "." +
@@ -166,7 +195,7 @@ std::string describe(Operation const& operation) {
     case Do::remove: out << place(operation) << " " << member(collection, c) << " deleted"; break;
     case Do::clear: out << place(operation) << ": all deleted"; break;
     case Do::touch:
-      out << "announce attribute " << c << ", key " << d << " of " << entity(a, b);
+      out << "announce " << entity(a, b) << ", " << attributeName(a, c) << ", key " << d;
       break;
     case Do::start: out << "start " << nameIn(treeNames, a); break;
     case Do::stop: out << "stop " << nameIn(treeNames, a); break;

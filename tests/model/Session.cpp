@@ -37,7 +37,7 @@ bool Session::step(Model::Operation const& operation) {
 
 void Session::finish() {
   library_.dropAll(dropOrder_);
-  auto const live = liveObjects();
+  auto const live = library_.live();
   for (std::size_t index = 0; index < live.size(); ++index) {
     if (live[index] != 0) {
       failure_ += "  everything is dropped, but " + std::to_string(live[index]) +

@@ -275,6 +275,27 @@ TEST(VlanExpansion, CoversWhatTheEntrySays) {
   EXPECT_TRUE(std::is_sorted(all.begin(), all.end()));
 }
 
+TEST(VlanExpansion, GivesBackEverySubsetOfIdsAtABorder) {
+  for (unsigned const lowest : {1U, 58U, 4083U}) {
+    for (unsigned subset = 0; subset < 1U << 12U; ++subset) {
+      Ids ids;
+      for (unsigned bit = 0; bit < 12; ++bit) {
+        if ((subset >> bit & 1U) != 0) {
+          ids.push_back(static_cast<std::uint16_t>(lowest + bit));
+        }
+      }
+      OCGlobalConfigContainer list;
+      compressDisabledVlans(list, setOf(ids));
+      Ids back;
+      for (VlanIdOrRange const& entry : list.disabledVlan) {
+        Ids const more = expanded(entry);
+        back.insert(back.end(), more.begin(), more.end());
+      }
+      ASSERT_EQ(back, ids) << "lowest " << lowest << " subset " << subset;
+    }
+  }
+}
+
 TEST(VlanExpansion, PassesIdsOutOfRangeOn) {
   EXPECT_THAT(expanded(entryOf({0, 9, 0})), ElementsAre(0));
   EXPECT_THAT(expanded(entryOf({4095, 9, 0})), ElementsAre(4095));

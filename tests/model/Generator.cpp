@@ -206,7 +206,7 @@ Operation Generator::attribute() {
   if (priority) {
     constexpr std::array fine{0, 4096, 4097, 8192, 32768, 61440};
     constexpr std::array wrong{61441, 65535};
-    value = oneIn(9) ? among(wrong) : among(fine);
+    value = oneIn(4) ? among(wrong) : among(fine);
   } else if (settable.field == 258) {
     value = oneIn(4) ? below(65536) : msti();
   } else if (settable.field == 270 || (settable.kind == Kind::inputPort && settable.field == 260)) {

@@ -108,7 +108,6 @@ constexpr int stagedPorts = 8;
 constexpr int instances = 3;
 constexpr int mstInstances[] = {0, 1, 2, 3, 15, 64, 4094, 4095, 77};
 constexpr int configuredMstInstances = 8;
-constexpr int stagedMstInstances = 9;
 
 std::string portName(int port);
 std::string instanceName(int instance);

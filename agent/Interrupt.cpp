@@ -1,13 +1,15 @@
 #include "Interrupt.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <limits>
 #include <system_error>
+#include <vector>
 
 namespace Agent {
 
@@ -26,6 +28,16 @@ extern "C" void handleSignal(int /*signal*/) {
 
 [[noreturn]] void fail(char const* what) {
   throw std::system_error(errno, std::system_category(), what);
+}
+
+// For poll(2); rounded up, so that what is waited for has come.
+int millisecondsUntil(std::optional<Interrupt::Clock::time_point> deadline) {
+  if (!deadline) {
+    return -1;
+  }
+  auto const rest =
+      std::chrono::ceil<std::chrono::milliseconds>(*deadline - Interrupt::Clock::now()).count();
+  return static_cast<int>(std::clamp<decltype(rest)>(rest, 0, std::numeric_limits<int>::max()));
 }
 
 }  // namespace
@@ -50,18 +62,27 @@ bool Interrupt::requested() noexcept {
   return signalled != 0;
 }
 
-bool Interrupt::waitReadable(int descriptor) {
-  std::array<pollfd, 2> awaited{pollfd{descriptor, POLLIN, 0}, pollfd{wakeUp[0], POLLIN, 0}};
+bool Interrupt::wait(std::span<pollfd> awaited, std::optional<Clock::time_point> deadline) {
+  std::vector<pollfd> all(awaited.begin(), awaited.end());
+  all.push_back({wakeUp[0], POLLIN, 0});
   while (!requested()) {
-    int const ready = ::poll(awaited.data(), awaited.size(), -1);
+    int const ready = ::poll(all.data(), all.size(), millisecondsUntil(deadline));
     if (ready < 0 && errno != EINTR) {
       fail("poll");
     }
-    if (ready > 0 && awaited[0].revents != 0) {
+    bool const anyAwaited =
+        std::any_of(all.begin(), all.end() - 1, [](pollfd const& one) { return one.revents != 0; });
+    if ((ready > 0 && anyAwaited) || (deadline && Clock::now() >= *deadline)) {
+      std::copy(all.begin(), all.end() - 1, awaited.begin());
       return !requested();
     }
   }
   return false;
+}
+
+bool Interrupt::waitReadable(int descriptor) {
+  std::array<pollfd, 1> awaited{pollfd{descriptor, POLLIN, 0}};
+  return wait(awaited, std::nullopt);
 }
 
 }  // namespace Agent

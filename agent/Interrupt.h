@@ -2,6 +2,12 @@
 // it waits for input.
 #pragma once
 
+#include <poll.h>
+
+#include <chrono>
+#include <optional>
+#include <span>
+
 namespace Agent {
 
 /// Takes both signals over for the life of the process; SIGPIPE is ignored from then on, so that
@@ -14,6 +20,12 @@ class Interrupt {
 
   /// Whether one of the signals came.
   static bool requested() noexcept;
+
+  using Clock = std::chrono::steady_clock;
+
+  /// Waits until one of the descriptors is ready, as poll(2) does, or until `deadline`, if there is
+  /// one; `revents` tell which is. False when one of the signals came, before or meanwhile.
+  static bool wait(std::span<pollfd> awaited, std::optional<Clock::time_point> deadline);
 
   /// Waits until `descriptor` can be read, or has ended or failed. False when one of the signals
   /// came, before or meanwhile.

@@ -210,6 +210,14 @@ void readVlans(Snapshot& snapshot, Json const& object, IdTable const& instances,
   }
 }
 
+void bridgeFrom(SnapshotSource const& source, Snapshot& snapshot, std::string const& bridge) {
+  inFile(source, "showbridge.json", [&](Json const& json) { readBridge(snapshot, json, bridge); });
+}
+
+void mstisFrom(SnapshotSource const& source, Snapshot& snapshot, std::string const& bridge) {
+  inFile(source, "showmstilist.json", [&](Json const& json) { readMstis(snapshot, json, bridge); });
+}
+
 /// The content of a file, or its first `maxSnapshotFile` + 1 bytes.
 std::string contentOf(std::filesystem::path const& dir, std::string const& file) {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> const stream(
@@ -233,12 +241,11 @@ std::string contentOf(std::filesystem::path const& dir, std::string const& file)
 
 Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge) {
   Snapshot snapshot;
-  inFile(source, "showbridge.json", [&](Json const& json) { readBridge(snapshot, json, bridge); });
+  bridgeFrom(source, snapshot, bridge);
   inFile(source, "showportdetail.json",
          [&](Json const& json) { readPorts(snapshot, json, bridge); });
   if (snapshot.mode == 3) {
-    inFile(source, "showmstilist.json",
-           [&](Json const& json) { readMstis(snapshot, json, bridge); });
+    mstisFrom(source, snapshot, bridge);
     for (auto& msti : snapshot.mstis) {
       inFile(source, "showtree-" + std::to_string(msti.id) + ".json",
              [&](Json const& json) { readTree(msti, json, bridge); });
@@ -257,6 +264,20 @@ Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge) 
   inFile(source, "showvid2fid.json",
          [&](Json const& json) { readVlans(snapshot, json, instances, bridge); });
   return snapshot;
+}
+
+std::vector<std::uint16_t> instancesToRead(SnapshotSource const& source,
+                                           std::string const& bridge) {
+  Snapshot snapshot;
+  bridgeFrom(source, snapshot, bridge);
+  if (snapshot.mode == 3) {
+    mstisFrom(source, snapshot, bridge);
+  }
+  std::vector<std::uint16_t> ids;
+  for (Snapshot::Msti const& msti : snapshot.mstis) {
+    ids.push_back(msti.id);
+  }
+  return ids;
 }
 
 Snapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge) {

@@ -130,8 +130,13 @@ inline constexpr std::size_t maxSnapshotFile = std::size_t{8} << 20U;
 /// no folder.
 Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge);
 
-/// The same from the files in `dir`. `what()` of a SnapshotError starts with `dir` as given here. A
-/// file that can't be read is refused with the system's text for the error.
+/// The instances whose trees the snapshot consists of, in the engine's order: while the mode is 3
+/// those of `showmstilist.json`, else none. Asks for no other file than that and `showbridge.json`;
+/// throws as parseSnapshot does.
+std::vector<std::uint16_t> instancesToRead(SnapshotSource const& source, std::string const& bridge);
+
+/// A snapshot from the files in `dir`. `what()` of a SnapshotError starts with `dir` as given here.
+/// A file that can't be read is refused with the system's text for the error.
 Snapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge);
 
 }  // namespace Agent

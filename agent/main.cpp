@@ -5,13 +5,18 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "EngineSource.h"
 #include "Fatal.h"
+#include "Follow.h"
 #include "OperationFiles.h"
 #include "SnapshotFolders.h"
 
@@ -99,6 +104,47 @@ int replay(Words const& words) {
   return ended ? *ended : Agent::replaySnapshots(settings, bridge, folders);
 }
 
+// A positive number of seconds.
+std::string wrongInterval(std::string const& text) {
+  constexpr double shortest = 0.01;
+  constexpr double longest = 86400;
+  char* end = nullptr;
+  double const seconds = std::strtod(text.c_str(), &end);
+  bool const isNumber = !text.empty() && *end == '\0';
+  return isNumber && seconds >= shortest && seconds <= longest
+             ? ""
+             : text + " is no number of seconds from 0.01 to 86400";
+}
+
+std::string wrongBridge(std::string const& text) {
+  return Agent::EngineSource::isBridgeName(text) ? "" : text + " is no name of a bridge";
+}
+
+int follow(Words const& words) {
+  Agent::Settings settings;
+  Agent::Following following;
+  double seconds = 1;
+  CLI::App command("Applies what changes in a running engine, until it is interrupted.",
+                   "stp-openconfig-agent follow");
+  command.add_option("--bridge", following.bridge, "The bridge to follow")
+      ->required()
+      ->check(wrongBridge)
+      ->type_name("NAME");
+  command.add_option("--interval", seconds, "The time from one look at the engine to the next")
+      ->check(wrongInterval)
+      ->type_name("SECONDS")
+      ->capture_default_str();
+  command.add_option("--mstpctl", following.program, "The engine's control program")
+      ->type_name("PROGRAM")
+      ->capture_default_str();
+  addSettings(command, settings);
+  if (auto const ended = parse(command, words)) {
+    return *ended;
+  }
+  following.interval = std::chrono::milliseconds(std::lround(seconds * 1000));
+  return Agent::followEngine(settings, following);
+}
+
 struct Command {
   char const* name;
   char const* summary;
@@ -108,6 +154,7 @@ struct Command {
 constexpr std::array commands{
     Command{"run", "apply operations, one JSON object a line", &run},
     Command{"replay", "apply what changes from each snapshot of an engine to the next", &replay},
+    Command{"follow", "apply what changes in a running engine, until it is interrupted", &follow},
 };
 
 std::string commandList() {
@@ -137,7 +184,7 @@ int main(int argc, char** argv) {
     std::cerr << "A command is missing\n" << commandList() << "\n";
     return wrongCommandLine;
   }
-  auto const command = std::ranges::find(commands, words.front(), &Command::name);
+  auto const* const command = std::ranges::find(commands, words.front(), &Command::name);
   if (command == commands.end()) {
     std::cerr << words.front() << ": no such command\n" << commandList() << "\n";
     return wrongCommandLine;

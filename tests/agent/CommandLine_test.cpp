@@ -21,18 +21,26 @@ std::string const freshEntities =
     "\n";
 
 TEST(CommandLine, HelpListsTheCommandsAndOptions) {
-  for (std::vector<std::string> const& arguments :
-       {std::vector<std::string>{"--help"}, {"-h"}, {"run", "--help"}, {"replay", "--help"}}) {
+  for (std::vector<std::string> const& arguments : {std::vector<std::string>{"--help"},
+                                                    {"-h"},
+                                                    {"run", "--help"},
+                                                    {"replay", "--help"},
+                                                    {"follow", "--help"}}) {
     Outcome const outcome = runAgent(arguments);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(outcome.out, HasSubstr("stp-openconfig-agent"));
   }
-  EXPECT_THAT(runAgent({"--help"}).out, AllOf(HasSubstr("run"), HasSubstr("replay")));
+  EXPECT_THAT(runAgent({"--help"}).out,
+              AllOf(HasSubstr("run"), HasSubstr("replay"), HasSubstr("follow")));
   for (char const* const option :
        {"--show", "--watch", "--manual-start", "--trace", "--flashlog", "--help", "--version"}) {
     EXPECT_THAT(runAgent({"run", "--help"}).out, HasSubstr(option));
     EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr(option));
+    EXPECT_THAT(runAgent({"follow", "--help"}).out, HasSubstr(option));
+  }
+  for (char const* const option : {"--bridge", "--interval", "--mstpctl"}) {
+    EXPECT_THAT(runAgent({"follow", "--help"}).out, HasSubstr(option));
   }
   EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr("--bridge"));
 }
@@ -65,6 +73,13 @@ TEST(CommandLine, WhatIsWrongIsNamedAndEndsWithTwo) {
            {{"replay", "."}, "--bridge"},
            {{"replay", "--bridge", "br0"}, "DIR"},
            {{"replay", "--bridge"}, "--bridge"},
+           {{"follow"}, "--bridge"},
+           {{"follow", "--bridge", "br0", "--interval"}, "--interval"},
+           {{"follow", "--bridge", "br0", "--interval", "0"}, "--interval: 0 is no number"},
+           {{"follow", "--bridge", "br0", "--interval", "nan"}, "--interval: nan is no number"},
+           {{"follow", "--bridge", "br0", "--interval", "1s"}, "--interval: 1s is no number"},
+           {{"follow", "--bridge", "br 0"}, "br 0 is no name of a bridge"},
+           {{"follow", "--bridge", "br0", "."}, "."},
            {{"run", "--flashlog", "/nonexistent/trace"}, "/nonexistent/trace"},
            {{"run", "--flashlog", ""}, "--flashlog"},
        }) {

@@ -159,11 +159,11 @@ bool Process::readSome() {
   return true;
 }
 
-std::string Process::readLine() {
-  std::string& text = read_[out];
+std::string Process::readLine(Stream stream) {
+  std::string& text = read_[stream];
   while (text.find('\n') == std::string::npos) {
     if (!readSome()) {
-      ADD_FAILURE() << "no further line on standard output";
+      ADD_FAILURE() << "no further line";
       return "";
     }
   }

@@ -44,7 +44,9 @@ class Process {
   void closeOutput();
 
   /// The next line of its standard output, without its end.
-  std::string readLine();
+  std::string readLine() { return readLine(out); }
+  /// The same of its standard error.
+  std::string readErrorLine() { return readLine(err); }
 
   void signal(int number) const;
 
@@ -54,6 +56,7 @@ class Process {
  private:
   enum Stream : std::size_t { in, out, err };
 
+  std::string readLine(Stream stream);
   bool readSome();
   void closeStream(Stream stream);
 

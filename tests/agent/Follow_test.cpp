@@ -1,0 +1,261 @@
+// Behind an engine that runs, fails, and runs again.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Process.h"
+
+namespace Test {
+namespace {
+
+using testing::ElementsAre;
+using testing::StartsWith;
+
+std::string capture(std::string const& name) {
+  return STP_CAPTURES_DIR "/" + name;
+}
+
+std::vector<std::string> linesOf(std::string const& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+// What a replay of the captures prints; the last line is the state it comes to.
+std::vector<std::string> replayed(std::vector<std::string> const& captures) {
+  std::vector<std::string> arguments{"replay", "--bridge", "br0", "--watch", "--show", "entities"};
+  for (std::string const& name : captures) {
+    arguments.push_back(capture(name));
+  }
+  return linesOf(runAgent(arguments).out);
+}
+
+class Follow : public testing::Test {
+ protected:
+  Follow() { plays("01-converged"); }
+
+  // The snapshot that the engine is in from now on.
+  void plays(std::string const& name) {
+    std::filesystem::create_symlink(capture(name), folder.path("link"));
+    std::filesystem::rename(folder.path("link"), folder.path("now"));
+  }
+  void moodIs(std::string const& mood) {
+    folder.file("new", mood);
+    std::filesystem::rename(folder.path("new"), folder.path("mood"));
+  }
+
+  Surroundings around(Errors errors = Errors::pipe) const {
+    return {.errors = errors, .environment = {"ENGINE=" + folder.path("")}};
+  }
+  static std::vector<std::string> following(std::string const& program = STP_MSTPCTL) {
+    return {"follow",     "--bridge", "br0",     "--mstpctl", program,
+            "--interval", "0.05",     "--watch", "--show",    "entities"};
+  }
+
+  // Reads the lines of one replay, without the state at its end.
+  static void expectLines(Process& agent, std::vector<std::string> const& lines,
+                          std::size_t from = 0) {
+    for (std::size_t at = from; at + 1 < lines.size(); ++at) {
+      EXPECT_EQ(agent.readLine(), lines[at]);
+    }
+  }
+
+  // Interrupts the agent; it shows that state.
+  static Outcome endsAt(Process& agent, std::vector<std::string> const& lines,
+                        int number = SIGTERM) {
+    agent.signal(number);
+    Outcome outcome = agent.finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.signal, 0);
+    EXPECT_EQ(outcome.out, lines.back() + "\n");
+    return outcome;
+  }
+
+  // Waits until `done` says so.
+  template <class Done>
+  static void await(Done done) {
+    for (int patience = 0; patience < 6000; ++patience) {
+      if (done()) {
+        return;
+      }
+      ::usleep(10'000);
+    }
+    FAIL() << "it does not come";
+  }
+
+  // The questions so far; "begin" stands before the first one of a batch.
+  std::vector<std::string> asked() const {
+    std::ifstream file(folder.path("asked"));
+    std::ostringstream text;
+    text << file.rdbuf();
+    return linesOf(text.str());
+  }
+  // Waits until so many more batches are through.
+  void awaitBatches(std::ptrdiff_t more) const {
+    auto const begun = [this] {
+      auto const lines = asked();
+      return std::count(lines.begin(), lines.end(), "begin");
+    };
+    await([&, enough = begun() + more + 1] { return begun() >= enough; });
+  }
+
+  std::string const failure = STP_MSTPCTL ": ";
+  std::string const again = "br0: the engine answers again";
+  Folder folder;
+};
+
+TEST_F(Follow, EveryChangeOfTheEngineIsApplied) {
+  Process agent(following(), around());
+  std::vector<std::string> captures;
+  std::size_t read = 0;
+  std::vector<std::string> expected;
+  for (char const* const name :
+       {"01-converged", "02-admin-edge", "03-bpdu-guard", "04-msti5-root-moves",
+        "05-vlans-to-msti1", "06-link-down", "07-link-up", "08-port-removed",
+        "09-port-back-shared-link", "10-msti5-deleted", "11-rstp"}) {
+    SCOPED_TRACE(name);
+    plays(name);
+    captures.emplace_back(name);
+    expected = replayed(captures);
+    expectLines(agent, expected, read);
+    read = expected.size() - 1;
+  }
+  EXPECT_EQ(endsAt(agent, expected).err, "");
+}
+
+TEST_F(Follow, OneProcessIsAskedAllQuestions) {
+  Process agent(following(), around());
+  auto const expected = replayed({"01-converged"});
+  expectLines(agent, expected);
+  awaitBatches(1);
+  EXPECT_EQ(endsAt(agent, expected).err, "");
+  std::vector<std::string> const before{"begin",
+                                        "showmstilist br0",
+                                        "showbridge br0",
+                                        "showportdetail br0",
+                                        "showfid2mstid br0",
+                                        "showvid2fid br0"};
+  std::vector<std::string> const trees{"showtree br0 0", "showtree br0 1", "showtree br0 5"};
+  std::vector<std::string> const after{"showmstconfid br0", "showmstilist br0"};
+  // The first attempt does not know the instances yet.
+  std::vector<std::string> batches;
+  for (auto const* const part : {&before, &after, &before, &trees, &after, &before}) {
+    batches.insert(batches.end(), part->begin(), part->end());
+  }
+  auto const lines = asked();
+  ASSERT_GE(lines.size(), batches.size());
+  EXPECT_EQ(std::vector(lines.begin(), lines.begin() + std::ssize(batches)), batches);
+}
+
+TEST_F(Follow, EngineThatDoesNotRunYetIsReportedOnce) {
+  moodIs("down");
+  Process agent(following(), around());
+  awaitBatches(2);
+  moodIs("");
+  auto const expected = replayed({"01-converged"});
+  expectLines(agent, expected);
+  EXPECT_THAT(
+      linesOf(endsAt(agent, expected, SIGINT).err),
+      ElementsAre(failure + "failed with status 1: \"Couldn't connect to the daemon\"", again));
+}
+
+TEST_F(Follow, ProgramThatIsNotInstalledYetIsReportedOnce) {
+  std::string const program = folder.path("absent");
+  Process agent(following(program), around());
+  EXPECT_EQ(agent.readErrorLine(), program + ": can't be started: No such file or directory");
+  std::filesystem::create_symlink(STP_MSTPCTL, program);
+  auto const expected = replayed({"01-converged"});
+  expectLines(agent, expected);
+  EXPECT_EQ(endsAt(agent, expected).err, again + "\n");
+}
+
+// What can happen to an engine that was followed, and how that is reported.
+struct Trouble {
+  char const* mood;
+  std::string reported;
+};
+
+class FollowThroughTrouble : public Follow, public testing::WithParamInterface<Trouble> {};
+
+TEST_P(FollowThroughTrouble, LastStateStaysAndItGoesOn) {
+  Process agent(following(), around());
+  expectLines(agent, replayed({"01-converged"}));
+  moodIs(GetParam().mood);
+  EXPECT_THAT(agent.readErrorLine(), StartsWith(failure + GetParam().reported));
+  awaitBatches(1);
+  plays("03-bpdu-guard");
+  moodIs("");
+  auto const expected = replayed({"01-converged", "03-bpdu-guard"});
+  expectLines(agent, expected, replayed({"01-converged"}).size() - 1);
+  EXPECT_EQ(endsAt(agent, expected).err, again + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, FollowThroughTrouble,
+    testing::Values(Trouble{"down", "failed with status 1: "},
+                    Trouble{"hang", "showfid2mstid br0: does not answer"},
+                    Trouble{"die",
+                            R"(showfid2mstid br0: was ended by signal 9, says "{\"bridge\":")"},
+                    Trouble{"joining", "showportdetail br0: other text than JSON after "},
+                    Trouble{"restless", "showmstilist br0: keeps changing"}),
+    [](auto const& info) { return std::string(info.param.mood); });
+
+TEST_F(Follow, SnapshotThatChangesUnderneathIsTakenAnew) {
+  Process agent(following(), around());
+  expectLines(agent, replayed({"01-converged"}));
+  std::filesystem::create_symlink(capture("10-msti5-deleted"), folder.path("next"));
+  moodIs("change");  // the trees are those of the next snapshot; instance 5 has none
+  auto const expected = replayed({"01-converged", "10-msti5-deleted"});
+  expectLines(agent, expected, replayed({"01-converged"}).size() - 1);
+  EXPECT_EQ(endsAt(agent, expected).err, "");
+}
+
+TEST_F(Follow, SnapshotWhoseInstancesAreOthersByItsEndIsTakenAnew) {
+  std::filesystem::create_symlink(capture("10-msti5-deleted"), folder.path("next"));
+  moodIs("late");  // only the list asked for at the end is that of the next snapshot
+  Process agent(following(), around());
+  auto const expected = replayed({"10-msti5-deleted"});
+  expectLines(agent, expected);
+  EXPECT_EQ(endsAt(agent, expected).err, "");
+}
+
+TEST_F(Follow, HangingEngineIsEndedWithTheAgent) {
+  moodIs("hang");
+  Process agent(following(), around());
+  pid_t engine = 0;
+  await([&] { return static_cast<bool>(std::ifstream(folder.path("hanging")) >> engine); });
+  auto const unfed = replayed({"/nonexistent"});
+  expectLines(agent, unfed);
+  EXPECT_EQ(endsAt(agent, unfed).err, "");
+  EXPECT_NE(::kill(engine, 0), 0);
+}
+
+TEST_F(Follow, ReaderThatGoesEndsItQuietly) {
+  Process agent(following(), around());
+  expectLines(agent, replayed({"01-converged"}));
+  agent.closeOutput();
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(Follow, JournalGetsSeverities) {
+  moodIs("down");
+  Process agent(following(), around(Errors::journal));
+  EXPECT_THAT(agent.readErrorLine(), StartsWith("<3>" + failure));
+  moodIs("");
+  EXPECT_EQ(agent.readErrorLine(), "<5>" + again);
+}
+
+}  // namespace
+}  // namespace Test

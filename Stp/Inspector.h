@@ -16,6 +16,7 @@
 #include "Lumo/ModuleInspect.h"
 #include "Lumo/TypeName.h"
 #include "Stp/Reactor.h"
+#include "Stp/Triggers.h"
 
 namespace Stp::Impl {
 
@@ -40,12 +41,16 @@ consteval auto describeFields() {
      ...);
   }
   (std::make_index_sequence<members>());
-  std::size_t next = members;
-  std::apply(
-      [&](auto const&... row) {
-        ((fields[next++] = {0, Lumo::FieldKind::operation, row.name, {}}), ...);
-      },
-      Class::operations);
+  [&]<std::size_t... I>(std::index_sequence<I...>) {
+    ((fields[members + I] = {0,
+                             Lumo::FieldKind::operation,
+                             std::get<I>(Class::operations).name,
+                             {},
+                             triggersOf<Class, I>}),
+     ...);
+  }
+  (std::make_index_sequence<operationCountOf<Class>>());
+  std::size_t next = members + operationCountOf<Class>;
   fields[next++] = {0, Lumo::FieldKind::text, "classInfo", {}};
   fields[next] = {0, Lumo::FieldKind::text, "keyInfo", {}};
   for (std::size_t at = 0; at < fields.size(); ++at) {

@@ -17,6 +17,7 @@
 #include "EngineSource.h"
 #include "Fatal.h"
 #include "Follow.h"
+#include "Inspect.h"
 #include "OperationFiles.h"
 #include "SnapshotFolders.h"
 
@@ -49,6 +50,19 @@ std::optional<int> parse(CLI::App& app, Words words) {
   }
 }
 
+void addRunSettings(CLI::App& command, Agent::Settings& settings) {
+  command.add_flag("--manual-start", settings.manualStart,
+                   "Create no top-level object until a start operation");
+  command.add_flag("--trace", settings.trace,
+                   "Write the text trace of the mirror to standard error");
+  command
+      .add_option_function<std::string>(
+          "--flashlog", [&settings](std::string const& file) { settings.flashlog = file; },
+          "Record the fast trace into a file")
+      ->type_name("FILE");
+  command.set_version_flag("--version", versionText);
+}
+
 void addSettings(CLI::App& command, Agent::Settings& settings) {
   auto const setShow = [&settings](std::string const& what) {
     settings.show = what == "entities" ? Agent::Show::entities
@@ -63,16 +77,7 @@ void addSettings(CLI::App& command, Agent::Settings& settings) {
       ->default_str("openconfig");
   command.add_flag("--watch", settings.watch,
                    "Print every change of a target entity as it is published");
-  command.add_flag("--manual-start", settings.manualStart,
-                   "Create no top-level object until a start operation");
-  command.add_flag("--trace", settings.trace,
-                   "Write the text trace of the mirror to standard error");
-  command
-      .add_option_function<std::string>(
-          "--flashlog", [&settings](std::string const& file) { settings.flashlog = file; },
-          "Record the fast trace into a file")
-      ->type_name("FILE");
-  command.set_version_flag("--version", versionText);
+  addRunSettings(command, settings);
 }
 
 int run(Words const& words) {
@@ -145,6 +150,31 @@ int follow(Words const& words) {
   return Agent::followEngine(settings, following);
 }
 
+int inspect(Words const& words) {
+  Agent::Settings settings;
+  settings.show = Agent::Show::none;
+  std::optional<std::string> bridge;
+  Words inputs;
+  bool wiring = false;
+  CLI::App command("Prints the objects of the mirror as they live, and what runs what.",
+                   "stp-openconfig-agent inspect");
+  auto* const input = command.add_option("FILE", inputs,
+                                         "Operations to apply before, as run does; with --bridge "
+                                         "folders of snapshots, as replay does");
+  input->type_name("");
+  auto* const bridgeOption =
+      command.add_option("--bridge", bridge, "The bridge that the snapshots are of");
+  bridgeOption->type_name("NAME")->needs(input);
+  command.add_flag("--wiring", wiring, "Apply nothing, and print only what runs what")
+      ->excludes(input)
+      ->excludes(bridgeOption);
+  addRunSettings(command, settings);
+  if (auto const ended = parse(command, words)) {
+    return *ended;
+  }
+  return wiring ? Agent::printWiring() : Agent::inspectMirror(settings, bridge, inputs);
+}
+
 struct Command {
   char const* name;
   char const* summary;
@@ -155,6 +185,8 @@ constexpr std::array commands{
     Command{"run", "apply operations, one JSON object a line", &run},
     Command{"replay", "apply what changes from each snapshot of an engine to the next", &replay},
     Command{"follow", "apply what changes in a running engine, until it is interrupted", &follow},
+    Command{"inspect", "print the objects of the mirror as they live, and what runs what",
+            &inspect},
 };
 
 std::string commandList() {

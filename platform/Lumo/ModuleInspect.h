@@ -26,12 +26,20 @@ enum class FieldKind : std::uint8_t {
   text,       ///< a text about the object itself
 };
 
+/// A change that runs an operation.
+struct Trigger {
+  std::string_view entity;  ///< qualified type of the watched entity
+  FieldId id = 0;           ///< the attribute in that type
+  std::string_view attribute;
+};
+
 /// One field of a class.
 struct FieldDescriptor {
   FieldId id = 0;
   FieldKind kind = FieldKind::text;
   std::string_view name;
   std::string_view type;  ///< qualified type of an argument or child; empty for others
+  std::span<Trigger const> triggers = {};  ///< of an operation: the changes that run it
 
   bool isArgument() const noexcept { return kind <= FieldKind::target; }
 };

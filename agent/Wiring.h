@@ -1,0 +1,22 @@
+// Which change runs which handler, and what each class of the library is made of.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "Lumo/ModuleInspect.h"
+
+namespace Agent {
+
+/// The library's classes, by class index.
+std::span<Lumo::ClassInspectData const> mirrorClasses();
+
+/// What a field of an object is to the object: "watches", "writes", ...
+std::string fieldRole(Lumo::FieldKind kind);
+
+/// The type registry as a page of Markdown that is fit for a terminal too: all changes with the
+/// handlers that they run, then the classes with their numbered fields. It depends on nothing but
+/// the library, so it is the same in every process.
+std::string wiringPage();
+
+}  // namespace Agent

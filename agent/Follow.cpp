@@ -77,8 +77,8 @@ class Follower {
       if (!snapshot) {
         return false;
       }
-      run_.apply(*snapshot, following_.bridge);
       outage_.ends(following_.bridge);
+      run_.apply(*snapshot, following_.bridge);
       service_.working("Following " + following_.bridge);
     } catch (EngineError const& error) {
       fails(error.kind(), error.what());

@@ -25,6 +25,12 @@ std::size_t lastLineWith(std::string_view text, std::string const& opening, std:
   return at == std::string_view::npos || at < from ? std::string_view::npos : at + 1;
 }
 
+std::string_view withoutBlanks(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\n";
+  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+  return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
 // Why a batch was not answered to its end: which question ended it, how, and what was said last.
 std::string whyUnanswered(EngineAnswer const& answer, Questions const& questions,
                           Answers const& answers) {
@@ -38,8 +44,7 @@ std::string whyUnanswered(EngineAnswer const& answer, Questions const& questions
     }
   }
   reason += answer.problem.empty() ? "not answered" : answer.problem;
-  said.remove_prefix(std::min(said.find_first_not_of(" \t\r\n"), said.size()));
-  said = said.substr(0, said.find_last_not_of(" \t\r\n") + 1);
+  said = withoutBlanks(said);
   return said.empty() ? reason : reason + ", says " + inQuotes(said);
 }
 
@@ -161,7 +166,7 @@ std::optional<EngineSource::Attempt> EngineSource::attempt(Clock::time_point dea
       }
       throw error;
     }
-    if (answers.front() != answers.back()) {
+    if (withoutBlanks(answers.front()) != withoutBlanks(answers.back())) {
       return changed;
     }
     return Attempt{parseSnapshot(files, bridge_), {}};

@@ -157,6 +157,14 @@ TEST_F(Follow, OneProcessIsAskedAllQuestions) {
   EXPECT_EQ(std::vector(lines.begin(), lines.begin() + std::ssize(batches)), batches);
 }
 
+TEST_F(Follow, EmptyLinesBetweenTheAnswersDoNotMatter) {
+  moodIs("spacious");
+  Process agent(following(), around());
+  auto const expected = replayed({"01-converged"});
+  expectLines(agent, expected);
+  EXPECT_EQ(endsAt(agent, expected).err, "");
+}
+
 TEST_F(Follow, EngineThatDoesNotRunYetIsReportedOnce) {
   moodIs("down");
   Process agent(following(), around());

@@ -27,8 +27,9 @@ std::string region(std::string const& name) {
          "\",\"revision-level\":\"7\"}\n";
 }
 
-std::vector<std::string_view> answersIn(std::string const& output) {
-  return engineAnswers(output, engineQuestions("br0", {0, 5}));
+std::vector<std::string> answersIn(std::string const& output) {
+  auto const answers = engineAnswers(output, engineQuestions("br0", {0, 5}));
+  return {answers.begin(), answers.end()};
 }
 
 TEST(EngineQuestions, AskForTheInstancesFirstAndLast) {

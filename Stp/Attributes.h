@@ -40,7 +40,7 @@ class Reference {
   static constexpr std::string_view typeName = entityName<T>;
   static constexpr Lumo::FieldKind kind = fieldKind;
 
-  Reference(Argument const& entity) : entity_(entity) {}  // NOLINT(google-explicit-constructor)
+  Reference(Argument const& entity) : entity_(entity) {}  // NOLINT(modernize-pass-by-value)
 
   Argument const& pointer() const noexcept { return entity_; }
   operator Argument const&() const noexcept {  // NOLINT(google-explicit-constructor): is one

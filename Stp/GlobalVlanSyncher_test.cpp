@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <csignal>
 #include <cstdint>
@@ -27,7 +28,7 @@ struct RawEntry {
   std::uint16_t first;
   std::uint16_t second;
   std::uint8_t tag;
-  std::uint8_t padding = 0;
+  std::array<std::uint8_t, 3> padding = {};
 };
 VlanIdOrRange broken(std::uint16_t first, std::uint16_t second, std::uint8_t tag) {
   return std::bit_cast<VlanIdOrRange>(RawEntry{first, second, tag});

@@ -3,7 +3,9 @@
 // Switched off, it costs one test of the process-wide fast trace and one of the level.
 #pragma once
 
+#include <ostream>
 #include <string_view>
+#include <type_traits>
 
 #include "Flashlog/BlockTimerSelf.h"
 #include "Flashlog/FlashlogHandle.h"
@@ -40,6 +42,16 @@ inline bool textTraceEnabled() noexcept {
 /// A line of text trace from this site.
 inline Vel::TraceHelper textTrace(TraceSite const& site) {
   return {moduleTraceHandle, handlerTraceLevel, sourcePath, site.line, site.handlerName()};
+}
+
+/// Streams a value, or lets a callable write what is expensive to have at hand.
+template <class Text>
+void streamText(std::ostream& out, Text const& text) {
+  if constexpr (std::is_invocable_v<Text const&, std::ostream&>) {
+    text(out);
+  } else {
+    out << text;
+  }
 }
 
 /// The scope of one traced block. An exception out of a trace ends the process.

@@ -42,40 +42,52 @@ OcLinkType linkTypeOf(Input::PortConfig::LinkType linkType, OcLinkType present) 
   return present;
 }
 
-// The interface under `id`, whose record says so.
+// The interface under `id`, whose record says so. A new one that fails half-way is taken back: it
+// would count as there the next time.
 Lumo::Ptr<OCInterface> namedInterface(OCInterfaceConfigDir& directory, Lanx::IntfId id) {
-  Lumo::Ptr<OCInterface> interface = directory.interfaceIs(id);
-  InterfaceConfig config = interface->config();
-  config.name = id;
-  interface->configIs(config);
-  return interface;
+  bool const isNew = !directory.interface(id);
+  try {
+    Lumo::Ptr<OCInterface> interface = directory.interfaceIs(id);
+    InterfaceConfig config = interface->config();
+    config.name = id;
+    interface->configIs(config);
+    return interface;
+  } catch (...) {
+    if (isNew) {
+      directory.interfaceDel(id);
+    }
+    throw;
+  }
 }
 
 // A set of interfaces, as one bit each: ids are dense. The invalid id wraps to bit 0.
 class InterfaceMarks {
  public:
   void insert(Lanx::IntfId id) {
-    std::size_t const bit = bitOf(id);
-    if (bit >= marks_.size()) {
-      marks_.resize(bit * 2 + 64);
+    std::size_t const word = wordOf(id);
+    if (word >= marks_.size()) [[unlikely]] {
+      marks_.resize(word * 2 + 1);
     }
-    marks_[bit] = true;
+    marks_[word] |= maskOf(id);
   }
-  bool contains(Lanx::IntfId id) const { return bitOf(id) < marks_.size() && marks_[bitOf(id)]; }
+  bool contains(Lanx::IntfId id) const {
+    return wordOf(id) < marks_.size() && (marks_[wordOf(id)] & maskOf(id)) != 0;
+  }
 
  private:
   static std::uint32_t bitOf(Lanx::IntfId id) { return id.value() + 1; }
+  static std::size_t wordOf(Lanx::IntfId id) { return bitOf(id) / 64; }
+  static std::uint64_t maskOf(Lanx::IntfId id) { return std::uint64_t{1} << (bitOf(id) % 64); }
 
-  std::vector<bool> marks_;
+  std::vector<std::uint64_t> marks_;
 };
 
 // All interfaces that any instance lists.
 InterfaceMarks listedInterfaces(Status const& status) {
   InterfaceMarks marks;
   for (auto const& instance : status.stpiStatus()) {
-    for (auto const& port : instance.value->stpiPortStatus()) {
-      marks.insert(Lanx::IntfId::of(port.key));
-    }
+    instance.value->stpiPortStatus().eachMember(
+        [&marks](auto const& port) { marks.insert(Lanx::IntfId::of(port.key)); });
   }
   return marks;
 }

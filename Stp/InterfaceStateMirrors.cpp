@@ -68,12 +68,7 @@ OcBpduGuard OCStpiPortStatusSm::bpduGuard() const {
 
 template <class Edit>
 void OCStpiPortStatusSm::amend(Edit edit) {
-  Lumo::Ptr<OCInterfaceStateDir> const directory = externalIntfStateDir;
-  Lanx::IntfId const id = Lanx::IntfId::of(name);
-  InterfaceState const* const present = directory->state(id);
-  InterfaceState state = present == nullptr ? InterfaceState{id} : *present;
-  edit(state);
-  directory->stateIs(state);
+  externalIntfStateDir->stateAmend(Lanx::IntfId::of(name), edit);
 }
 
 Lumo::Ptr<OCStpiPortStatusSm> oCStpiPortStatusSmFactory(

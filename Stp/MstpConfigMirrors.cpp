@@ -7,6 +7,24 @@
 
 namespace Stp {
 
+namespace {
+
+// Adds an instance whose record names it. One that fails half-way is taken back: it would count as
+// there the next time.
+void instanceAdd(OCMstiConfigDir& directory, std::uint16_t id, std::uint16_t mstId) {
+  try {
+    Lumo::Ptr<OCMsti> const instance = directory.mstInstanceIs(id);
+    OCMstiConfig record = instance->config();
+    record.mstId = mstId;
+    instance->configIs(record);
+  } catch (...) {
+    directory.mstInstanceDel(id);
+    throw;
+  }
+}
+
+}  // namespace
+
 OCMstiConfigSm::OCMstiConfigSm(Lumo::String const& name,
                                Lumo::Ptr<Input::MstiConfig const> const& mstiConfig,
                                Lumo::Ptr<OCMsti> const& externalMsti)
@@ -72,8 +90,7 @@ void OCMstpConfigSm::handleMstiConfig(Lumo::String const& mstiName) {
   std::uint16_t const id = mstiNameToInstanceId(mstiName);
   if (config) {
     if (!ocMstiConfigDir->mstInstance(id)) {
-      rewrite(*ocMstiConfigDir->mstInstanceIs(id),
-              [&](OCMstiConfig& record) { record.mstId = config->mstiId(); });
+      instanceAdd(*ocMstiConfigDir.pointer(), id, config->mstiId());
     }
     ocMstiConfigSmIs(mstiName, config, ocMstiConfigDir->mstInstance(id));
   } else {

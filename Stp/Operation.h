@@ -1,6 +1,7 @@
 // What a reactor does when.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string_view>
 #include <tuple>
@@ -59,5 +60,66 @@ struct Op {
     return std::is_same_v<Id, Listed> && static_cast<Lumo::FieldId>(listed) == field;
   }
 };
+
+namespace Impl {
+
+/// Whether a row of the table has this name.
+template <class... Rows>
+consteval bool hasRow(std::tuple<Rows...> const& operations, std::string_view name) {
+  return std::apply([name](auto const&... row) { return ((row.name == name) || ...); }, operations);
+}
+
+/// How many rows list an attribute of an entity that numbers them by `Id`.
+template <class Id, class... Rows>
+consteval std::size_t rowsListing(std::tuple<Rows...> const& operations, Lumo::FieldId field) {
+  return std::apply(
+      [field](auto const&... row) {
+        return (std::size_t{row.template watches<Id>(field) ? 1U : 0U} + ...);
+      },
+      operations);
+}
+
+/// Some attributes of one entity type.
+struct ListedFields {
+  std::array<Lumo::FieldId, 16> ids{};
+  std::size_t count = 0;
+
+  constexpr void add(Lumo::FieldId field) {
+    for (std::size_t at = 0; at < count; ++at) {
+      if (ids.at(at) == field) {
+        return;
+      }
+    }
+    ids.at(count++) = field;
+  }
+};
+
+/// The attributes of one entity type that any row lists, each once, in order.
+template <class Id, class... Rows>
+consteval ListedFields listedFields(std::tuple<Rows...> const& operations) {
+  ListedFields fields;
+  auto const add = [&fields](auto attribute) {
+    if constexpr (std::is_same_v<decltype(attribute), Id>) {
+      fields.add(static_cast<Lumo::FieldId>(attribute));
+    }
+  };
+  std::apply(
+      [&](auto const&... row) {
+        (std::apply([&](auto... attribute) { (add(attribute), ...); }, row.attributes), ...);
+      },
+      operations);
+  return fields;
+}
+
+/// Whether `predicate<Id>()` holds for the type of every attribute that any row lists.
+template <class... Rows, class Predicate>
+consteval bool allListed(std::tuple<Rows...> const& operations, Predicate predicate) {
+  auto const holds = [predicate]<class... Ids>(std::tuple<Ids...> const& /*attributes*/) {
+    return (predicate.template operator()<Ids>() && ...);
+  };
+  return std::apply([&](auto const&... row) { return (holds(row.attributes) && ...); }, operations);
+}
+
+}  // namespace Impl
 
 }  // namespace Stp

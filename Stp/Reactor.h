@@ -40,48 +40,13 @@
 #include "Lumo/SubscriberScopeGuard.h"
 #include "Stp/Attributes.h"
 #include "Stp/HandlerTrace.h"
+#include "Stp/MemberTypes.h"
 #include "Stp/Module.h"
 #include "Stp/Operation.h"
 #include "Stp/Tracked.h"
 #include "Vel/Reinstantiation.h"
 
 namespace Stp {
-
-namespace Impl {
-
-template <class... Types>
-struct TypeList {};
-
-template <class Member>
-inline constexpr bool isArgument = Member::kind <= Lumo::FieldKind::target;
-template <class Member>
-inline constexpr bool isSource = Member::kind == Lumo::FieldKind::source;
-template <class Member>
-inline constexpr bool isChildren =
-    Member::kind == Lumo::FieldKind::children || Member::kind == Lumo::FieldKind::child;
-
-// Splits the members into arguments and what the object makes itself: children, plain values.
-template <class Arguments, class Own, class... Members>
-struct Split;
-template <class... A, class... C>
-struct Split<TypeList<A...>, TypeList<C...>> {
-  using Arguments = TypeList<A...>;
-  using Own = TypeList<C...>;
-};
-template <class... A, class... C, class Member, class... Rest>
-struct Split<TypeList<A...>, TypeList<C...>, Member, Rest...>
-    : std::conditional_t<isArgument<Member>, Split<TypeList<A..., Member>, TypeList<C...>, Rest...>,
-                         Split<TypeList<A...>, TypeList<C..., Member>, Rest...>> {};
-
-template <class References>
-struct SplitReferences;
-template <class... Members>
-struct SplitReferences<std::tuple<Members&...>> : Split<TypeList<>, TypeList<>, Members...> {};
-
-template <class Attributes>
-using SplitAttributes = SplitReferences<decltype(Lumo::membersOf(std::declval<Attributes&>()))>;
-
-}  // namespace Impl
 
 template <class Derived, class Attributes,
           class Arguments = typename Impl::SplitAttributes<Attributes>::Arguments,
@@ -202,7 +167,8 @@ class STP_API
       if (!reactor->markAndSweepFlag()) {
         runListed<typename Entity::Id>(
             static_cast<Derived&>(*reactor), field, oldValueOrKey,
-            std::make_index_sequence<watchedFields<typename Entity::Id>().count>());
+            std::make_index_sequence<
+                Impl::listedFields<typename Entity::Id>(Derived::operations).count>());
       }
     } catch (...) {
       std::terminate();  // said here, so that the host's terminate handler finds the exception
@@ -236,8 +202,9 @@ class STP_API
   /// are taken back first of all.
   template <class... Handler>
   void synchronise(Handler... handlers) {
-    Lumo::SubscriberScopeGuard const guard(*this);
+    Lumo::SubscriberScopeGuard guard(*this);
     ((static_cast<Derived&>(*this).*handlers)(), ...);
+    guard.dismiss();
   }
 
   /// Subscribes to the entity of a watched member, if there is one; nothing for other members.
@@ -272,18 +239,14 @@ class STP_API
   template <Lumo::FixedString handler, unsigned line, class... Text>
   Impl::HandlerTrace trace(Text const&... text) const {
     static constexpr Impl::TraceSite site{className(), handler.view(), line};
-    static_assert(hasOperation(site.handlerName()), "no operation of this class has this name");
+    static_assert(Impl::hasRow(Derived::operations, site.handlerName()),
+                  "no operation of this class has this name");
     static constinit int messageId = 0;
     return Impl::HandlerTrace(site, messageId, *this, text...);
   }
 
  private:
   friend class Impl::HandlerTrace;
-
-  struct Fields {
-    std::array<Lumo::FieldId, 16> ids{};
-    std::size_t count = 0;
-  };
 
   std::string keyText() const {
     if constexpr (isKeyed) {
@@ -299,21 +262,7 @@ class STP_API
                                               Text const&... text) const noexcept {
     Vel::TraceHelper helper = Impl::textTrace(site);
     helper.stream() << className() << keyText() << "::" << site.handlerName() << "() ";
-    (streamText(helper.stream(), text), ...);
-  }
-
-  template <class Text>
-  static void streamText(std::ostream& out, Text const& text) {
-    if constexpr (std::is_invocable_v<Text const&, std::ostream&>) {
-      text(out);
-    } else {
-      out << text;
-    }
-  }
-
-  static consteval bool hasOperation(std::string_view name) {
-    return std::apply([&](auto const&... row) { return ((row.name == name) || ...); },
-                      Derived::operations);
+    (Impl::streamText(helper.stream(), text), ...);
   }
 
   template <class Member>
@@ -345,54 +294,18 @@ class STP_API
   }
 
   // Whether the class watches an entity that numbers its attributes by `Id`.
-  template <class Id, class Member>
-  static constexpr bool watchesThrough() {
-    if constexpr (requires(Member & member) { member.subscribe(nullptr, nullptr); }) {
-      return std::is_same_v<typename Member::Entity::Id, Id>;
-    } else {
-      return false;
-    }
-  }
   template <class Id>
-  static constexpr bool isWatched = (watchesThrough<Id, Argument>() || ...) ||
-                                    (watchesThrough<Id, OwnMember>() || ...);
+  static constexpr bool isWatched = (Impl::watchesThrough<Argument, Id>() || ...) ||
+                                    (Impl::watchesThrough<OwnMember, Id>() || ...);
 
-  template <class... Ids>
-  static constexpr bool areWatched(std::tuple<Ids...> const& /*attributes*/) {
-    return (isWatched<Ids> && ...);
-  }
   static consteval bool listsOnlyWatched() {
-    return std::apply([](auto const&... row) { return (areWatched(row.attributes) && ...); },
-                      Derived::operations);
-  }
-
-  // The attributes of one entity type that the table lists, each once.
-  template <class Id>
-  static consteval Fields watchedFields() {
-    Fields fields;
-    auto const add = [&fields](auto attribute) {
-      if constexpr (std::is_same_v<decltype(attribute), Id>) {
-        auto const field = static_cast<Lumo::FieldId>(attribute);
-        for (std::size_t at = 0; at < fields.count; ++at) {
-          if (fields.ids.at(at) == field) {
-            return;
-          }
-        }
-        fields.ids.at(fields.count++) = field;
-      }
-    };
-    std::apply(
-        [&](auto const&... row) {
-          (std::apply([&](auto... attribute) { (add(attribute), ...); }, row.attributes), ...);
-        },
-        Derived::operations);
-    return fields;
+    return Impl::allListed(Derived::operations, []<class Id>() { return isWatched<Id>; });
   }
 
   template <class Id, std::size_t... I>
   static void runListed(Derived& self, Lumo::FieldId field, void const* key,
                         std::index_sequence<I...> /*listed*/) {
-    constexpr Fields fields = watchedFields<Id>();
+    constexpr Impl::ListedFields fields = Impl::listedFields<Id>(Derived::operations);
     static_assert(fields.count != 0, "no operation lists an attribute of a watched entity");
     static_cast<void>(
         ((field == fields.ids[I] && (run<Id, fields.ids[I]>(self, key), true)) || ...));
@@ -400,11 +313,7 @@ class STP_API
 
   template <class Id, Lumo::FieldId field>
   static void run(Derived& self, void const* key) {
-    constexpr std::size_t runs = std::apply(
-        [](auto const&... row) {
-          return (std::size_t{row.template watches<Id>(field) ? 1U : 0U} + ...);
-        },
-        Derived::operations);
+    constexpr std::size_t runs = Impl::rowsListing<Id>(Derived::operations, field);
     Lumo::Ptr<Derived> const held(runs > 1 || hasChildren ? &self : nullptr);
     [&]<std::size_t... I>(std::index_sequence<I...>) {
       (runRow<Id, field, I, (runs > 1)>(self, key), ...);

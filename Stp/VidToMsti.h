@@ -6,6 +6,7 @@
 
 #include "Lumo/Bytes.h"
 #include "Lumo/UnorderedMap.h"
+#include "Pebble/Slab.h"
 #include "StpTypes/SharedList.h"
 #include "StpTypes/VlanIdOrRange.h"
 
@@ -19,20 +20,27 @@ class VidToMstiEntries {
       : bytes_(v2m.data()), count_(static_cast<std::uint16_t>(v2m.size() / 4)) {}
 
   std::uint16_t count() const noexcept { return count_; }
-  std::uint16_t vlan(std::size_t entry) const noexcept { return number(4 * entry); }
-  std::uint16_t instance(std::size_t entry) const noexcept { return number(4 * entry + 2); }
-
- private:
-  std::uint16_t number(std::size_t at) const noexcept {
-    return static_cast<std::uint16_t>(bytes_[at] << 8 | bytes_[at + 1]);
+  std::uint16_t vlan(std::size_t entry) const noexcept {
+    return static_cast<std::uint16_t>(word(entry) >> 16);
+  }
+  std::uint16_t instance(std::size_t entry) const noexcept {
+    return static_cast<std::uint16_t>(word(entry));
   }
 
+  /// Both, the VLAN above the instance.
+  std::uint32_t word(std::size_t entry) const noexcept {
+    std::uint8_t const* const at = bytes_ + 4 * entry;
+    return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8 |
+           at[3];
+  }
+
+ private:
   std::uint8_t const* bytes_;
   std::uint16_t count_;
 };
 
 /// The VLANs of each instance that has any, ascending, in maximal runs.
-using MstiToVid = Lumo::UnorderedMap<std::uint16_t, SharedList<VlanIdOrRange>>;
+using MstiToVid = Lumo::UnorderedMap<std::uint16_t, SharedList<VlanIdOrRange>, Pebble::Allocator>;
 
 /// The VLAN list of every instance. Each VLAN from 1 to 4094 is in one of them; a VLAN without an
 /// entry belongs to the CIST, instance 0. Entries are in strictly ascending order of their VLANs;

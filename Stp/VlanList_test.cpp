@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <csignal>
 #include <cstdint>
@@ -33,7 +34,7 @@ struct RawEntry {
   std::uint16_t first;
   std::uint16_t second;
   std::uint8_t tag;
-  std::uint8_t padding = 0;
+  std::array<std::uint8_t, 3> padding = {};
 };
 VlanIdOrRange entryOf(RawEntry raw) {
   return std::bit_cast<VlanIdOrRange>(raw);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <type_traits>
+#include <utility>
 
 #include "Base/Api.h"
 #include "Lumo/FieldId.h"
@@ -32,20 +33,22 @@ class STP_API Entity : public Node {
     publisher_.publishChangeRecursive(static_cast<FieldId>(id), oldValue, newValue);
   }
 
-  /// Sets a plain attribute; a value that it has already changes and announces nothing.
+  /// Sets a plain attribute; a value that it has already changes and announces nothing. What the
+  /// copy of the value throws passes, and nothing is changed.
   template <class Id, class Value>
   void attributeIs(Id id, Value& stored, std::type_identity_t<Value> const& value) {
     if (stored == value) {
       return;
     }
-    Value const before = stored;
-    stored = value;
+    Value after = value;  // copied first: where memory is short the stored one stays whole
+    Value const before = std::exchange(stored, std::move(after));
     publish(id, &before, &stored);
   }
 
   /// Stores a target's whole record and announces one change, also for an equal record.
   template <class Id, class Record>
   void recordIs(Id id, Record& stored, Record const& value) {
+    static_assert(std::is_nothrow_copy_assignable_v<Record>, "a record is stored whole");
     stored = value;
     publish(id, nullptr, &stored);
   }

@@ -56,13 +56,21 @@ class STP_API Node {
   virtual ~Node();
 
  private:
-  friend STP_API void hasNotificationActiveSet(Node& node, bool value) noexcept;
+  friend void hasNotificationActiveSet(Node& node, bool value) noexcept;
 
   static constexpr std::uint64_t notificationActiveBit = std::uint64_t{1} << 29;
   static constexpr std::uint64_t markAndSweepBit = std::uint64_t{1} << 30;
   static constexpr std::uint64_t referenceMask = notificationActiveBit - 1;
 
-  void flagIs(std::uint64_t bit, bool value) noexcept;
+  void flagIs(std::uint64_t bit, bool value) noexcept {
+    if (((countLoad(word_) & bit) != 0) != value) {
+      if (value) {
+        countAdd(word_, bit);
+      } else {
+        countSubtract(word_, bit);
+      }
+    }
+  }
   void destroy() const noexcept;
 
   mutable std::uint64_t word_ = 1;
@@ -71,6 +79,8 @@ class STP_API Node {
 static_assert(sizeof(Node) == 16, "the header is the virtual table and one word");
 
 /// Sets the flag alone; `hasNotificationActiveIs` of a reactor also switches its subscriptions.
-STP_API void hasNotificationActiveSet(Node& node, bool value) noexcept;
+inline void hasNotificationActiveSet(Node& node, bool value) noexcept {
+  node.flagIs(Node::notificationActiveBit, value);
+}
 
 }  // namespace Lumo

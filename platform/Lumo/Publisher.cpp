@@ -94,34 +94,17 @@ Publisher::~Publisher() {
   }
 }
 
-void Publisher::subscriberAdd(Subscriber& slot, bool notifyPresent) {
-  if (slot.next != nullptr || !slot.subscribed()) [[unlikely]] {
-    Base::assertionFailed("slot.next == nullptr && slot.routine_ != nullptr", __FILE__, __LINE__,
-                          "void Lumo::Publisher::subscriberAdd(Lumo::Subscriber&, bool)");
-  }
-  slot.next = &ring_;
-  slot.previous = ring_.previous;
-  ring_.previous->next = &slot;
-  ring_.previous = &slot;
-  if (notifyPresent && entity_ != nullptr) {
-    Relay relay(*this, slot);
-    entity_->presentValuesNotify(relay.slot());
-  }
+void Publisher::slotMisused(char const* condition, char const* function) noexcept {
+  Base::assertionFailed(condition, __FILE__, __LINE__, function);
 }
 
-void Publisher::subscriberRemove(Subscriber& slot) noexcept {
-  if (slot.next == nullptr) [[unlikely]] {
-    Base::assertionFailed("slot.next != nullptr", __FILE__, __LINE__,
-                          "void Lumo::Publisher::subscriberRemove(Lumo::Subscriber&)");
-  }
-  if (cursors_ != nullptr) [[unlikely]] {
-    Cursor::slotRemoved(cursors_, &slot);
-  }
-  slot.previous->next = slot.next;
-  slot.next->previous = slot.previous;
-  slot.next = nullptr;
-  slot.previous = nullptr;
-  slot.routineIs(nullptr, nullptr);
+void Publisher::notifyPresentValues(Subscriber& slot) {
+  Relay relay(*this, slot);
+  entity_->presentValuesNotify(relay.slot());
+}
+
+void Publisher::cursorsPass(Subscriber const& removed) noexcept {
+  Cursor::slotRemoved(cursors_, &removed);
 }
 
 void Publisher::publishToAll(FieldId field, void const* oldValue, void const* newValue) {

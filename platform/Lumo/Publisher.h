@@ -85,10 +85,35 @@ class STP_API Publisher {
 
   /// Subscribes a prepared slot that is not subscribed yet. With `notifyPresent` it is first
   /// called for each present value of the entity, as for a change, as long as it stays subscribed.
-  void subscriberAdd(Subscriber& slot, bool notifyPresent);
+  void subscriberAdd(Subscriber& slot, bool notifyPresent) {
+    if (slot.next != nullptr || !slot.subscribed()) [[unlikely]] {
+      slotMisused("slot.next == nullptr && slot.routine_ != nullptr",
+                  "void Lumo::Publisher::subscriberAdd(Lumo::Subscriber&, bool)");
+    }
+    slot.next = &ring_;
+    slot.previous = ring_.previous;
+    ring_.previous->next = &slot;
+    ring_.previous = &slot;
+    if (notifyPresent && entity_ != nullptr) {
+      notifyPresentValues(slot);
+    }
+  }
 
   /// Ends the subscription of a slot of this publisher and empties it.
-  void subscriberRemove(Subscriber& slot) noexcept;
+  void subscriberRemove(Subscriber& slot) noexcept {
+    if (slot.next == nullptr) [[unlikely]] {
+      slotMisused("slot.next != nullptr",
+                  "void Lumo::Publisher::subscriberRemove(Lumo::Subscriber&)");
+    }
+    if (cursors_ != nullptr) [[unlikely]] {
+      cursorsPass(slot);
+    }
+    slot.previous->next = slot.next;
+    slot.next->previous = slot.previous;
+    slot.next = nullptr;
+    slot.previous = nullptr;
+    slot.routineIs(nullptr, nullptr);
+  }
 
   /// Whether nobody subscribes.
   bool empty() const noexcept { return ring_.next == &ring_; }
@@ -112,6 +137,9 @@ class STP_API Publisher {
   class Cursor;
   class Relay;
 
+  [[noreturn]] static void slotMisused(char const* condition, char const* function) noexcept;
+  void notifyPresentValues(Subscriber& slot);
+  void cursorsPass(Subscriber const& removed) noexcept;
   void publishToAll(FieldId field, void const* oldValue, void const* newValue);
 
   Impl::Link ring_{&ring_, &ring_};

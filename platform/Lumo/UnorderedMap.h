@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -12,7 +13,7 @@ namespace Lumo {
 
 /// Entries lie side by side and are found through an index; they are never removed one by one.
 /// References to values end with the next insertion.
-template <class Key, class Value>
+template <class Key, class Value, template <class> class Allocator = std::allocator>
 class UnorderedMap {
  public:
   using Entry = std::pair<Key, Value>;
@@ -25,12 +26,15 @@ class UnorderedMap {
   /// The value under `key`, or null.
   Value const* find(Key const& key) const {
     std::uint32_t const position = positionOf(key);
-    return position == HashIndex::none ? nullptr : &entries_[position].second;
+    return position == none ? nullptr : &entries_[position].second;
   }
   Value* find(Key const& key) {
     std::uint32_t const position = positionOf(key);
-    return position == HashIndex::none ? nullptr : &entries_[position].second;
+    return position == none ? nullptr : &entries_[position].second;
   }
+
+  /// The entry at a position below `size()`; entries stand in the order in which they came.
+  Entry& entry(std::size_t position) { return entries_[position]; }
 
   /// The value under `key`, a fresh one where there was none.
   Value& operator[](Key const& key) {
@@ -51,13 +55,15 @@ class UnorderedMap {
   }
 
  private:
+  static constexpr std::uint32_t none = HashIndex::none;
+
   std::uint32_t positionOf(Key const& key) const {
     return index_.find(hashOf(key),
                        [&](std::uint32_t position) { return entries_[position].first == key; });
   }
 
-  std::vector<Entry> entries_;
-  HashIndex index_;
+  std::vector<Entry, Allocator<Entry>> entries_;
+  BasicHashIndex<Allocator> index_;
 };
 
 }  // namespace Lumo

@@ -19,6 +19,22 @@ namespace Pebble {
 /// Gives back memory of `slabAlloc(size)`; the size must be the same. Null is ignored.
 STP_API void slabFree(void* memory, std::size_t size) noexcept;
 
+/// For the standard containers of the notification thread.
+template <class T>
+class Allocator {
+ public:
+  using value_type = T;
+
+  Allocator() = default;
+  template <class U>
+  Allocator(Allocator<U> const& /*other*/) noexcept {}  // NOLINT(google-explicit-constructor)
+
+  T* allocate(std::size_t count) { return static_cast<T*>(slabAlloc(count * sizeof(T))); }
+  void deallocate(T* memory, std::size_t count) noexcept { slabFree(memory, count * sizeof(T)); }
+
+  friend bool operator==(Allocator const&, Allocator const&) noexcept { return true; }
+};
+
 /// What one size class holds.
 struct SlabCounters {
   std::size_t pieceSize = 0;    ///< bytes

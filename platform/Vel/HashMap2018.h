@@ -46,6 +46,11 @@ class HashMap2018Generic {
     return position == Lumo::HashIndex::none ? nullptr : &nodes_[position].value;
   }
 
+  /// The same, to be changed in its place; it must not become null.
+  Value* find(Key const& key) {
+    return const_cast<Value*>(static_cast<HashMap2018Generic const&>(*this).find(key));
+  }
+
   /// Puts a non-null value under `key`: at the end, or in the place of the one that is there.
   /// Where memory is short it throws and changes nothing.
   void newMemberG(Key const& key, Value value) {
@@ -85,6 +90,16 @@ class HashMap2018Generic {
     }
     for (Node& member : members) {
       member.value = Value();
+    }
+  }
+
+  /// Calls `visit(node)` for every member, in order; `visit` must not change the collection.
+  template <class Visit>
+  void eachMember(Visit visit) const {
+    for (Node const& node : nodes_) {
+      if (node.value) {
+        visit(node);
+      }
     }
   }
 

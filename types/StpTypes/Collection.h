@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "Lumo/Entity.h"
@@ -71,6 +72,23 @@ template <class Id, class Key, class Record>
 void recordMemberIs(Lumo::Entity const& entity, Id id, RecordCollection<Key, Record>& records,
                     Key const& key, Record const& record) {
   records.newMemberG(key, record);
+  publishMember(entity, id, key);
+}
+
+/// Lets `edit` change a copy of the record under `key`, or `fresh` where there is none, stores it
+/// and announces one change. What `edit` throws passes, and nothing is stored.
+template <class Id, class Key, class Record, class Edit>
+void recordMemberAmend(Lumo::Entity const& entity, Id id, RecordCollection<Key, Record>& records,
+                       Key const& key, Record const& fresh, Edit edit) {
+  if (std::optional<Record>* const present = records.find(key)) {
+    Record record = **present;
+    edit(record);
+    **present = std::move(record);
+  } else {
+    Record record = fresh;
+    edit(record);
+    records.newMemberG(key, std::move(record));
+  }
   publishMember(entity, id, key);
 }
 

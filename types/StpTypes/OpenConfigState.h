@@ -67,6 +67,13 @@ class STP_API OCInterfaceStateDir final : public TypedEntity<OCInterfaceStateDir
   void stateIs(InterfaceState const& record) {
     recordMemberIs(*this, Id::state, state_, record.name, record);
   }
+
+  /// Reads the record of an interface, a fresh one where there is none, lets `edit` change it, and
+  /// stores it whole, in one step. `edit` must leave the name.
+  template <class Edit>
+  void stateAmend(Lanx::IntfId id, Edit edit) {
+    recordMemberAmend(*this, Id::state, state_, id, InterfaceState{id}, edit);
+  }
   bool stateDel(Lanx::IntfId id) { return memberDel(*this, Id::state, state_, id); }
   void stateDelAll() { memberDelAll(*this, Id::state, state_); }
 
@@ -101,6 +108,13 @@ class STP_API OCMstiStateDir final : public TypedEntity<OCMstiStateDir> {
   OCMstiState const* state(std::uint16_t id) const { return recordFind(state_, id); }
   void stateIs(OCMstiState const& record) {
     recordMemberIs(*this, Id::state, state_, record.mstId, record);
+  }
+
+  /// Reads the record of an instance, a fresh one where there is none, lets `edit` change it, and
+  /// stores it whole, in one step. `edit` must leave the id.
+  template <class Edit>
+  void stateAmend(std::uint16_t id, Edit edit) {
+    recordMemberAmend(*this, Id::state, state_, id, OCMstiState(id), edit);
   }
   bool stateDel(std::uint16_t id) { return memberDel(*this, Id::state, state_, id); }
   void stateDelAll() { memberDelAll(*this, Id::state, state_); }

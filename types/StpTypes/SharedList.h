@@ -71,6 +71,47 @@ class SharedList {
     ++block_->size;
   }
 
+  /// Appends many elements: what one append has to ask, it asks once for all. The list has them
+  /// when the appender goes, and must not be used before.
+  class Appender {
+   public:
+    explicit Appender(SharedList& list) : list_(list) {
+      if (list.block_ != nullptr && !list.unique()) {
+        list.grow();
+      }
+      if (list.block_ != nullptr) {
+        resume();
+      }
+    }
+    Appender(Appender const&) = delete;
+    Appender& operator=(Appender const&) = delete;
+    ~Appender() { commit(); }
+
+    void push(T element) {
+      if (next_ == end_) [[unlikely]] {
+        commit();
+        list_.grow();
+        resume();
+      }
+      new (next_++) T(element);
+    }
+
+   private:
+    void commit() noexcept {
+      if (next_ != nullptr) {
+        list_.block_->size = static_cast<std::uint32_t>(next_ - list_.first());
+      }
+    }
+    void resume() noexcept {
+      next_ = list_.first() + list_.block_->size;
+      end_ = list_.first() + list_.block_->capacity;
+    }
+
+    SharedList& list_;
+    T* next_ = nullptr;
+    T* end_ = nullptr;
+  };
+
   /// Replaces the last element of a list that is not empty.
   void lastIs(T const& element) {
     T const last = element;

@@ -6,7 +6,7 @@ namespace Stp {
 
 void VlanIdOrRange::throwBadAccess(char const* alternative) const {
   Kova::throwRangeExceptionBadUnionAccess("Stp::VlanIdOrRange", alternative,
-                                          static_cast<unsigned>(tag_));
+                                          static_cast<unsigned>(tag()));
 }
 
 }  // namespace Stp

@@ -12,7 +12,7 @@ namespace {
 
 using Bridging::VlanId;
 
-static_assert(sizeof(VlanIdOrRange) == 6 && std::is_trivially_copyable_v<VlanIdOrRange>);
+static_assert(sizeof(VlanIdOrRange) == 8 && std::is_trivially_copyable_v<VlanIdOrRange>);
 static_assert(std::is_convertible_v<VlanId, VlanIdOrRange>);
 static_assert(std::is_convertible_v<VlanRange, VlanIdOrRange>);
 

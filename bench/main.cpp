@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -40,6 +41,10 @@ struct Name {
     group = full.substr(0, first);
     variant = full.substr(first + 1, second - first - 1);
     arguments = second == std::string::npos ? "" : full.substr(second + 1);
+  }
+  // Groups together, and in each the floor before what is compared with it.
+  std::tuple<std::string, std::string, bool, std::string> place() const {
+    return {group, arguments, variant != "floor", variant};
   }
   std::string floor() const {
     return group + "/floor" + (arguments.empty() ? "" : "/" + arguments);
@@ -79,6 +84,9 @@ class RatioReporter final : public benchmark::BenchmarkReporter {
 
   void Finalize() override {
     std::printf("%-44s %12s %8s %8s\n", "", "ns an item", "spread", "x floor");
+    std::sort(order_.begin(), order_.end(), [](std::string const& a, std::string const& b) {
+      return Name(a).place() < Name(b).place();
+    });
     for (std::string const& name : order_) {
       Series& series = series_[name];
       std::printf("%-44s %12.2f %7.0f%%", name.c_str(), series.median(), series.spread() * 100);

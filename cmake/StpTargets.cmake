@@ -7,6 +7,10 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# Outside the system's own folders, what is installed finds the libraries beside it.
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}" "$ORIGIN")
+endif()
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 
@@ -19,20 +23,46 @@ if(STP_SANITIZE)
                          -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(StpOptions INTERFACE -fsanitize=address,undefined)
 endif()
+if(STP_FUZZ)
+  target_compile_options(StpOptions INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
-# A shared library whose public headers are included from the layer's root: "Lumo/Ptr.h".
-function(stp_library name include_root)
+# A shared library whose public headers are included from the layer's root: "Lumo/Ptr.h". Others
+# link it as StpOpenConfig::export_name.
+function(stp_library name export_name include_root)
   add_library(${name} SHARED ${ARGN})
-  target_include_directories(${name} PUBLIC "$<BUILD_INTERFACE:${include_root}>")
+  add_library(StpOpenConfig::${export_name} ALIAS ${name})
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_include_directories(${name} PUBLIC "$<BUILD_INTERFACE:${include_root}>"
+                             "$<INSTALL_INTERFACE:${STP_INSTALL_INCLUDEDIR}>")
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:StpOptions>)
   target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
   if(NOT STP_SANITIZE)
     target_link_options(${name} PRIVATE -Wl,--no-undefined)
   endif()
-  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0)
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0
+                        EXPORT_NAME ${export_name})
+  install(TARGETS ${name} EXPORT StpOpenConfigTargets
+          LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime
+          NAMELINK_COMPONENT development)
   if(STP_CHECK_HEADERS)
     stp_check_headers(${name})
   endif()
+endfunction()
+
+# Installs the headers of folders beside the calling file, less those that only tests or the library
+# itself need.
+#   stp_install_headers(FOLDERS... [EXCEPT HEADERS...])
+function(stp_install_headers)
+  cmake_parse_arguments(arg "" "" "EXCEPT" ${ARGN})
+  set(excluded PATTERN "*TestSupport.h" EXCLUDE)
+  foreach(header IN LISTS arg_EXCEPT)
+    list(APPEND excluded PATTERN "${header}" EXCLUDE)
+  endforeach()
+  foreach(folder IN LISTS arg_UNPARSED_ARGUMENTS)
+    install(DIRECTORY "${folder}" DESTINATION "${STP_INSTALL_INCLUDEDIR}" COMPONENT development
+            FILES_MATCHING PATTERN "*.h" ${excluded})
+  endforeach()
 endfunction()
 
 # Compiles every header of a layer alone, so that each includes what it needs.
@@ -53,18 +83,19 @@ function(stp_check_headers name)
 endfunction()
 
 # One test executable; each of its tests is a test of ctest.
-#   stp_test(NAME SOURCES... LIBRARIES...)
+# Headers that nearly every source of it includes are parsed once, with the framework's.
+#   stp_test(NAME SOURCES... LIBRARIES... [PRECOMPILE HEADERS...])
 function(stp_test name)
   if(NOT STP_TESTS)
     return()
   endif()
-  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
   find_package(GTest REQUIRED)
   include(GoogleTest)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} StpOptions GTest::gtest_main GTest::gmock)
   # Tests are compiled far more often than they run: what they test is optimised, they are not.
   target_compile_options(${name} PRIVATE -O0 -g1)
-  target_precompile_headers(${name} PRIVATE <gtest/gtest.h> <gmock/gmock.h>)
+  target_precompile_headers(${name} PRIVATE <gtest/gtest.h> <gmock/gmock.h> ${arg_PRECOMPILE})
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST)
 endfunction()

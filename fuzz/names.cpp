@@ -1,0 +1,52 @@
+// Names: instance names and ids map both ways, interface names one to one, and their natural order
+// is an order. The input is names, one a line.
+#include <string>
+#include <vector>
+
+#include "Lanx/IntfId.h"
+#include "Lumo/RangeException.h"
+#include "OpenConfigView.h"
+#include "Stp/InstanceName.h"
+#include "fuzz/Input.h"
+
+namespace {
+
+void instanceName(Lumo::String const& name) {
+  try {
+    std::uint16_t const id = Stp::mstiNameToInstanceId(name);
+    Fuzz::require(Stp::instanceIdToMstiName(id) == name, "an instance name is the one of its id");
+  } catch (Lumo::RangeException const& error) {
+    Fuzz::require(std::string(error.what()).find(name.toString()) != std::string::npos,
+                  "the error names the culprit");
+  }
+}
+
+void order(std::string_view a, std::string_view b, std::string_view c) {
+  bool const ab = Agent::naturalLess(a, b);
+  Fuzz::require(!Agent::naturalLess(a, a), "no name is before itself");
+  Fuzz::require(!ab || !Agent::naturalLess(b, a), "the order has one direction");
+  Fuzz::require(a == b || ab || Agent::naturalLess(b, a), "different names have an order");
+  Fuzz::require(!ab || !Agent::naturalLess(b, c) || Agent::naturalLess(a, c),
+                "the order is transitive");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+  std::string_view rest = Fuzz::text(data, size);
+  std::vector<std::string_view> names;
+  while (!rest.empty() && names.size() < 16) {
+    names.push_back(Fuzz::takeUntil(rest, '\n'));
+  }
+  for (std::string_view const text : names) {
+    Lumo::String const name(text);
+    Fuzz::require(name.view() == text, "a name is its text");
+    instanceName(name);
+    Fuzz::require(Lanx::IntfId::of(name).stringValue() == name, "an interface id has its name");
+    for (std::string_view const other : names) {
+      Fuzz::require((Lumo::String(other) == name) == (other == text), "equal names are one");
+      order(text, other, names.back());
+    }
+  }
+  return 0;
+}

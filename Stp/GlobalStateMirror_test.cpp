@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -255,6 +256,14 @@ TEST_F(GlobalStateMirror, AbsentEntitiesAreNamed) {
   EXPECT_TRUE(config->publisher().empty());
   EXPECT_TRUE(status->publisher().empty());
   EXPECT_TRUE(vlanDir->publisher().empty());
+}
+
+using GlobalStateMirrorDeathTest = GlobalStateMirror;
+
+TEST_F(GlobalStateMirrorDeathTest, DirectoryThatANotificationAsksForEndsTheProcess) {
+  vlanDir = nullptr;
+  start();
+  EXPECT_EXIT(disable({5}), testing::KilledBySignal(SIGABRT), "Stp::VlanConfigDir");
 }
 
 }  // namespace

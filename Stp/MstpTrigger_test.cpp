@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdint>
 #include <type_traits>
 #include <utility>
@@ -253,6 +254,16 @@ TEST_F(MstSm, LeavesThePortsAlone) {
   source_->stpiPortStatusIs("Ethernet1", Lumo::make<StpiPortStatus>());
   source_->stpiPortStatusDel("Ethernet1");
   EXPECT_THAT(bumps(), IsEmpty());
+}
+
+TEST(MstpWatcherDeathTest, NotificationEndsTheProcessOfAWatcherWithoutATrigger) {
+  auto const instance = Lumo::make<StpiStatus>();
+  auto const msti = Lumo::make<MstiStatus>();
+  auto const ofInstance = oCMstSmFactory(instance, nullptr);
+  auto const ofMsti = oCMstiStatusSmFactory("MST1", msti, nullptr);
+  EXPECT_EXIT(instance->mstiStatusIs("MST1", msti), testing::KilledBySignal(SIGABRT),
+              "Stp::OCMstpTrigger");
+  EXPECT_EXIT(msti->bridgePriorityIs(4096), testing::KilledBySignal(SIGABRT), "Stp::OCMstpTrigger");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -390,8 +391,8 @@ using PortConfigMirrorDeathTest = PortConfigMirror;
 
 TEST_F(PortConfigMirrorDeathTest, EndsTheProcessWhenAHandlerThrowsInADispatch) {
   watch();
-  Watch<OCInterface> const failing(interface, [](auto...) { throw 7; });
-  EXPECT_DEATH(port->edgePortEnableIs(true), "terminate");
+  Watch<OCInterface> const failing(interface, [](auto...) { throw std::runtime_error("refused"); });
+  EXPECT_DEATH(port->edgePortEnableIs(true), "refused");
 }
 
 }  // namespace

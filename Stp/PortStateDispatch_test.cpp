@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -224,8 +225,9 @@ TEST_F(PortStateDispatch, ServesEveryPortOfABridgeWideChange) {
 using PortStateDispatchDeathTest = PortStateDispatch;
 
 TEST_F(PortStateDispatchDeathTest, EndsTheProcessWhenAHandlerThrows) {
-  Watch<OCInterfaceStateDir> const failing(directory, [](auto...) { throw 7; });
-  EXPECT_DEATH(portStatus->operPointToPointMacIs(true), "terminate");
+  Watch<OCInterfaceStateDir> const failing(directory,
+                                           [](auto...) { throw std::runtime_error("refused"); });
+  EXPECT_DEATH(portStatus->operPointToPointMacIs(true), "refused");
 }
 
 }  // namespace

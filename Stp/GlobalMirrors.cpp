@@ -1,6 +1,5 @@
 #include "Stp/GlobalMirrors.h"
 
-#include <cstddef>
 
 #include "Stp/VlanList.h"
 
@@ -67,10 +66,10 @@ void OCGlobalVlanSyncher::syncDisabledVlan() {
   OCGlobalConfigContainer config = target->config();
 
   input->disabledVlanDelAll();
-  for (std::size_t index = 0; index < config.disabledVlan.size(); ++index) {
+  for (VlanIdOrRange const& entry : config.disabledVlan) {
     expandVlans(
-        config.disabledVlan[index], [&](std::uint16_t vlan) { input->disabledVlanIs(vlan, true); },
-        Impl::sourcePath, 285, "void Stp::OCGlobalVlanSyncher::syncDisabledVlan()");
+        entry, [&](std::uint16_t vlan) { input->disabledVlanIs(vlan, true); }, Impl::sourcePath,
+        285, "void Stp::OCGlobalVlanSyncher::syncDisabledVlan()");
   }
   compressDisabledVlans(config, input->disabledVlan().trueEntries());
   target->configIs(config);

@@ -9,9 +9,7 @@
 #include "Lumo/Members.h"
 #include "Lumo/ModuleInspect.h"
 
-namespace Stp {
-
-namespace Impl {
+namespace Stp::Impl {
 
 template <class... Types>
 struct TypeList {};
@@ -55,6 +53,4 @@ struct SplitReferences<std::tuple<Members&...>> : Split<TypeList<>, TypeList<>, 
 template <class Attributes>
 using SplitAttributes = SplitReferences<decltype(Lumo::membersOf(std::declval<Attributes&>()))>;
 
-}  // namespace Impl
-
-}  // namespace Stp
+}  // namespace Stp::Impl

@@ -9,6 +9,7 @@ namespace {
 
 // Holds the trigger: the rebuild that a bump causes may drop whoever bumped.
 void bump(Lumo::Ptr<OCMstpTrigger> const& trigger) {
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is the point
   Lumo::Ptr<OCMstpTrigger> const held = trigger;
   held->counterInc(1);
 }

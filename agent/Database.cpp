@@ -1,6 +1,7 @@
 #include "Database.h"
 
 #include <algorithm>
+#include <ranges>
 
 #include "Stp/GlobalMirrors.h"
 #include "Stp/InterfaceConfigMirrors.h"
@@ -67,8 +68,8 @@ void Database::stop(TopLevelClass const& topLevel) {
 }
 
 void Database::stopAll() {
-  for (auto topLevel = topLevelClasses.rbegin(); topLevel != topLevelClasses.rend(); ++topLevel) {
-    stop(*topLevel);
+  for (TopLevelClass const& topLevel : std::ranges::reverse_view(topLevelClasses)) {
+    stop(topLevel);
   }
 }
 

@@ -45,9 +45,7 @@ function(stp_library name export_name include_root)
   install(TARGETS ${name} EXPORT StpOpenConfigTargets
           LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime
           NAMELINK_COMPONENT development)
-  if(STP_CHECK_HEADERS)
-    stp_check_headers(${name})
-  endif()
+  stp_check_headers(${name})
 endfunction()
 
 # Installs the headers of folders beside the calling file, less those that only tests or the library
@@ -67,6 +65,9 @@ endfunction()
 
 # Compiles every header of a layer alone, so that each includes what it needs.
 function(stp_check_headers name)
+  if(NOT STP_CHECK_HEADERS)
+    return()
+  endif()
   file(GLOB headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h"
        "${CMAKE_CURRENT_SOURCE_DIR}/*/*.h")
   foreach(header IN LISTS headers)

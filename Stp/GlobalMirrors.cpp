@@ -1,6 +1,5 @@
 #include "Stp/GlobalMirrors.h"
 
-
 #include "Stp/VlanList.h"
 
 namespace Stp {

@@ -1,7 +1,6 @@
 #include "Database.h"
 
 #include <algorithm>
-#include <ranges>
 
 #include "Stp/GlobalMirrors.h"
 #include "Stp/InterfaceConfigMirrors.h"
@@ -68,8 +67,8 @@ void Database::stop(TopLevelClass const& topLevel) {
 }
 
 void Database::stopAll() {
-  for (TopLevelClass const& topLevel : std::ranges::reverse_view(topLevelClasses)) {
-    stop(topLevel);
+  for (std::size_t at = objects_.size(); at > 0; --at) {
+    objects_[at - 1] = nullptr;
   }
 }
 

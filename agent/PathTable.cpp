@@ -94,7 +94,7 @@ std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
   }
   auto const key = readKey<Key>(steps);
   if (keyedByInstanceName<Member> && !isInstanceName(key)) {
-    steps.refuse(brief(steps.step()) + " is not \"Cist\" or \"MST1\" to \"MST4095\"");
+    steps.refuse(brief(steps.step()) + R"( is not "Cist" or "MST1" to "MST4095")");
   }
   if (steps.next().atEnd()) {
     return std::make_unique<MemberPlace<Entity, Row>>(steps.path, entity, row, key);

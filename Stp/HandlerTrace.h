@@ -35,10 +35,6 @@ struct TraceSite {
 /// Registers the site's message in the file, and gives the site its id if it has none.
 [[gnu::cold]] void traceSiteRegister(Flashlog::TraceFile& file, int& id, TraceSite const& site);
 
-inline bool textTraceEnabled() noexcept {
-  return moduleTraceHandle.enabled(handlerTraceLevel);
-}
-
 /// A line of text trace from this site.
 inline Vel::TraceHelper textTrace(TraceSite const& site) {
   return {moduleTraceHandle, handlerTraceLevel, sourcePath, site.line, site.handlerName()};

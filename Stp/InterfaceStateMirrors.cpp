@@ -40,7 +40,7 @@ void OCStpiPortStatusSm::handleEdgePort() {
 }
 
 void OCStpiPortStatusSm::handleBpduguard() {
-  if (!portConfig || !stpConfig || !stpiPortStatus) {
+  if (!portConfig || !stpConfig) {  // without a status there would be no mirror
     return;
   }
   auto const traced = trace<"handleBpduguard", 612>(

@@ -31,13 +31,9 @@ VlanIdOrRange run(std::uint16_t first, std::uint16_t last) {
   return VlanRange{Bridging::VlanId(first), Bridging::VlanId(last)};
 }
 
-// Appends the VLANs from first to last to an instance's list, as part of its last run where they
+// Appends the VLANs from first to last to a list that has some, as part of its last run where they
 // follow that directly.
 void append(VlanList& list, std::uint16_t first, std::uint16_t last) {
-  if (list.empty()) {
-    list.push(run(first, last));
-    return;
-  }
   VlanIdOrRange const present = list[list.size() - 1];
   int const distance = first - highestVlan(present);
   if (distance == 1) {

@@ -99,6 +99,8 @@ std::vector<Attempt> interfaceConfigHandlers() {
           [](auto& mirror) { mirror.handleInitialized(); }, &forgetInterfaces),
       calling("OCInterfaceConfigDirSm::handleInterface, of a configured port", both,
               &interfaceConfigMirror, [](auto& mirror) { mirror.handleInterface("Ethernet11"); }),
+      calling("OCInterfaceConfigDirSm::handleInterface, of a port that has an interface", both,
+              &interfaceConfigMirror, [](auto& mirror) { mirror.handleInterface("Ethernet1"); }),
       calling("OCInterfaceConfigDirSm::handleInterface, of a listed port", both,
               &interfaceConfigMirror, [](auto& mirror) { mirror.handleInterface("Ethernet3"); }),
       calling(

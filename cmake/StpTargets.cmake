@@ -23,6 +23,12 @@ if(STP_SANITIZE)
                          -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(StpOptions INTERFACE -fsanitize=address,undefined)
 endif()
+if(STP_COVERAGE)
+  # Counts that can be written while the process runs, so that one that aborts leaves them, too.
+  target_compile_options(StpOptions INTERFACE -fprofile-instr-generate -fcoverage-mapping
+                         "SHELL:-mllvm -runtime-counter-relocation")
+  target_link_options(StpOptions INTERFACE -fprofile-instr-generate)
+endif()
 if(STP_FUZZ)
   target_compile_options(StpOptions INTERFACE -fsanitize=fuzzer-no-link)
 endif()

@@ -40,7 +40,8 @@ void OCStpiPortStatusSm::handleEdgePort() {
 }
 
 void OCStpiPortStatusSm::handleBpduguard() {
-  if (!portConfig || !stpConfig) {  // without a status there would be no mirror
+  if (!portConfig || !stpConfig ||
+      !stpiPortStatus) {  // not reached: without a status the constructor throws
     return;
   }
   auto const traced = trace<"handleBpduguard", 612>(

@@ -34,7 +34,7 @@ TEST(HashOf, SpreadsWhatComesTogetherOverTheLowBits) {
     ++cellsOfNames[hashOf(names.back()) % 8192];
   }
   for (auto const& cells : {cellsOfIds, cellsOfNames}) {
-    EXPECT_GT(cells.size(), 2048U);
+    EXPECT_GE(cells.size(), 2048U);
     for (auto const& [cell, count] : cells) {
       EXPECT_LE(count, 12) << cell;
     }

@@ -16,7 +16,9 @@ void instanceName(Lumo::String const& name) {
     std::uint16_t const id = Stp::mstiNameToInstanceId(name);
     Fuzz::require(Stp::instanceIdToMstiName(id) == name, "an instance name is the one of its id");
   } catch (Lumo::RangeException const& error) {
-    Fuzz::require(std::string(error.what()).find(name.toString()) != std::string::npos,
+    // A message is a C string: it ends with the first NUL byte of the name.
+    std::string const culprit = name.toString().c_str();
+    Fuzz::require(std::string(error.what()).find(culprit) != std::string::npos,
                   "the error names the culprit");
   }
 }

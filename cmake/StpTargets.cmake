@@ -101,8 +101,9 @@ function(stp_test name)
   include(GoogleTest)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} StpOptions GTest::gtest_main GTest::gmock)
-  # Tests are compiled far more often than they run: what they test is optimised, they are not.
-  target_compile_options(${name} PRIVATE -O0 -g1)
+  # Tests are compiled far more often than they run: what they test is optimised, they are not. Lines
+  # of theirs are named where a sanitizer reports them.
+  target_compile_options(${name} PRIVATE -O0 $<IF:$<BOOL:${STP_SANITIZE}>,-g1,-g0>)
   target_precompile_headers(${name} PRIVATE <gtest/gtest.h> <gmock/gmock.h> ${arg_PRECOMPILE})
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST)
 endfunction()

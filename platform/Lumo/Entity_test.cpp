@@ -211,15 +211,36 @@ TEST_F(EntityTest, AnnouncesChangesThatComeWhileItTellsPresentValues) {
   EXPECT_EQ(log, "258 1 1; (300 2 20; 300 2 20; ) 300 20 20; 130 - 3; ");
 }
 
-TEST_F(EntityTest, PassesOnWhatASubscriberThrowsAtItsPresentValues) {
+TEST_F(EntityTest, DoesNotSubscribeOneWhoThrowsAtItsPresentValues) {
   Watcher other(thing->publisher(), log);
   other.react = [] { throw 1; };
   EXPECT_THROW(thing->publisher().subscriberAdd(other.slot, true), int);
-  EXPECT_TRUE(other.slot.subscribed());
-  other.react = [] {};
+  EXPECT_FALSE(other.slot.subscribed());
   log.clear();
   thing->secondIs(5);
-  EXPECT_EQ(log, "300 2 5; 300 2 5; ");
+  EXPECT_EQ(log, "300 2 5; ") << "the other subscriber stays";
+}
+
+TEST_F(EntityTest, LeavesAloneOneWhoThrowsAfterItLeft) {
+  Watcher other(thing->publisher(), log);
+  other.react = [&] {
+    other.slot.unsubscribeFrom(thing->publisher());
+    throw 1;
+  };
+  EXPECT_THROW(thing->publisher().subscriberAdd(other.slot, true), int);
+  EXPECT_FALSE(other.slot.subscribed());
+}
+
+TEST_F(EntityTest, MayBeDroppedByOneWhoThrowsAtItsPresentValues) {
+  watcher.reset();
+  Watcher other(thing->publisher(), log);
+  other.react = [&] {
+    thing = nullptr;
+    throw 1;
+  };
+  EXPECT_THROW(thing->publisher().subscriberAdd(other.slot, true), int);
+  EXPECT_EQ(alive, 0);
+  EXPECT_FALSE(other.slot.subscribed());
 }
 
 }  // namespace

@@ -25,13 +25,30 @@ class Publisher::Cursor {
     }
   }
 
-  Subscriber* advance() {
-    Impl::Link* const visited = next_;
-    next_ = visited == last_ ? nullptr : visited->next;
-    return static_cast<Subscriber*>(visited);
-  }
-  bool atEnd() const { return next_ == nullptr; }
   Subscriber* next() const { return static_cast<Subscriber*>(next_); }
+
+  /// Passes each slot of the part to `call`, while any may be removed and the publisher destroyed.
+  ///
+  /// The slot after the one that is called is remembered and only compared with the cursor's after
+  /// the call: the processor then reads ahead along the ring, instead of waiting for the cursor.
+  template <class Call>
+  void visit(Call call) {
+    Impl::Link* slot = next_;
+    while (slot != last_) {
+      Impl::Link* const after = slot->next;
+      next_ = after;
+      call(static_cast<Subscriber*>(slot));
+      slot = after;
+      if (next_ != after) [[unlikely]] {
+        slot = moved();
+        if (slot == nullptr) {
+          return;
+        }
+      }
+    }
+    next_ = nullptr;
+    call(static_cast<Subscriber*>(slot));
+  }
 
   static void slotRemoved(Cursor* innermost, Impl::Link const* slot) {
     for (Cursor* cursor = innermost; cursor != nullptr; cursor = cursor->outer_) {
@@ -50,6 +67,9 @@ class Publisher::Cursor {
   }
 
  private:
+  // Out of line, or the comparison before it would be seen to be superfluous, and go.
+  [[gnu::noinline, gnu::cold]] Impl::Link* moved() const { return next_; }
+
   Publisher* publisher_;
   Cursor* outer_;
   Impl::Link* next_;
@@ -69,10 +89,13 @@ class Publisher::Relay {
 
   Subscriber& slot() { return slot_; }
 
+  /// The one whom the values are for; null once it has left.
+  Subscriber* subscriber() const { return cursor_.next(); }
+
  private:
   static void pass(Publisher* publisher, Subscriber* relay, FieldId field, void const* oldValue,
                    void const* newValue) {
-    Subscriber* const slot = static_cast<Relay*>(relay->owner())->cursor_.next();
+    Subscriber* const slot = static_cast<Relay*>(relay->owner())->subscriber();
     if (slot != nullptr) {
       slot->routine_(publisher, slot, field, oldValue, newValue);
     }
@@ -100,7 +123,14 @@ void Publisher::slotMisused(char const* condition, char const* function) noexcep
 
 void Publisher::notifyPresentValues(Subscriber& slot) {
   Relay relay(*this, slot);
-  entity_->presentValuesNotify(relay.slot());
+  try {
+    entity_->presentValuesNotify(relay.slot());
+  } catch (...) {
+    if (Subscriber* const present = relay.subscriber()) {
+      subscriberRemove(*present);
+    }
+    throw;
+  }
 }
 
 void Publisher::cursorsPass(Subscriber const& removed) noexcept {
@@ -109,10 +139,7 @@ void Publisher::cursorsPass(Subscriber const& removed) noexcept {
 
 void Publisher::publishToAll(FieldId field, void const* oldValue, void const* newValue) {
   Cursor cursor(*this, ring_.next, ring_.previous);
-  while (!cursor.atEnd()) {
-    Subscriber* const slot = cursor.advance();
-    slot->routine_(this, slot, field, oldValue, newValue);
-  }
+  cursor.visit([&](Subscriber* slot) { slot->routine_(this, slot, field, oldValue, newValue); });
 }
 
 }  // namespace Lumo

@@ -84,7 +84,8 @@ class STP_API Publisher {
   ~Publisher();
 
   /// Subscribes a prepared slot that is not subscribed yet. With `notifyPresent` it is first
-  /// called for each present value of the entity, as for a change, as long as it stays subscribed.
+  /// called for each present value of the entity, as for a change, as long as it stays subscribed;
+  /// an exception from there ends the subscription and passes to the caller.
   void subscriberAdd(Subscriber& slot, bool notifyPresent) {
     if (slot.next != nullptr || !slot.subscribed()) [[unlikely]] {
       slotMisused("slot.next == nullptr && slot.routine_ != nullptr",

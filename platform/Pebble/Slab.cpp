@@ -22,10 +22,13 @@ namespace Pebble {
 namespace {
 
 // Small sizes have a class every 8 bytes, so that objects waste next to nothing; larger ones, as
-// lists have them, a class each power of two. What is larger still goes to the global heap.
+// lists have them, a class each power of two. A cache line is added to that: a list of a power of
+// two fits with its header, and the beginnings of pieces, where lists are written in turns, do not
+// all compete for the same few places of the cache. What is larger still goes to the global heap.
 constexpr std::size_t step = 8;
 constexpr std::size_t fineLimit = 1024;
-constexpr std::size_t limit = std::size_t{64} << 10;
+constexpr std::size_t line = 64;
+constexpr std::size_t limit = (std::size_t{64} << 10) + line;
 constexpr std::size_t fineClasses = fineLimit / step;
 constexpr std::size_t classes = fineClasses + std::bit_width(limit / fineLimit) - 1;
 
@@ -33,14 +36,17 @@ constexpr std::size_t firstChunk = 4096;
 constexpr std::size_t largestChunk = std::size_t{1} << 20;
 
 constexpr std::size_t classOf(std::size_t size) {
-  return size <= fineLimit ? (std::max<std::size_t>(size, 1) - 1) / step
-                           : fineClasses + std::bit_width((size - 1) / fineLimit) - 1;
+  return size <= fineLimit
+             ? (std::max<std::size_t>(size, 1) - 1) / step
+             : fineClasses - 1 +
+                   std::bit_width((std::max(size - line, fineLimit + 1) - 1) / fineLimit);
 }
 constexpr std::size_t pieceSizeOf(std::size_t index) {
-  return index < fineClasses ? (index + 1) * step : fineLimit << (index - fineClasses + 1);
+  return index < fineClasses ? (index + 1) * step : (fineLimit << (index - fineClasses + 1)) + line;
 }
 static_assert(pieceSizeOf(classOf(1)) == 8 && pieceSizeOf(classOf(152)) == 152);
-static_assert(pieceSizeOf(classOf(1024)) == 1024 && pieceSizeOf(classOf(1025)) == 2048);
+static_assert(pieceSizeOf(classOf(1024)) == 1024 && pieceSizeOf(classOf(1025)) == 2112);
+static_assert(pieceSizeOf(classOf(2112)) == 2112 && pieceSizeOf(classOf(2113)) == 4160);
 static_assert(pieceSizeOf(classOf(limit)) == limit && classOf(limit) == classes - 1);
 
 // Under the address sanitizer a freed piece can't be touched until it is handed out again.

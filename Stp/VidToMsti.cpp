@@ -2,7 +2,8 @@
 
 #include <array>
 #include <cstddef>
-#include <optional>
+#include <new>
+#include <span>
 #include <utility>
 
 #include "Base/Assertion.h"
@@ -31,54 +32,84 @@ VlanIdOrRange run(std::uint16_t first, std::uint16_t last) {
   return VlanRange{Bridging::VlanId(first), Bridging::VlanId(last)};
 }
 
-// Appends the VLANs from first to last to a list that has some, as part of its last run where they
-// follow that directly.
-void append(VlanList& list, std::uint16_t first, std::uint16_t last) {
-  VlanIdOrRange const present = list[list.size() - 1];
-  int const distance = first - highestVlan(present);
-  if (distance == 1) {
-    list.lastIs(run(lowestVlan(present), last));
-  } else if (distance <= 0) {
-    Base::assertionFailed("false && \"VLAN IDs in VLAN-to-Msti map not sorted\"", Impl::sourcePath,
-                          103, "void Stp::addVlanToMstiMap(MstiToVid&, U16, U16)");
-  } else {
-    list.push(run(first, last));
-  }
-}
-
-// Finds the lists of a map by instance id: those that a bridge can have (IEEE 802.1Q, 13.8) in a
-// table, others in the map itself.
-class Lists {
+// Collects runs of VLANs and puts them into the lists of their instances: a list whose length is
+// known is made in one piece.
+class RunLists {
  public:
-  explicit Lists(MstiToVid& map) : map_(map) {}
+  // Appends VLANs that follow all of those before.
+  void append(std::uint16_t instance, std::uint16_t first, std::uint16_t last) {
+    std::uint16_t const place = placeOf(instance);
+    if (count_ != 0 && runs_[count_ - 1].place == place) {
+      runs_[count_ - 1].last = last;
+    } else {
+      runs_[count_++] = {place, first, last};
+      ++lengths_[place];
+    }
+  }
 
-  VlanList& operator[](std::uint16_t instance) {
-    if (instance >= placeAfter_.size()) [[unlikely]] {
-      return map_[instance];
+  MstiToVid take() {
+    std::array<VlanIdOrRange*, Bridging::VlanId::last> ends;
+    for (std::size_t place = 0; place < map_.size(); ++place) {
+      ends[place] = map_.entry(place).second.extend(lengths_[place]);
     }
-    if (placeAfter_[instance] != 0) [[likely]] {
-      return map_.entry(placeAfter_[instance] - 1U).second;
+    for (Run const& each : std::span(runs_).first(count_)) {
+      new (ends[each.place]++) VlanIdOrRange(run(each.first, each.last));
     }
-    VlanList& added = map_[instance];
-    placeAfter_[instance] = static_cast<std::uint16_t>(map_.size());
-    return added;
+    return std::move(map_);
   }
 
  private:
-  MstiToVid& map_;
+  struct Run {
+    std::uint16_t place;
+    std::uint16_t first;
+    std::uint16_t last;
+  };
+
+  // Where the list of an instance is in the map: a table tells for the ids that a bridge can have
+  // (IEEE 802.1Q, 13.8), the map itself for others.
+  std::uint16_t placeOf(std::uint16_t instance) {
+    bool const isUsual = instance < placeAfter_.size();
+    if (isUsual && placeAfter_[instance] != 0) [[likely]] {
+      return static_cast<std::uint16_t>(placeAfter_[instance] - 1);
+    }
+    std::size_t const present = map_.size();
+    auto const place = static_cast<std::uint16_t>(map_.position(instance));
+    if (place == present) {
+      lengths_[place] = 0;
+    }
+    if (isUsual) {
+      placeAfter_[instance] = static_cast<std::uint16_t>(place + 1);
+    }
+    return place;
+  }
+
+  MstiToVid map_;
+  std::size_t count_ = 0;
   std::array<std::uint16_t, 4096> placeAfter_{};  // the position plus one; 0 is not there yet
+  // Written before they are read: at most one run, and one instance, for each VLAN.
+  std::array<std::uint16_t, Bridging::VlanId::last> lengths_;
+  std::array<Run, Bridging::VlanId::last> runs_;
 };
 
 }  // namespace
 
 void addVlanToMstiMap(MstiToVid& map, std::uint16_t vlanId, std::uint16_t instanceId) {
   VlanList* const present = map.find(instanceId);
-  if (present != nullptr) {
-    append(*present, vlanId, vlanId);
-  } else {
+  if (present == nullptr) {
     VlanList list;
     list.push(run(vlanId, vlanId));
     map[instanceId] = std::move(list);
+    return;
+  }
+  VlanIdOrRange const last = (*present)[present->size() - 1];
+  if (vlanId <= highestVlan(last)) {
+    Base::assertionFailed("false && \"VLAN IDs in VLAN-to-Msti map not sorted\"", Impl::sourcePath,
+                          103, "void Stp::addVlanToMstiMap(MstiToVid&, U16, U16)");
+  }
+  if (vlanId == highestVlan(last) + 1) {
+    present->lastIs(run(lowestVlan(last), vlanId));
+  } else {
+    present->push(run(vlanId, vlanId));
   }
 }
 
@@ -91,8 +122,8 @@ MstiToVid mstiToVidFromBytes(Lumo::Bytes const& v2m) {
   VidToMstiEntries const entries(v2m);
   std::size_t const count = entries.count();
   constexpr std::uint16_t lastVlan = Bridging::VlanId::last;
-  MstiToVid result;
   if (count == 0) {
+    MstiToVid result;
     result[0].push(run(Bridging::VlanId::first, lastVlan));
     return result;
   }
@@ -100,11 +131,9 @@ MstiToVid mstiToVidFromBytes(Lumo::Bytes const& v2m) {
   // The VLANs are visited in runs of one instance. `cursor` is the first entry not used yet: the
   // next run is either that of its instance, as far as the entries name consecutive VLANs, or one
   // of the CIST up to its VLAN. A cursor whose VLAN lies behind, or beyond all, never moves again.
-  // Two runs of one instance side by side are one.
-  Lists lists(result);
+  RunLists lists;
   std::uint16_t start = Bridging::VlanId::first;
   std::size_t cursor = 0;
-  std::optional<std::uint16_t> before;
   while (start <= lastVlan) {
     std::uint16_t last = lastVlan;
     std::uint16_t instance = 0;
@@ -120,16 +149,10 @@ MstiToVid mstiToVidFromBytes(Lumo::Bytes const& v2m) {
     } else if (named > start && named <= lastVlan) {
       last = static_cast<std::uint16_t>(named - 1);
     }
-    VlanList& list = lists[instance];
-    if (instance == before) {
-      list.lastIs(run(lowestVlan(list[list.size() - 1]), last));
-    } else {
-      list.push(run(start, last));
-    }
-    before = instance;
+    lists.append(instance, start, last);
     start = static_cast<std::uint16_t>(last + 1);
   }
-  return result;
+  return lists.take();
 }
 
 }  // namespace Stp

@@ -36,17 +36,20 @@ class UnorderedMap {
   /// The entry at a position below `size()`; entries stand in the order in which they came.
   Entry& entry(std::size_t position) { return entries_[position]; }
 
-  /// The value under `key`, a fresh one where there was none.
-  Value& operator[](Key const& key) {
-    if (Value* const found = find(key)) {
-      return *found;
+  /// The position of the entry under `key`, a fresh one at the end where there was none.
+  std::size_t position(Key const& key) {
+    if (std::uint32_t const present = positionOf(key); present != none) {
+      return present;
     }
     index_.reserve(entries_.size() + 1,
                    [this](std::uint32_t position) { return hashOf(entries_[position].first); });
-    Entry& added = entries_.emplace_back(key, Value());
+    entries_.emplace_back(key, Value());
     index_.insert(hashOf(key), static_cast<std::uint32_t>(entries_.size() - 1));
-    return added.second;
+    return entries_.size() - 1;
   }
+
+  /// The value under `key`, a fresh one where there was none.
+  Value& operator[](Key const& key) { return entries_[position(key)].second; }
 
   /// Removes all entries and keeps the room.
   void clear() noexcept {

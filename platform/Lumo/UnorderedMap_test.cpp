@@ -35,6 +35,16 @@ TEST(UnorderedMap, MakesAFreshValueForANewKeyOnly) {
   EXPECT_EQ(map["a"], 6);
 }
 
+TEST(UnorderedMap, TellsWhereAnEntryStands) {
+  UnorderedMap<String, int> map;
+  EXPECT_EQ(map.position("a"), 0U);
+  EXPECT_EQ(map.position("b"), 1U);
+  EXPECT_EQ(map.position("a"), 0U);
+  EXPECT_EQ(map.size(), 2U);
+  EXPECT_EQ(map.entry(1).first, "b");
+  EXPECT_EQ(map.entry(1).second, 0);
+}
+
 TEST(UnorderedMap, TakesAKeyOfItsOwn) {
   UnorderedMap<String, int> map;
   map["a"] = 1;

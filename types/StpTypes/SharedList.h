@@ -71,6 +71,17 @@ class SharedList {
     ++block_->size;
   }
 
+  /// Appends so many elements at once, in room made for just them, and returns the first, for the
+  /// caller to write; until then the list must not be read.
+  T* extend(std::size_t count) {
+    std::size_t const present = size();
+    if (block_ == nullptr || !unique() || block_->capacity - present < count) {
+      grow(present + count);
+    }
+    block_->size = static_cast<std::uint32_t>(present + count);
+    return first() + present;
+  }
+
   /// Appends many elements: what one append has to ask, it asks once for all. The list has them
   /// when the appender goes, and must not be used before.
   class Appender {
@@ -147,8 +158,8 @@ class SharedList {
   T* first() const noexcept { return reinterpret_cast<T*>(block_ + 1); }
   bool unique() const noexcept { return Lumo::countLoad(block_->references) == 1; }
 
-  void grow() {
-    std::size_t const capacity = std::max<std::size_t>(size() * 2, 48 / sizeof(T));
+  void grow() { grow(std::max<std::size_t>(size() * 2, 48 / sizeof(T))); }
+  void grow(std::size_t capacity) {
     auto* const grown = new (Pebble::slabAlloc(bytes(capacity)))
         Block{1, static_cast<std::uint32_t>(size()), capacity};
     if (block_ != nullptr) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <random>
@@ -90,6 +91,23 @@ TEST(SharedList, KeepsItsRoomWhenItIsEmptiedAlone) {
   list.push(7);
   EXPECT_EQ(list.elements().data(), room);
   EXPECT_EQ(contentOf(list), std::vector<std::uint16_t>{7});
+}
+
+TEST(SharedList, IsExtendedInOnePiece) {
+  List list{1};
+  std::uint16_t* added = list.extend(2);
+  added[0] = 2;
+  added[1] = 3;
+  EXPECT_EQ(contentOf(list), (std::vector<std::uint16_t>{1, 2, 3}));
+  List const copy = list;
+  *list.extend(1) = 4;
+  EXPECT_EQ(contentOf(copy), (std::vector<std::uint16_t>{1, 2, 3})) << "what was shared stays";
+  EXPECT_EQ(contentOf(list), (std::vector<std::uint16_t>{1, 2, 3, 4}));
+  list.push(5);
+  EXPECT_EQ(contentOf(list), (std::vector<std::uint16_t>{1, 2, 3, 4, 5}));
+  List none;
+  none.extend(0);
+  EXPECT_TRUE(none.empty());
 }
 
 TEST(SharedList, ReplacesItsLastElement) {
@@ -194,6 +212,10 @@ TEST(SharedList, AgreesWithVectorsUnderRandomUse) {
             lists[at].lastIs(value);
             models[at].back() = value;
           }
+          break;
+        case 7:
+          std::fill_n(lists[at].extend(value % 8U), value % 8U, value);
+          models[at].resize(models[at].size() + value % 8U, value);
           break;
         default:
           lists[at].push(value);

@@ -1,5 +1,6 @@
 #include "Stp/GlobalMirrors.h"
 
+#include "Stp/Records.h"
 #include "Stp/VlanList.h"
 
 namespace Stp {

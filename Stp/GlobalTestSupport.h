@@ -6,25 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "Stp/VlanTestSupport.h"
 #include "StpTypes/ConfigBase.h"
 #include "StpTypes/OpenConfigConfig.h"
 #include "StpTypes/SharedList.h"
-#include "StpTypes/VlanIdOrRange.h"
 
 namespace Stp::GlobalTest {
 
-/// "1-3 4094"
-inline std::string textOf(SharedList<VlanIdOrRange> const& list) {
-  std::string text;
-  for (VlanIdOrRange const& entry : list) {
-    text += text.empty() ? "" : " ";
-    text += entry.tag() == VlanIdOrRange::Tag::vlanId
-                ? std::to_string(entry.vlanId().value())
-                : std::to_string(entry.vlanRange().first.value()) + "-" +
-                      std::to_string(entry.vlanRange().last.value());
-  }
-  return text;
-}
+using TestSupport::textOf;
 
 /// A record as "PROTOCOLS | VLANS | GUARD", the protocols by their numbers.
 inline std::string textOf(OCGlobalContainer const& record) {

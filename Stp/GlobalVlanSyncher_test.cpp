@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <bit>
 #include <csignal>
 #include <cstdint>
 #include <string>
@@ -14,6 +12,7 @@
 #include "Stp/GlobalMirrors.h"
 #include "Stp/GlobalTestSupport.h"
 #include "Stp/TestSupport.h"
+#include "Stp/VlanTestSupport.h"
 
 namespace Stp {
 namespace {
@@ -22,17 +21,9 @@ using GlobalTest::textOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
+using TestSupport::rawEntry;
 using Ids = std::vector<std::uint16_t>;
 
-struct RawEntry {
-  std::uint16_t first;
-  std::uint16_t second;
-  std::uint8_t tag;
-  std::array<std::uint8_t, 3> padding = {};
-};
-VlanIdOrRange broken(std::uint16_t first, std::uint16_t second, std::uint8_t tag) {
-  return std::bit_cast<VlanIdOrRange>(RawEntry{first, second, tag});
-}
 VlanIdOrRange id(std::uint16_t vlan) {
   return Bridging::VlanId(vlan);
 }
@@ -206,20 +197,20 @@ TEST_F(GlobalVlanSyncher, ListIsTakenBeforeTheTableChanges) {
 }
 
 TEST_F(GlobalVlanSyncher, ReservedIdsOfABrokenListReachTheTableAlone) {
-  listIs({broken(0, 0, 0), broken(4093, 4095, 1)});
+  listIs({rawEntry(0, 0, 0), rawEntry(4093, 4095, 1)});
   syncher->syncDisabledVlan();
   EXPECT_EQ(disabled(), (Ids{0, 4093, 4094, 4095}));
   EXPECT_EQ(list(), "4093-4094");
 }
 
 TEST_F(GlobalVlanSyncher, IdsThatTheTableRefusesEndTheCall) {
-  listIs({id(7), broken(5000, 0, 0), id(8)});
+  listIs({id(7), rawEntry(5000, 0, 0), id(8)});
   TestSupport::Watch watch(target);
   EXPECT_THAT([&] { syncher->syncDisabledVlan(); },
               ThrowsMessage<Lumo::RangeException>("a VLAN table holds ids 0 to 4095, not 5000"));
   EXPECT_EQ(disabled(), Ids{7});
   EXPECT_EQ(watch.changes(), 0);
-  listIs({broken(4095, 65535, 1)});
+  listIs({rawEntry(4095, 65535, 1)});
   EXPECT_THROW(syncher->syncDisabledVlan(), Lumo::RangeException);
   EXPECT_EQ(disabled(), Ids{4095});
 }
@@ -235,7 +226,7 @@ using GlobalVlanSyncherDeathTest = GlobalVlanSyncher;
 
 TEST_F(GlobalVlanSyncherDeathTest, UnknownEntryEndsTheProcess) {
   for (std::uint8_t const tag : {2, 7, 255}) {
-    listIs({id(1), broken(5, 6, tag)});
+    listIs({id(1), rawEntry(5, 6, tag)});
     EXPECT_EXIT(syncher->syncDisabledVlan(), testing::KilledBySignal(SIGABRT),
                 "/src/Stp/StpOpenConfigSm:285: void "
                 "Stp::OCGlobalVlanSyncher::syncDisabledVlan\\(\\): Assertion `false && "

@@ -328,5 +328,21 @@ TEST_F(InterfaceConfigDirectoryLife, MayBeDroppedFromAnyOfItsWrites) {
   }
 }
 
+// Only a handler that is called directly has a caller whom the exception reaches.
+TEST_F(InterfaceConfigDirectoryLife, SurvivesAReaderThatDropsEverythingAndThrows) {
+  start();
+  OCInterfaceConfigDirSm& called = *mirror;
+  mirror->hasNotificationActiveIs(false);
+  configure("Ethernet3");
+  TestSupport::DropsAndThrows const reader(*directory, [this] {
+    stop();
+    input = nullptr;
+    status = nullptr;
+    directory = nullptr;
+  });
+  EXPECT_THROW(called.handleInterface("Ethernet3"), int);
+  EXPECT_FALSE(directory);
+}
+
 }  // namespace
 }  // namespace Stp::InterfaceTest

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Lanx/IntfId.h"
+#include "Stp/Records.h"
 
 namespace Stp {
 
@@ -42,22 +43,15 @@ OcLinkType linkTypeOf(Input::PortConfig::LinkType linkType, OcLinkType present) 
   return present;
 }
 
-// The interface under `id`, whose record says so. A new one that fails half-way is taken back: it
-// would count as there the next time.
+// The interface under `id`, a new one where there is none, whose record says so.
 Lumo::Ptr<OCInterface> namedInterface(OCInterfaceConfigDir& directory, Lanx::IntfId id) {
-  bool const isNew = !directory.interface(id);
-  try {
-    Lumo::Ptr<OCInterface> interface = directory.interfaceIs(id);
-    InterfaceConfig config = interface->config();
-    config.name = id;
-    interface->configIs(config);
-    return interface;
-  } catch (...) {
-    if (isNew) {
-      directory.interfaceDel(id);
-    }
-    throw;
+  auto const name = [id](InterfaceConfig& config) { config.name = id; };
+  if (Lumo::Ptr<OCInterface> const present = directory.interface(id)) {
+    rewrite(*present, name);
+    return present;
   }
+  return recordedMemberAdd(directory, &OCInterfaceConfigDir::interfaceIs,
+                           &OCInterfaceConfigDir::interfaceDel, id, name);
 }
 
 // A set of interfaces, as one bit each: ids are dense. The invalid id wraps to bit 0.

@@ -12,11 +12,10 @@
 #include "Lumo/Bytes.h"
 #include "Lumo/Ptr.h"
 #include "Stp/TestSupport.h"
+#include "Stp/VlanTestSupport.h"
 #include "StpTypes/ConfigBase.h"
 #include "StpTypes/OpenConfigConfig.h"
 #include "StpTypes/OpenConfigState.h"
-#include "StpTypes/SharedList.h"
-#include "StpTypes/VlanIdOrRange.h"
 
 namespace Stp::TestSupport {
 
@@ -57,21 +56,6 @@ inline Lumo::Bytes everyVlanTo(std::uint16_t instance) {
     }
   }
   return bytes;
-}
-
-/// "1-9 11 13-4094"
-inline std::string textOf(SharedList<VlanIdOrRange> const& list) {
-  std::string text;
-  for (VlanIdOrRange const& element : list) {
-    text += text.empty() ? "" : " ";
-    if (element.tag() == VlanIdOrRange::Tag::vlanId) {
-      text += std::to_string(element.vlanId().value());
-    } else {
-      text += std::to_string(element.vlanRange().first.value()) + "-" +
-              std::to_string(element.vlanRange().last.value());
-    }
-  }
-  return text;
 }
 
 /// A record of a directory, as a plain value.

@@ -3,27 +3,10 @@
 #include <cstddef>
 
 #include "Stp/InstanceName.h"
+#include "Stp/Records.h"
 #include "Stp/VidToMsti.h"
 
 namespace Stp {
-
-namespace {
-
-// Adds an instance whose record names it. One that fails half-way is taken back: it would count as
-// there the next time.
-void instanceAdd(OCMstiConfigDir& directory, std::uint16_t id, std::uint16_t mstId) {
-  try {
-    Lumo::Ptr<OCMsti> const instance = directory.mstInstanceIs(id);
-    OCMstiConfig record = instance->config();
-    record.mstId = mstId;
-    instance->configIs(record);
-  } catch (...) {
-    directory.mstInstanceDel(id);
-    throw;
-  }
-}
-
-}  // namespace
 
 OCMstiConfigSm::OCMstiConfigSm(Lumo::String const& name,
                                Lumo::Ptr<Input::MstiConfig const> const& mstiConfig,
@@ -90,7 +73,9 @@ void OCMstpConfigSm::handleMstiConfig(Lumo::String const& mstiName) {
   std::uint16_t const id = mstiNameToInstanceId(mstiName);
   if (config) {
     if (!ocMstiConfigDir->mstInstance(id)) {
-      instanceAdd(*ocMstiConfigDir.pointer(), id, config->mstiId());
+      recordedMemberAdd(*ocMstiConfigDir.pointer(), &OCMstiConfigDir::mstInstanceIs,
+                        &OCMstiConfigDir::mstInstanceDel, id,
+                        [&](OCMstiConfig& record) { record.mstId = config->mstiId(); });
     }
     ocMstiConfigSmIs(mstiName, config, ocMstiConfigDir->mstInstance(id));
   } else {

@@ -20,6 +20,9 @@ namespace Stp {
 namespace {
 
 using testing::IsEmpty;
+using TestSupport::ActsOnce;
+using TestSupport::Deed;
+using TestSupport::DropsAndThrows;
 using TestSupport::MapEntry;
 using TestSupport::MstiRecords;
 using TestSupport::recordsOf;
@@ -27,11 +30,6 @@ using TestSupport::Watch;
 
 class MstpConfigReentry : public TestSupport::LeavesNothing {
  protected:
-  struct Deed {
-    std::string name;
-    std::function<void()> act;
-  };
-
   // A mirror of a bridge with "Mst" and a configured instance that has a VLAN.
   void start() {
     input_ = Lumo::make<Input::Config>();
@@ -118,21 +116,9 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
   }
 
   bool happens(Deed const& cause, Deed const& reaction, int atChange, int nested) {
-    int seen = 0;
-    bool acted = false;
+    ActsOnce reader(reaction, atChange, nested, [this] { priorityChanges(); });
     std::vector<std::unique_ptr<Watch<OCMsti>>> records;
-    auto const react = [&](auto...) {
-      if (++seen < atChange || acted) {
-        return;
-      }
-      if (nested > 0) {
-        --nested;
-        priorityChanges();
-      } else {
-        acted = true;
-        reaction.act();
-      }
-    };
+    auto const react = [&reader](auto...) { reader.changed(); };
     Watch<OCMstiConfigDir> const members(directory_, [&](Lumo::FieldId, void const* key,
                                                          void const*) {
       if (auto const present = directory_->mstInstance(*static_cast<std::uint16_t const*>(key))) {
@@ -144,7 +130,7 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
       records.push_back(std::make_unique<Watch<OCMsti>>(instance.value, react));
     }
     cause.act();
-    return acted;
+    return reader.acted();
   }
 
   Lumo::Ptr<Input::Config> input_;
@@ -175,6 +161,24 @@ TEST_F(MstpConfigReentry, IsSafeWhateverAReaderOfTheInstancesDrops) {
       EXPECT_GE(acted, 1);
     }
   }
+}
+
+// Only a handler that is called directly has a caller whom the exception reaches.
+TEST_F(MstpConfigReentry, SurvivesAReaderThatDropsEverythingAndThrows) {
+  start();
+  mirror_ = nullptr;
+  auto child = oCMstpConfigSmFactory("Mst", mst_, input_, directory_);
+  OCMstpConfigSm& called = *child;
+  child->hasNotificationActiveIs(false);
+  configure("MST7");
+  DropsAndThrows const reader(*directory_, [&] {
+    child = nullptr;
+    mst_ = nullptr;
+    input_ = nullptr;
+    directory_ = nullptr;
+  });
+  EXPECT_THROW(called.handleMstiConfig("MST7"), int);
+  EXPECT_FALSE(child);
 }
 
 }  // namespace

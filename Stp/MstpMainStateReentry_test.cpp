@@ -18,17 +18,14 @@
 namespace Stp {
 namespace {
 
+using TestSupport::ActsOnce;
+using TestSupport::Deed;
 using TestSupport::HandlerLines;
 using TestSupport::MstiRecords;
 using TestSupport::Watch;
 
 class MstpMainStateReentry : public TestSupport::MstpStateFixture {
  protected:
-  struct Deed {
-    std::string name;
-    std::function<void()> act;
-  };
-
   // A mirror of MSTP with the CIST and one further instance that has a VLAN.
   void start() {
     mapIs({{10, 5}});
@@ -141,24 +138,10 @@ class MstpMainStateReentry : public TestSupport::MstpStateFixture {
   // or from inside further changes of an instance's priority that it makes first. Tells whether it
   // came to that.
   bool happens(Deed const& cause, Deed const& reaction, int atChange, int nested) {
-    int seen = 0;
-    bool acted = false;
-    {
-      Watch<OCMstiStateDir> const reader(directory_, [&](auto...) {
-        if (++seen < atChange || acted) {
-          return;
-        }
-        if (nested > 0) {
-          --nested;
-          priorityChanges();
-        } else {
-          acted = true;
-          reaction.act();
-        }
-      });
-      cause.act();
-    }
-    return acted;
+    ActsOnce acting(reaction, atChange, nested, [this] { priorityChanges(); });
+    Watch<OCMstiStateDir> const reader(directory_, [&acting](auto...) { acting.changed(); });
+    cause.act();
+    return acting.acted();
   }
 
   void startAgain() {

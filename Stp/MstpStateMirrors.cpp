@@ -14,12 +14,6 @@ void bump(Lumo::Ptr<OCMstpTrigger> const& trigger) {
   held->counterInc(1);
 }
 
-// The directory's record of an instance, or a fresh one.
-OCMstiState stateOf(OCMstiStateDir const& directory, std::uint16_t id) {
-  OCMstiState const* const present = directory.state(id);
-  return present == nullptr ? OCMstiState(id) : *present;
-}
-
 }  // namespace
 
 OCMstpTrigger::OCMstpTrigger() = default;
@@ -101,10 +95,9 @@ void OCMstpMainStateSm::update() {
   }
 
   MstiToVid const vlans = mstiToVidFromBytes(stpConfig->mstConfig().vidToMsti);
-  for (auto const& [id, list] : vlans) {
-    OCMstiState state = stateOf(*ocMstiStateDir.pointer(), id);
-    state.vlan = list;
-    ocMstiStateDir->stateIs(state);
+  for (auto const& entry : vlans) {
+    ocMstiStateDir->stateAmend(entry.first,
+                               [&entry](OCMstiState& state) { state.vlan = entry.second; });
   }
 
   Lumo::Ptr<StpiStatus> const mst = stpStatus->stpiStatus(mstpInstanceName());
@@ -133,9 +126,9 @@ void OCMstpMainStateSm::prioritiesIs(StpiStatus const& mst) {
   for (auto const& instance : mst.mstiStatus()) {
     Lumo::String const mstiName = instance.key;
     Lumo::Ptr<MstiStatus> const status = instance.value;
-    OCMstiState state = stateOf(*ocMstiStateDir.pointer(), mstiNameToInstanceId(mstiName));
-    state.bridgePriority = OCBridgePriority(status->bridgePriority());
-    ocMstiStateDir->stateIs(state);
+    ocMstiStateDir->stateAmend(mstiNameToInstanceId(mstiName), [&status](OCMstiState& state) {
+      state.bridgePriority = OCBridgePriority(status->bridgePriority());
+    });
     if (!ocMstiStatusSm.has(mstiName)) {
       ocMstiStatusSmIs(mstiName, status, ocMstpTrigger.pointer());
     }

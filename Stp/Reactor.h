@@ -218,21 +218,6 @@ class STP_API
     }
   }
 
-  /// Copies the target's present record, lets `edit` change its own members, and stores the whole
-  /// record: one change of the target. A reader may drop the target then.
-  template <class Entity, class Edit>
-  static void rewrite(Entity& target, Edit edit) {
-    if constexpr (requires { target.configIs(target.config()); }) {
-      auto record = target.config();
-      edit(record);
-      target.configIs(record);
-    } else {
-      auto record = target.state();
-      edit(record);
-      target.stateIs(record);
-    }
-  }
-
   /// Opens the trace of a handler; the scope of the result is the traced block. The name must be
   /// that of an operation, with a parameter list where the fast trace's message has it. `text` is
   /// streamed after the common prefix; a callable is called with the stream.

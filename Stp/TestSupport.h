@@ -72,6 +72,70 @@ class Watch {
   int changes_ = 0;
 };
 
+/// Something that a test does, and how its messages call it.
+struct Deed {
+  std::string name;
+  std::function<void()> act;
+};
+
+/// A reader that acts once, at the change of the given number: at once, or from inside so many
+/// further changes that it causes first.
+class ActsOnce {
+ public:
+  ActsOnce(Deed const& deed, int atChange, int nested, std::function<void()> causeFurtherChange)
+      : deed_(deed),
+        atChange_(atChange),
+        nested_(nested),
+        causeFurtherChange_(std::move(causeFurtherChange)) {}
+
+  void changed() {
+    ++seen_;
+    if (seen_ < atChange_ || acted_) {
+      return;
+    }
+    if (nested_ > 0) {
+      --nested_;
+      causeFurtherChange_();
+    } else {
+      acted_ = true;
+      deed_.act();
+    }
+  }
+
+  /// Whether it came to that.
+  bool acted() const { return acted_; }
+
+ private:
+  Deed const& deed_;
+  int atChange_;
+  int nested_;
+  std::function<void()> causeFurtherChange_;
+  int seen_ = 0;
+  bool acted_ = false;
+};
+
+/// A reader that does not hold what it reads, and is gone with it: at the first change it drops
+/// what `drop` names, and throws 1.
+class DropsAndThrows {
+ public:
+  template <class Entity>
+  DropsAndThrows(Entity const& entity, std::function<void()> drop) : drop_(std::move(drop)) {
+    slot_.routineIs(&changed, this);
+    entity.publisher().subscriberAdd(slot_, false);
+  }
+
+ private:
+  static void changed(Lumo::Publisher* /*publisher*/, Lumo::Subscriber* slot,
+                      Lumo::FieldId /*field*/, void const* /*key*/, void const* /*value*/) {
+    auto& reader = *static_cast<DropsAndThrows*>(slot->owner());
+    reader.drop_();
+    throw 1;
+  }
+
+  std::function<void()> drop_;
+  Lumo::Subscriber slot_;
+};
+
 /// Takes the lines of the module's text trace at the level of the handlers while it lives.
 class HandlerLines {
  public:

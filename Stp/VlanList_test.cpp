@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <csignal>
 #include <cstdint>
 #include <random>
@@ -17,28 +15,18 @@
 
 #include "Kova/UnionAccess.h"
 #include "Lumo/RangeException.h"
-#include "Stp/GlobalTestSupport.h"
+#include "Stp/VlanTestSupport.h"
 
 namespace Stp {
 namespace {
 
-using GlobalTest::textOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::ThrowsMessage;
+using TestSupport::rawEntry;
+using TestSupport::textOf;
 
 using Ids = std::vector<std::uint16_t>;
-
-// An entry as it lies in memory, whatever its numbers.
-struct RawEntry {
-  std::uint16_t first;
-  std::uint16_t second;
-  std::uint8_t tag;
-  std::array<std::uint8_t, 3> padding = {};
-};
-VlanIdOrRange entryOf(RawEntry raw) {
-  return std::bit_cast<VlanIdOrRange>(raw);
-}
 
 VlanSet setOf(Ids const& ids) {
   VlanSet set;
@@ -298,18 +286,18 @@ TEST(VlanExpansion, GivesBackEverySubsetOfIdsAtABorder) {
 }
 
 TEST(VlanExpansion, PassesIdsOutOfRangeOn) {
-  EXPECT_THAT(expanded(entryOf({0, 9, 0})), ElementsAre(0));
-  EXPECT_THAT(expanded(entryOf({4095, 9, 0})), ElementsAre(4095));
-  EXPECT_THAT(expanded(entryOf({65535, 0, 0})), ElementsAre(65535));
-  EXPECT_THAT(expanded(entryOf({0, 2, 1})), ElementsAre(0, 1, 2));
-  EXPECT_THAT(expanded(entryOf({4093, 4096, 1})), ElementsAre(4093, 4094, 4095, 4096));
-  EXPECT_THAT(expanded(entryOf({65533, 65535, 1})), ElementsAre(65533, 65534, 65535));
-  EXPECT_EQ(expanded(entryOf({0, 65535, 1})).size(), 65536U);
+  EXPECT_THAT(expanded(rawEntry(0, 9, 0)), ElementsAre(0));
+  EXPECT_THAT(expanded(rawEntry(4095, 9, 0)), ElementsAre(4095));
+  EXPECT_THAT(expanded(rawEntry(65535, 0, 0)), ElementsAre(65535));
+  EXPECT_THAT(expanded(rawEntry(0, 2, 1)), ElementsAre(0, 1, 2));
+  EXPECT_THAT(expanded(rawEntry(4093, 4096, 1)), ElementsAre(4093, 4094, 4095, 4096));
+  EXPECT_THAT(expanded(rawEntry(65533, 65535, 1)), ElementsAre(65533, 65534, 65535));
+  EXPECT_EQ(expanded(rawEntry(0, 65535, 1)).size(), 65536U);
 }
 
 TEST(VlanExpansionDeathTest, UnknownEntryEndsTheProcessWithTheNameOfItsOwner) {
   for (std::uint8_t const tag : {2, 3, 128, 255}) {
-    EXPECT_EXIT(expanded(entryOf({5, 6, tag})), testing::KilledBySignal(SIGABRT),
+    EXPECT_EXIT(expanded(rawEntry(5, 6, tag)), testing::KilledBySignal(SIGABRT),
                 "/src/Owner:7: void owner\\(\\): Assertion `false && \"Unknown content of "
                 "VlanIdOrRange\"' failed\\.\n");
   }
@@ -320,8 +308,8 @@ TEST(VlanExpansion, WrongAlternativeIsRefused) {
   VlanIdOrRange const range = VlanRange{Bridging::VlanId(5), Bridging::VlanId(6)};
   EXPECT_THROW(static_cast<void>(id.vlanRange()), Kova::BadUnionAccessException);
   EXPECT_THROW(static_cast<void>(range.vlanId()), Kova::BadUnionAccessException);
-  EXPECT_THROW(static_cast<void>(entryOf({5, 6, 2}).vlanId()), Kova::BadUnionAccessException);
-  EXPECT_THROW(static_cast<void>(entryOf({5, 6, 2}).vlanRange()), Kova::BadUnionAccessException);
+  EXPECT_THROW(static_cast<void>(rawEntry(5, 6, 2).vlanId()), Kova::BadUnionAccessException);
+  EXPECT_THROW(static_cast<void>(rawEntry(5, 6, 2).vlanRange()), Kova::BadUnionAccessException);
 }
 
 TEST(VlanList, ExpandedAndCompressedIsCanonical) {

@@ -1,4 +1,17 @@
-// Entities that are given to a creator in another order do not compile.
+// A class that compiles, unless the command line puts a mistake into one of four places.
+#ifndef PASSED_ON
+#define PASSED_ON name, portConfig, stpInputConfig, externalIntf
+#endif
+#ifndef TRACED
+#define TRACED "handleLinkType"
+#endif
+#ifndef LISTED
+#define LISTED , Input::PortConfig::Id::linkType
+#endif
+#ifndef GIVEN
+#define GIVEN port, config
+#endif
+
 #include "Stp/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
@@ -19,19 +32,19 @@ class ThingSm final : public Reactor<ThingSm, ThingSmAttributes> {
   ThingSm(Lumo::String const& name, Lumo::Ptr<Input::PortConfig const> const& portConfig,
           Lumo::Ptr<Input::Config const> const& stpInputConfig,
           Lumo::Ptr<OCInterface> const& externalIntf)
-      : Reactor(name, portConfig, stpInputConfig, externalIntf) {}
+      : Reactor(PASSED_ON) {}
 
-  void handleLinkType() { auto const traced = trace<"handleLinkType", 1>(); }
+  void handleLinkType() { auto const traced = trace<TRACED, 1>(); }
 
   static constexpr auto operations = std::tuple{
-      Op{"handleLinkType", &Self::handleLinkType, Input::PortConfig::Id::linkType},
+      Op{"handleLinkType", &Self::handleLinkType LISTED},
   };
 };
 
 Lumo::Ptr<ThingSm> make(Lumo::Ptr<Input::PortConfig> const& port,
                         Lumo::Ptr<Input::Config> const& config,
                         Lumo::Ptr<OCInterface> const& interface) {
-  return ThingSm::create("Ethernet1", config, port, interface);
+  return ThingSm::create("Ethernet1", GIVEN, interface);
 }
 
 }  // namespace Stp

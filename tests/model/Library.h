@@ -13,10 +13,9 @@
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/MstpStateMirrors.h"
 #include "StpTypes/Input.h"
-#include "StpTypes/OpenConfigConfig.h"
-#include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
 #include "WriteCount.h"
+#include "tests/OpenConfigTargets.h"
 
 namespace Harness {
 
@@ -48,14 +47,7 @@ struct Sources {
   }
 };
 
-struct Targets {
-  Lumo::Ptr<Stp::OCGlobalConfig> globalConfig = Lumo::make<Stp::OCGlobalConfig>();
-  Lumo::Ptr<Stp::OCGlobalState> globalState = Lumo::make<Stp::OCGlobalState>();
-  Lumo::Ptr<Stp::OCInterfaceConfigDir> interfaces = Lumo::make<Stp::OCInterfaceConfigDir>();
-  Lumo::Ptr<Stp::OCInterfaceStateDir> interfaceStates = Lumo::make<Stp::OCInterfaceStateDir>();
-  Lumo::Ptr<Stp::OCMstiConfigDir> mstis = Lumo::make<Stp::OCMstiConfigDir>();
-  Lumo::Ptr<Stp::OCMstiStateDir> mstiStates = Lumo::make<Stp::OCMstiStateDir>();
-};
+using Targets = Stp::TestSupport::OpenConfigTargets;
 
 /// Keeps count of what the targets announce.
 class Writes {

@@ -9,9 +9,8 @@
 #include "Lumo/Ptr.h"
 #include "Stp/TestSupport.h"
 #include "StpTypes/Input.h"
-#include "StpTypes/OpenConfigConfig.h"
-#include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
+#include "tests/OpenConfigTargets.h"
 
 namespace Shortage {
 
@@ -43,7 +42,7 @@ class Readers {
 };
 
 /// A bridge that runs MSTP on a few ports, and the targets of all mirrors, read by readers.
-class World {
+class World : public Stp::TestSupport::OpenConfigTargets {
  public:
   World();
 
@@ -67,13 +66,6 @@ class World {
   /// The instance that runs MSTP: as configured, and as it runs.
   Lumo::Ptr<Stp::Input::StpiConfig> mstInput = Lumo::make<Stp::Input::StpiConfig>();
   Lumo::Ptr<Stp::StpiStatus> mst = Lumo::make<Stp::StpiStatus>();
-
-  Lumo::Ptr<Stp::OCGlobalConfig> globalConfig = Lumo::make<Stp::OCGlobalConfig>();
-  Lumo::Ptr<Stp::OCGlobalState> globalState = Lumo::make<Stp::OCGlobalState>();
-  Lumo::Ptr<Stp::OCInterfaceConfigDir> interfaces = Lumo::make<Stp::OCInterfaceConfigDir>();
-  Lumo::Ptr<Stp::OCInterfaceStateDir> interfaceStates = Lumo::make<Stp::OCInterfaceStateDir>();
-  Lumo::Ptr<Stp::OCMstiConfigDir> mstis = Lumo::make<Stp::OCMstiConfigDir>();
-  Lumo::Ptr<Stp::OCMstiStateDir> mstiStates = Lumo::make<Stp::OCMstiStateDir>();
 
   Readers readers;
 

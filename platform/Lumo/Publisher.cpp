@@ -39,8 +39,8 @@ class Publisher::Cursor {
       next_ = after;
       call(static_cast<Subscriber*>(slot));
       slot = after;
-      if (next_ != after) [[unlikely]] {
-        slot = moved();
+      if (next_ != unrelated(after)) [[unlikely]] {
+        slot = next_;
         if (slot == nullptr) {
           return;
         }
@@ -67,8 +67,12 @@ class Publisher::Cursor {
   }
 
  private:
-  // Out of line, or the comparison before it would be seen to be superfluous, and go.
-  [[gnu::noinline, gnu::cold]] Impl::Link* moved() const { return next_; }
+  // The same place, but the compiler does not know: it must not go on with the one of two equal
+  // pointers that comes from memory.
+  static Impl::Link* unrelated(Impl::Link* link) {
+    asm("" : "+r"(link));
+    return link;
+  }
 
   Publisher* publisher_;
   Cursor* outer_;
@@ -137,7 +141,9 @@ void Publisher::cursorsPass(Subscriber const& removed) noexcept {
   Cursor::slotRemoved(cursors_, &removed);
 }
 
-void Publisher::publishToAll(FieldId field, void const* oldValue, void const* newValue) {
+// Aligned, since where the loop lies in its cache lines makes a sixth of what it costs.
+[[gnu::aligned(64)]] void Publisher::publishToAll(FieldId field, void const* oldValue,
+                                                  void const* newValue) {
   Cursor cursor(*this, ring_.next, ring_.previous);
   cursor.visit([&](Subscriber* slot) { slot->routine_(this, slot, field, oldValue, newValue); });
 }

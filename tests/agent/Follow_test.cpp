@@ -191,6 +191,10 @@ TEST_F(Follow, ProgramThatIsNotInstalledYetIsReportedOnce) {
 struct Trouble {
   char const* mood;
   std::string reported;
+
+  friend std::ostream& operator<<(std::ostream& out, Trouble const& trouble) {
+    return out << trouble.reported;
+  }
 };
 
 class FollowThroughTrouble : public Follow, public testing::WithParamInterface<Trouble> {};

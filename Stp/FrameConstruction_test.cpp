@@ -242,7 +242,9 @@ TEST_F(FrameConstruction, LeavesNothingWhenAPriorityIsOutOfRange) {
   World world;
   Traces const before(world);
   world.inputMsti->bridgePriorityIs(61441);
+  auto const allocated = OCMstiConfigSm::memAllocationTracker_.total();
   EXPECT_THROW(oCMstiConfigSmFactory("MST1", world.inputMsti, world.ocMsti), Lumo::RangeException);
+  EXPECT_EQ(OCMstiConfigSm::memAllocationTracker_.total(), allocated);
   EXPECT_THROW(
       oCMstpConfigSmFactory("Mst", world.inputMst, world.inputConfig, world.ocMstiConfigDir),
       Lumo::RangeException);

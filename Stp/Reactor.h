@@ -83,7 +83,7 @@ class STP_API
 
   /// The same for a class that is never activated.
   static Lumo::Ptr<Derived> construct(typename Argument::Argument const&... arguments) {
-    return Lumo::Ptr<Derived>::adopt(new Derived(arguments...));
+    return Lumo::Ptr<Derived>::adopt(Tracked<Derived>::make(arguments...));
   }
 
   Lumo::VelTypeBase typeData() const override {

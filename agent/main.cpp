@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,6 +40,23 @@ void occupyStandardStreams() {
   }
 }
 
+// The parser takes a word in brackets for a list of words. Such a word is marked before it gets
+// there, and the mark is taken from whatever comes out.
+constexpr char mark = '\x01';
+
+Words marked(Words words) {
+  for (std::string& word : words) {
+    if (word.starts_with('[') || word.starts_with(mark)) {
+      word.insert(word.begin(), mark);
+    }
+  }
+  return words;
+}
+
+std::string unmarked(std::string word) {
+  return word.starts_with(mark) ? word.substr(1) : word;
+}
+
 // Returns the exit status if the command line asks for no more, or is wrong.
 std::optional<int> parse(CLI::App& app, Words words) {
   std::ranges::reverse(words);
@@ -46,8 +64,20 @@ std::optional<int> parse(CLI::App& app, Words words) {
     app.parse(std::move(words));
     return std::nullopt;
   } catch (CLI::ParseError const& error) {
-    return app.exit(error) == 0 ? 0 : wrongCommandLine;
+    std::ostringstream complaint;
+    int const status = app.exit(error, std::cout, complaint);
+    std::string text = complaint.str();
+    std::erase(text, mark);
+    std::cerr << text;
+    return status == 0 ? 0 : wrongCommandLine;
   }
+}
+
+std::optional<int> parseCommand(CLI::App& command, Words const& words) {
+  for (CLI::Option* const option : command.get_options()) {
+    option->transform(&unmarked, "");
+  }
+  return parse(command, marked(words));
 }
 
 void addRunSettings(CLI::App& command, Agent::Settings& settings) {
@@ -88,7 +118,7 @@ int run(Words const& words) {
       .add_option("FILE", files, "Files of operations, in order; - is standard input, the default")
       ->type_name("");
   addSettings(command, settings);
-  auto const ended = parse(command, words);
+  auto const ended = parseCommand(command, words);
   return ended ? *ended : Agent::runOperations(settings, files);
 }
 
@@ -105,7 +135,7 @@ int replay(Words const& words) {
       ->required()
       ->type_name("");
   addSettings(command, settings);
-  auto const ended = parse(command, words);
+  auto const ended = parseCommand(command, words);
   return ended ? *ended : Agent::replaySnapshots(settings, bridge, folders);
 }
 
@@ -143,7 +173,7 @@ int follow(Words const& words) {
       ->type_name("PROGRAM")
       ->capture_default_str();
   addSettings(command, settings);
-  if (auto const ended = parse(command, words)) {
+  if (auto const ended = parseCommand(command, words)) {
     return *ended;
   }
   following.interval = std::chrono::milliseconds(std::lround(seconds * 1000));
@@ -169,7 +199,7 @@ int inspect(Words const& words) {
       ->excludes(input)
       ->excludes(bridgeOption);
   addRunSettings(command, settings);
-  if (auto const ended = parse(command, words)) {
+  if (auto const ended = parseCommand(command, words)) {
     return *ended;
   }
   return wiring ? Agent::printWiring() : Agent::inspectMirror(settings, bridge, inputs);

@@ -127,6 +127,41 @@ TEST(Run, InterruptedRunShowsWhatItHas) {
   }
 }
 
+TEST(Run, SecondSignalGivesUpOutputThatNobodyReads) {
+  Folder const folder;
+  std::string lines;
+  for (int port = 0; port < 3000; ++port) {  // more than a pipe holds
+    lines += R"({"op":"create","path":["input","portConfig","Ethernet)" + std::to_string(port) +
+             "\"]}\n";
+  }
+  std::string const file = folder.file("many.jsonl", lines + "done\n");
+  for (int const number : {SIGINT, SIGTERM}) {
+    Process agent({"run", "--show", "entities", file});
+    agent.readErrorLine();
+    agent.signalUntilItEnds(number);
+    Outcome const outcome = agent.finish();
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "standard output: Interrupted system call\n");
+  }
+}
+
+TEST(Run, NameInBracketsIsTheNameOfOneFile) {
+  Folder const folder;
+  for (char const* const name : {"[ops]", "[a,b]", "[]", "[", "\x01[ops]"}) {
+    SCOPED_TRACE(name);
+    std::filesystem::current_path(folder.path(""));
+    folder.file("ops", setMode(101));
+    folder.file(name, startConfig + setMode(3));
+    Outcome const outcome = runAgent(with(watching, {name}));
+    EXPECT_EQ(outcome.out, started + modeChanged("[1]"));
+    EXPECT_EQ(outcome.err, "");
+  }
+  EXPECT_EQ(runAgent({"run", "[absent]"}).err, "[absent]: No such file or directory\n");
+  EXPECT_EQ(runAgent({"replay", "--bridge", "br0", "[absent]"}).err,
+            "[absent]/showbridge.json: No such file or directory\n");
+  EXPECT_THAT(runAgent({"run", "--show", "[none]"}).err, HasSubstr("--show: [none] not in"));
+}
+
 TEST(Run, BusyRunIsInterruptedBetweenTwoLines) {
   Folder const folder;
   std::string lines = startConfig;

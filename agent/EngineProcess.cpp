@@ -221,9 +221,8 @@ class EngineProcess {
     } else if (problem.empty() && WEXITSTATUS(status) != 0) {
       problem = "failed with status " + std::to_string(WEXITSTATUS(status));
     }
-    std::string const complaint = firstLine(complaint_);
-    if (!problem.empty() && !complaint.empty()) {
-      problem += ": " + inQuotes(complaint);
+    if (!problem.empty()) {
+      answer_.complaint = firstLine(complaint_);
     }
   }
 

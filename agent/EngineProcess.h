@@ -18,9 +18,10 @@ namespace Agent {
 struct EngineAnswer {
   /// What it printed until it ended, or was ended.
   std::string output;
-  /// Why the output can't be all that was asked for; empty when the program ended well. Of what it
-  /// wrote on its standard error the first line is here.
+  /// Why the output can't be all that was asked for; empty when the program ended well.
   std::string problem;
+  /// Beside a problem, the first line that the program wrote on its standard error.
+  std::string complaint;
 };
 
 /// More output than this is no answer; it is several times what the largest bridge needs.

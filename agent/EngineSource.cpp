@@ -44,6 +44,9 @@ std::string whyUnanswered(EngineAnswer const& answer, Questions const& questions
     }
   }
   reason += answer.problem.empty() ? "not answered" : answer.problem;
+  if (!answer.complaint.empty()) {
+    reason += ": " + inQuotes(answer.complaint);
+  }
   said = withoutBlanks(said);
   return said.empty() ? reason : reason + ", says " + inQuotes(said);
 }

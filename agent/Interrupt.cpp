@@ -17,11 +17,11 @@ namespace {
 
 // The handler writes a byte into this pipe, so that a signal just before a wait ends the wait too.
 constinit std::array<int, 2> wakeUp{-1, -1};
-constinit volatile std::sig_atomic_t signalled = 0;
+constinit volatile std::sig_atomic_t signals = 0;  // up to 2
 
 extern "C" void handleSignal(int /*signal*/) {
   int const error = errno;
-  signalled = 1;
+  signals = signals == 0 ? 1 : 2;
   (void)!::write(wakeUp[1], "", 1);
   errno = error;
 }
@@ -59,7 +59,11 @@ void Interrupt::install() {
 }
 
 bool Interrupt::requested() noexcept {
-  return signalled != 0;
+  return signals != 0;
+}
+
+bool Interrupt::urged() noexcept {
+  return signals > 1;
 }
 
 bool Interrupt::wait(std::span<pollfd> awaited, std::optional<Clock::time_point> deadline) {

@@ -21,6 +21,9 @@ class Interrupt {
   /// Whether one of the signals came.
   static bool requested() noexcept;
 
+  /// Whether one came after that: whoever sends it waits no longer for what is under way.
+  static bool urged() noexcept;
+
   using Clock = std::chrono::steady_clock;
 
   /// Waits until one of the descriptors is ready, as poll(2) does, or until `deadline`, if there is

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -143,6 +144,50 @@ void requireSensible(std::string_view line) {
   }
 }
 
+// Names the number that is too large for the parser, which stops there. The line is read once more:
+// following the members of every line would cost those that are well.
+[[noreturn]] void refuseOverflow(std::string_view line) {
+  struct Level {
+    bool isArray;
+    std::string member;
+    std::size_t elements = 0;  // before the one that is being read
+  };
+  std::vector<Level> levels;
+  auto const follow = [&levels](int /*depth*/, Json::parse_event_t event, Json& parsed) {
+    using Event = Json::parse_event_t;
+    switch (event) {
+      case Event::object_start: levels.push_back({false, {}}); return true;
+      case Event::array_start: levels.push_back({true, {}}); return true;
+      case Event::key: levels.back().member = parsed.get_ref<std::string const&>(); return true;
+      case Event::object_end:
+      case Event::array_end: levels.pop_back(); break;
+      case Event::value: break;
+    }
+    if (!levels.empty()) {
+      ++levels.back().elements;
+    }
+    return true;
+  };
+  try {
+    [[maybe_unused]] Json const parsed = Json::parse(line, follow);
+  } catch (Json::out_of_range const&) {
+    // at the number in question
+  }
+  std::deque<Where> places;
+  for (Level const& level : levels) {
+    if (places.empty()) {
+      places.emplace_back(level.member);
+    } else if (level.isArray) {
+      places.emplace_back(places.back(), level.elements);
+    } else {
+      places.emplace_back(places.back(), level.member);
+    }
+  }
+  bool const isInMember = !levels.empty() && !levels.front().isArray;
+  std::string const reason = "a number that is too large";
+  isInMember ? places.back().refuse(reason) : throw Refusal(reason);
+}
+
 Json parseObject(std::string_view line) {
   requireSensible(line);
   Json parsed;
@@ -151,7 +196,7 @@ Json parseObject(std::string_view line) {
   } catch (Json::parse_error const& error) {
     throw Refusal("not JSON: a syntax error at byte " + std::to_string(error.byte));
   } catch (Json::out_of_range const&) {
-    throw Refusal("a number that is too large");
+    refuseOverflow(line);
   }
   if (!parsed.is_object()) {
     throw Refusal("not an object: " + brief(parsed));

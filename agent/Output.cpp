@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <string>
 
+#include "Interrupt.h"
+
 namespace Agent {
 
 void DescriptorOutput::lineAdd(std::string_view text) noexcept {
@@ -21,10 +23,10 @@ void DescriptorOutput::write(std::string_view bytes) noexcept {
     ssize_t const written = ::write(descriptor_, bytes.data(), bytes.size());
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno == EAGAIN) {
+    } else if (errno == EAGAIN && !Interrupt::urged()) {
       pollfd writable{descriptor_, POLLOUT, 0};
       (void)::poll(&writable, 1, -1);
-    } else if (errno != EINTR) {
+    } else if (errno != EINTR || Interrupt::urged()) {
       error_ = std::error_code(errno, std::system_category());
     }
   }

@@ -19,6 +19,8 @@ class Output {
 };
 
 /// Writes to a file descriptor that it does not own. After the first error it writes nothing more.
+/// Where nobody reads, it waits until somebody does, or until the second signal to end comes
+/// (Interrupt.h), which is the error then.
 class DescriptorOutput final : public Output {
  public:
   explicit DescriptorOutput(int descriptor) : descriptor_(descriptor) {}

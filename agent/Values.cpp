@@ -1,5 +1,6 @@
 #include "Values.h"
 
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -11,7 +12,9 @@ namespace {
 
 template <class Integer>
 [[noreturn]] void refuseInteger(Json const& json, Where const& where, Limits<Integer> limits) {
-  std::string const hint = json.is_number_float() ? " (written without fraction or exponent)" : "";
+  // An integer beyond 64 bits is read as a fraction, too, but was not written as one.
+  bool const isFraction = json.is_number_float() && std::abs(json.get<double>()) < 0x1p63;
+  std::string const hint = isFraction ? " (written without fraction or exponent)" : "";
   where.refuse(brief(json) + " is not an integer from " + std::to_string(limits.least) + " to " +
                std::to_string(limits.greatest) + hint);
 }

@@ -177,6 +177,19 @@ TEST_F(Follow, EngineThatDoesNotRunYetIsReportedOnce) {
       ElementsAre(failure + "failed with status 1: \"Couldn't connect to the daemon\"", again));
 }
 
+TEST_F(Follow, OutageIsReportedOnceThoughTheEngineSaysSomethingElseEachTime) {
+  moodIs("nagging");
+  Process agent(following(), around());
+  awaitBatches(3);
+  moodIs("");
+  auto const expected = replayed({"01-converged"});
+  expectLines(agent, expected);
+  EXPECT_THAT(
+      linesOf(endsAt(agent, expected).err),
+      ElementsAre(StartsWith(failure + "failed with status 1: \"Couldn't connect for question "),
+                  again));
+}
+
 TEST_F(Follow, ProgramThatIsNotInstalledYetIsReportedOnce) {
   std::string const program = folder.path("absent");
   Process agent(following(program), around());

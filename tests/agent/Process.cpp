@@ -176,6 +176,21 @@ void Process::signal(int number) const {
   ::kill(pid_, number);
 }
 
+void Process::signalUntilItEnds(int number) const {
+  constexpr int patience = 6000;
+  for (int attempt = 0; attempt < patience; ++attempt) {
+    siginfo_t ended{};
+    require(::waitid(P_PID, static_cast<id_t>(pid_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0,
+            "waitid");
+    if (ended.si_pid == pid_) {
+      return;
+    }
+    signal(number);
+    ::usleep(10'000);
+  }
+  ADD_FAILURE() << "signals do not end it";
+}
+
 Outcome Process::finish() {
   closeInput();
   while (readSome()) {

@@ -50,6 +50,9 @@ class Process {
 
   void signal(int number) const;
 
+  /// Sends it a signal now and then until it ends, and reads nothing meanwhile.
+  void signalUntilItEnds(int number) const;
+
   /// Closes its standard input, reads what it still writes, and waits for its end.
   Outcome finish();
 

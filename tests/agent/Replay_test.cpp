@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -41,6 +43,21 @@ TEST(Replay, SnapshotsAreAppliedInTheirOrder) {
   Outcome const back = runAgent(replayOf({capture("10-msti5-deleted"), capture("01-converged")}));
   EXPECT_EQ(back.status, 0);
   EXPECT_EQ(instanceStates(back), "0 1 5 ");
+}
+
+TEST(Replay, IsInterruptedBetweenTwoSnapshots) {
+  std::vector<std::string> arguments{"replay", "--bridge", "br0", "--watch", "--show", "none"};
+  for (int count = 0; count < 4000; ++count) {
+    arguments.push_back(capture("01-converged"));
+    arguments.push_back(capture("11-rstp"));
+  }
+  Process agent(arguments);
+  agent.readLine();
+  agent.signal(SIGTERM);
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_LT(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 8000);
 }
 
 TEST(Replay, RefusedSnapshotLeavesWhatWasThere) {

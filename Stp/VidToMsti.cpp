@@ -25,13 +25,6 @@ std::uint16_t lowestVlan(VlanIdOrRange const& element) {
                                                      : element.vlanRange().first.value();
 }
 
-VlanIdOrRange run(std::uint16_t first, std::uint16_t last) {
-  if (first == last) {
-    return Bridging::VlanId(first);
-  }
-  return VlanRange{Bridging::VlanId(first), Bridging::VlanId(last)};
-}
-
 // Collects runs of VLANs and puts them into the lists of their instances: a list whose length is
 // known is made in one piece.
 class RunLists {
@@ -53,7 +46,7 @@ class RunLists {
       ends[place] = map_.entry(place).second.extend(lengths_[place]);
     }
     for (Run const& each : std::span(runs_).first(count_)) {
-      new (ends[each.place]++) VlanIdOrRange(run(each.first, each.last));
+      new (ends[each.place]++) VlanIdOrRange(VlanIdOrRange::run(each.first, each.last));
     }
     return std::move(map_);
   }
@@ -97,7 +90,7 @@ void addVlanToMstiMap(MstiToVid& map, std::uint16_t vlanId, std::uint16_t instan
   VlanList* const present = map.find(instanceId);
   if (present == nullptr) {
     VlanList list;
-    list.push(run(vlanId, vlanId));
+    list.push(VlanIdOrRange::run(vlanId, vlanId));
     map[instanceId] = std::move(list);
     return;
   }
@@ -107,9 +100,9 @@ void addVlanToMstiMap(MstiToVid& map, std::uint16_t vlanId, std::uint16_t instan
                           103, "void Stp::addVlanToMstiMap(MstiToVid&, U16, U16)");
   }
   if (vlanId == highestVlan(last) + 1) {
-    present->lastIs(run(lowestVlan(last), vlanId));
+    present->lastIs(VlanIdOrRange::run(lowestVlan(last), vlanId));
   } else {
-    present->push(run(vlanId, vlanId));
+    present->push(VlanIdOrRange::run(vlanId, vlanId));
   }
 }
 
@@ -124,7 +117,7 @@ MstiToVid mstiToVidFromBytes(Lumo::Bytes const& v2m) {
   constexpr std::uint16_t lastVlan = Bridging::VlanId::last;
   if (count == 0) {
     MstiToVid result;
-    result[0].push(run(Bridging::VlanId::first, lastVlan));
+    result[0].push(VlanIdOrRange::run(Bridging::VlanId::first, lastVlan));
     return result;
   }
 

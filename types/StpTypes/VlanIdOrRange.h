@@ -31,6 +31,15 @@ class STP_API VlanIdOrRange {
   VlanIdOrRange(VlanRange range) : word_(pack(range.first, range.last, Tag::vlanRange)) {}
   // NOLINTEND(google-explicit-constructor)
 
+  /// The VLANs from `first` to `last`, as the id where it is but one. Throws Lumo::RangeException
+  /// unless both lie in 1 to 4094; their order is trusted.
+  [[gnu::always_inline]] static VlanIdOrRange run(std::uint16_t first, std::uint16_t last) {
+    if (first == last) {
+      return Bridging::VlanId(first);
+    }
+    return VlanRange{Bridging::VlanId(first), Bridging::VlanId(last)};
+  }
+
   Tag tag() const noexcept { return static_cast<Tag>(word_ >> tagShift & 0xFF); }
 
   Bridging::VlanId vlanId() const {

@@ -52,6 +52,15 @@ TEST(VlanIdOrRange, HoldsARangeWhateverItsOrder) {
   }
 }
 
+TEST(VlanIdOrRange, HoldsARunAsAnIdWhereItIsButOne) {
+  EXPECT_EQ(VlanIdOrRange::run(7, 7), VlanIdOrRange(Bridging::VlanId(7)));
+  EXPECT_EQ(VlanIdOrRange::run(1, 4094),
+            VlanIdOrRange(VlanRange{Bridging::VlanId(1), Bridging::VlanId(4094)}));
+  EXPECT_THROW(VlanIdOrRange::run(0, 0), Lumo::RangeException);
+  EXPECT_THROW(VlanIdOrRange::run(0, 5), Lumo::RangeException);
+  EXPECT_THROW(VlanIdOrRange::run(5, 4095), Lumo::RangeException);
+}
+
 TEST(VlanIdOrRange, ComparesWhatItHolds) {
   EXPECT_EQ(VlanIdOrRange(VlanId(5)), VlanIdOrRange(VlanId(5)));
   EXPECT_NE(VlanIdOrRange(VlanId(5)), VlanIdOrRange(VlanId(6)));

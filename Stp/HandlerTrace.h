@@ -57,7 +57,8 @@ class HandlerTrace {
   /// must be read after that: the braces fix the order. `traced.writeText(site, text...)` writes
   /// the line; it is called only while the level is enabled.
   template <class Traced, class... Text>
-  HandlerTrace(TraceSite const& site, int& id, Traced const& traced, Text const&... text) noexcept
+  [[gnu::always_inline]] HandlerTrace(TraceSite const& site, int& id, Traced const& traced,
+                                      Text const&... text) noexcept
       : timer_{registeredFile(site, id), id} {
     if (moduleTraceHandle.enabled(handlerTraceLevel)) [[unlikely]] {
       traced.writeText(site, text...);

@@ -222,7 +222,7 @@ class STP_API
   /// that of an operation, with a parameter list where the fast trace's message has it. `text` is
   /// streamed after the common prefix; a callable is called with the stream.
   template <Lumo::FixedString handler, unsigned line, class... Text>
-  Impl::HandlerTrace trace(Text const&... text) const {
+  [[gnu::always_inline]] Impl::HandlerTrace trace(Text const&... text) const {
     static constexpr Impl::TraceSite site{className(), handler.view(), line};
     static_assert(Impl::hasRow(Derived::operations, site.handlerName()),
                   "no operation of this class has this name");
@@ -299,7 +299,8 @@ class STP_API
   template <class Id, Lumo::FieldId field>
   static void run(Derived& self, void const* key) {
     constexpr std::size_t runs = Impl::rowsListing<Id>(Derived::operations, field);
-    Lumo::Ptr<Derived> const held(runs > 1 || hasChildren ? &self : nullptr);
+    using Hold = std::conditional_t<(runs > 1 || hasChildren), Lumo::Ptr<Derived>, Derived*>;
+    [[maybe_unused]] Hold const held(&self);
     [&]<std::size_t... I>(std::index_sequence<I...>) {
       (runRow<Id, field, I, (runs > 1)>(self, key), ...);
     }

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -12,9 +13,11 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
+#include "Base/CommandLine.h"
 #include "EngineSource.h"
 #include "Fatal.h"
 #include "Follow.h"
@@ -40,44 +43,26 @@ void occupyStandardStreams() {
   }
 }
 
-// The parser takes a word in brackets for a list of words. Such a word is marked before it gets
-// there, and the mark is taken from whatever comes out.
-constexpr char mark = '\x01';
-
-Words marked(Words words) {
-  for (std::string& word : words) {
-    if (word.starts_with('[') || word.starts_with(mark)) {
-      word.insert(word.begin(), mark);
-    }
+// Says what the parser has to say, and returns the exit status.
+int ended(CLI::App& app, CLI::ParseError const& error) {
+  std::ostringstream complaint;
+  int const status = app.exit(error, std::cout, complaint);
+  std::cerr << Base::CommandLine::readable(complaint.str());
+  if (!std::cout.flush()) {
+    std::cerr << "standard output: " << std::generic_category().message(errno) << "\n";
+    return wrongCommandLine;
   }
-  return words;
-}
-
-std::string unmarked(std::string word) {
-  return word.starts_with(mark) ? word.substr(1) : word;
+  return status == 0 ? 0 : wrongCommandLine;
 }
 
 // Returns the exit status if the command line asks for no more, or is wrong.
-std::optional<int> parse(CLI::App& app, Words words) {
-  std::ranges::reverse(words);
+std::optional<int> parseCommand(CLI::App& command, Words const& words) {
   try {
-    app.parse(std::move(words));
+    Base::CommandLine(command).parse(words);
     return std::nullopt;
   } catch (CLI::ParseError const& error) {
-    std::ostringstream complaint;
-    int const status = app.exit(error, std::cout, complaint);
-    std::string text = complaint.str();
-    std::erase(text, mark);
-    std::cerr << text;
-    return status == 0 ? 0 : wrongCommandLine;
+    return ended(command, error);
   }
-}
-
-std::optional<int> parseCommand(CLI::App& command, Words const& words) {
-  for (CLI::Option* const option : command.get_options()) {
-    option->transform(&unmarked, "");
-  }
-  return parse(command, marked(words));
 }
 
 void addRunSettings(CLI::App& command, Agent::Settings& settings) {
@@ -118,8 +103,8 @@ int run(Words const& words) {
       .add_option("FILE", files, "Files of operations, in order; - is standard input, the default")
       ->type_name("");
   addSettings(command, settings);
-  auto const ended = parseCommand(command, words);
-  return ended ? *ended : Agent::runOperations(settings, files);
+  auto const status = parseCommand(command, words);
+  return status ? *status : Agent::runOperations(settings, files);
 }
 
 int replay(Words const& words) {
@@ -135,8 +120,8 @@ int replay(Words const& words) {
       ->required()
       ->type_name("");
   addSettings(command, settings);
-  auto const ended = parseCommand(command, words);
-  return ended ? *ended : Agent::replaySnapshots(settings, bridge, folders);
+  auto const status = parseCommand(command, words);
+  return status ? *status : Agent::replaySnapshots(settings, bridge, folders);
 }
 
 // A positive number of seconds.
@@ -173,8 +158,8 @@ int follow(Words const& words) {
       ->type_name("PROGRAM")
       ->capture_default_str();
   addSettings(command, settings);
-  if (auto const ended = parseCommand(command, words)) {
-    return *ended;
+  if (auto const status = parseCommand(command, words)) {
+    return *status;
   }
   following.interval = std::chrono::milliseconds(std::lround(seconds * 1000));
   return Agent::followEngine(settings, following);
@@ -199,8 +184,8 @@ int inspect(Words const& words) {
       ->excludes(input)
       ->excludes(bridgeOption);
   addRunSettings(command, settings);
-  if (auto const ended = parseCommand(command, words)) {
-    return *ended;
+  if (auto const status = parseCommand(command, words)) {
+    return *status;
   }
   return wiring ? Agent::printWiring() : Agent::inspectMirror(settings, bridge, inputs);
 }
@@ -238,8 +223,10 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", versionText);
   app.footer(commandList());
   app.prefix_command();  // what follows the command is its own affair
-  if (auto const ended = parse(app, Words(argv + 1, argv + argc))) {
-    return *ended;
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& error) {
+    return ended(app, error);
   }
   Words words = app.remaining();
   if (words.empty()) {

@@ -7,10 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <limits>
-#include <optional>
 #include <system_error>
-#include <utility>
 
 #include "Flashlog/MappedFile.h"
 #include "Flashlog/RingParser.h"

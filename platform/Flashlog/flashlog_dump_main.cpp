@@ -10,13 +10,14 @@
 #include <exception>
 #include <limits>
 #include <map>
+#include <sstream>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include "Base/CommandLine.h"
 #include "Flashlog/Format.h"
 #include "Flashlog/Reader.h"
 
@@ -248,13 +249,15 @@ int run(int argc, char** argv) {
   std::vector<std::string> paths;
   app.add_option("FILE", paths, "Trace files; the records of several are merged")->required();
   try {
-    app.parse(argc, argv);
+    Base::CommandLine(app).parse({argv + 1, argv + argc});
   } catch (CLI::CallForHelp const&) {
     return printText(app.help());
   } catch (CLI::CallForVersion const& version) {
     return printText(std::string(version.what()) + "\n");
   } catch (CLI::ParseError const& error) {
-    app.exit(error);
+    std::ostringstream complaint;
+    app.exit(error, complaint, complaint);
+    std::fputs(Base::CommandLine::readable(complaint.str()).c_str(), stderr);
     return exitWrongCommandLine;
   }
   return dump(paths, summary);

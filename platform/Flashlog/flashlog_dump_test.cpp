@@ -213,6 +213,12 @@ TEST(FlashlogDump, UnreadableFileIsNamedAndTheOthersArePrinted) {
                               ": cannot be opened: No such file or directory\n");
 }
 
+TEST(FlashlogDump, NameInBracketsIsTheNameOfOneFile) {
+  Result const result = dump({"[a,b]"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.error, "flashlog-dump: [a,b]: cannot be opened: No such file or directory\n");
+}
+
 TEST(FlashlogDump, WrongCommandLineExitsWithTwo) {
   for (std::vector<std::string> const& arguments :
        std::vector<std::vector<std::string>>{{}, {"--summary"}, {"--unknown", "/dev/null"}}) {

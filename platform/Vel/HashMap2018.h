@@ -7,8 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 

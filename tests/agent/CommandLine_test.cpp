@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,14 @@ TEST(CommandLine, HelpListsTheCommandsAndOptions) {
     EXPECT_THAT(runAgent({"follow", "--help"}).out, HasSubstr(option));
   }
   EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr("--bridge"));
+}
+
+TEST(CommandLine, HelpThatCannotBeWrittenIsAnError) {
+  for (char const* const command : {"", " run"}) {
+    int const status =
+        std::system((STP_AGENT + std::string(command) + " --help >/dev/full 2>&1").c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+  }
 }
 
 TEST(CommandLine, VersionIsThatOfTheProject) {

@@ -5,7 +5,6 @@
 // numbers, constructor, subscription, comparison and tear-down follow from them (Reactor.h).
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 #include <type_traits>
 #include <utility>

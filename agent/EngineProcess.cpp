@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
@@ -207,9 +208,14 @@ class EngineProcess {
     int status = 0;
     if (pid_ > 0) {
       (void)::kill(-pid_, SIGKILL);
-      while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-      }
+      pid_t ended = 0;
+      do {
+        ended = ::waitpid(pid_, &status, 0);
+      } while (ended < 0 && errno == EINTR);
       pid_ = -1;
+      if (ended < 0 && answer_.problem.empty()) {
+        answer_.problem = "ended unseen";
+      }
     }
     return status;
   }

@@ -1,10 +1,7 @@
 // The process that asks the engine: one run of its control program.
 #pragma once
 
-#include <sys/types.h>
 
-#include <array>
-#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>

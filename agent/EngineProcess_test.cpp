@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -77,6 +78,12 @@ TEST_F(EngineProcess, FailureTellsStatusAndComplaint) {
   EXPECT_EQ(ask("echo part; exit 1").output, "part\n");
   EXPECT_EQ(ask("echo warning >&2").problem, "");
   EXPECT_EQ(ask("echo warning >&2").complaint, "");
+}
+
+TEST_F(EngineProcess, FailureIsSeenThoughChildrenWereIgnored) {
+  ::signal(SIGCHLD, SIG_IGN);
+  Interrupt::install();
+  EXPECT_EQ(ask("exit 3").problem, "failed with status 3");
 }
 
 TEST_F(EngineProcess, IsEndedWhenItDoesNotAnswer) {

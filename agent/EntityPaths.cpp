@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <tuple>
-#include <utility>
 
 #include "Json.h"
 #include "Lanx/IntfId.h"

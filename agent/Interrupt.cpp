@@ -49,11 +49,17 @@ void Interrupt::install() {
   struct sigaction action {};
   action.sa_handler = &handleSignal;
   ::sigemptyset(&action.sa_mask);
+  ::sigaddset(&action.sa_mask, SIGINT);  // one after the other: both are counted
+  ::sigaddset(&action.sa_mask, SIGTERM);
   if (::sigaction(SIGINT, &action, nullptr) != 0 || ::sigaction(SIGTERM, &action, nullptr) != 0) {
     fail("sigaction");
   }
   action.sa_handler = SIG_IGN;
   if (::sigaction(SIGPIPE, &action, nullptr) != 0) {
+    fail("sigaction");
+  }
+  action.sa_handler = SIG_DFL;  // if ignored, how children ended could not be asked
+  if (::sigaction(SIGCHLD, &action, nullptr) != 0) {
     fail("sigaction");
   }
 }

@@ -11,7 +11,7 @@
 namespace Agent {
 
 /// Takes both signals over for the life of the process; SIGPIPE is ignored from then on, so that
-/// output into a closed pipe is an error of the write.
+/// output into a closed pipe is an error of the write, and SIGCHLD is no longer ignored, if it was.
 class Interrupt {
  public:
   Interrupt() = delete;

@@ -1,7 +1,5 @@
 #include "Json.h"
 
-#include <algorithm>
-
 namespace Agent {
 
 std::string inQuotes(std::string_view text) {

@@ -1,7 +1,6 @@
 #include "Output.h"
 
 #include <poll.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 #include <tuple>
-#include <type_traits>
 #include <unordered_set>
 #include <utility>
 

@@ -2,7 +2,6 @@
 
 #include <map>
 #include <string_view>
-#include <tuple>
 #include <utility>
 #include <vector>
 

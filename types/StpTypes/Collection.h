@@ -1,7 +1,6 @@
 // What every keyed collection of an entity does: change, then announce the key that changed.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <type_traits>
 #include <utility>

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <type_traits>
 
 #include "Base/Api.h"

@@ -6,7 +6,6 @@
 #include <tuple>
 
 #include "Base/Api.h"
-#include "Bridging/VlanId.h"
 #include "Lumo/String.h"
 #include "StpTypes/AttributeTable.h"
 #include "StpTypes/Collection.h"

@@ -121,6 +121,9 @@ struct STP_API OCMstpMainStateSmAttributes {
 
 /// Keeps the MST instance state: VLAN lists from the running configuration, bridge priorities from
 /// the status, each written without touching the other.
+///
+/// An entity that is replaced under its name, "Mst" or an MST instance, stays watched until its
+/// name goes: changes of the new one are seen with the next rebuild that something else causes.
 class STP_API OCMstpMainStateSm final
     : public Reactor<OCMstpMainStateSm, OCMstpMainStateSmAttributes> {
  public:

@@ -72,9 +72,9 @@ class STP_API
     return qualified.substr(qualified.rfind(':') + 1);
   }
 
-  /// A new reactor, active; the arguments are those of the constructor. Any entity may be absent:
-  /// an absent source is not watched. What the initial synchronisation throws passes, and nothing
-  /// of the reactor remains.
+  /// A new reactor, active; the arguments are those of the constructor. An absent source is not
+  /// watched; where the initial synchronisation needs an entity that is absent it throws
+  /// Lumo::AbsentPointerException. What it throws passes, and nothing of the reactor remains.
   static Lumo::Ptr<Derived> create(typename Argument::Argument const&... arguments) {
     Lumo::Ptr<Derived> reactor = construct(arguments...);
     reactor->hasNotificationActiveIs(true);

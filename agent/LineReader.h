@@ -13,7 +13,8 @@ namespace Agent {
 /// (Interrupt.h) ends them like the end of the file.
 class LineReader {
  public:
-  /// Of a line with more than `longest` bytes only the first `longest` + 1 are kept.
+  /// Of a line with more than `longest` bytes at least the first `longest` + 1 are kept, and not
+  /// much more.
   LineReader(int descriptor, std::size_t longest) : descriptor_(descriptor), longest_(longest) {}
 
   /// The next line, without its end, or none after the last. Valid until the next call. Throws

@@ -6,8 +6,10 @@
 //
 //     input.portConfig.Ethernet1.linkType      an attribute        set, touch
 //     input.portConfig.Ethernet1               a member            create, replace, touch, delete
-//     input.portConfig                         a collection        clear
+//     input.portConfig                         a collection        clear, also a target's
 //     input.disabledVlan.10                    an entry of a table set, touch, delete
+//     vlanConfigDir.vlanConfig.10              a VLAN that exists  create, replace, touch, delete
+//     ocGlobalConfig.config                    a target's own      set
 //     ocInterfaceConfigDir.interface.Ethernet1 a target's member   create, set, delete
 //     ocInterfaceStateDir.state.Ethernet1      a target's record   set, delete
 #pragma once

@@ -81,7 +81,7 @@ constexpr Limits<Integer> limitsOf(std::string_view attribute) {
       return {0, 4095};
     }
     if (attribute == "bridgePriority") {
-      return {0, 61440};
+      return {0, Stp::OCBridgePriority::largest};
     }
   }
   return {};

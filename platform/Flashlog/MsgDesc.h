@@ -1,7 +1,7 @@
 // Registers the text of a message in a trace file, at the first record of that message there.
 //
 //   static int id = 0;
-//   if (!file.registered(id)) {
+//   if (!file.registered(std::atomic_ref(id).load())) {  // a plain read with a single thread
 //     MsgDesc message(file, id, "/src/Main", 12);
 //     message << "start():" << 12U;
 //     message.finish();

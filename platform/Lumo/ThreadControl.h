@@ -8,8 +8,10 @@
 
 namespace Lumo {
 
-/// Entities live on one notification thread, yet other threads may hold references to them. A
-/// process that starts a second thread says so once, before it starts it.
+/// Entities live on one notification thread, yet other threads may hold references to them, and
+/// copies of their records. A process that starts a second thread says so once, before it starts
+/// it. What comes from the slabs (reactors, the lists of records) is freed on the notification
+/// thread alone: the last reference to it must not be dropped elsewhere.
 class STP_API ThreadControl {
  public:
   /// True once the process is multi-threaded: reference counts are then atomic

@@ -19,7 +19,10 @@ namespace Stp {
 
 /// A list of small plain values. Copies share their elements until one of them changes. Records
 /// are copied whole for every change of one of their members, so this is what keeps the change of
-/// another member from costing the length of the list. Elements come from the slabs.
+/// another member from costing the length of the list.
+///
+/// Elements come from the slabs. So only the notification thread changes a list or drops the last
+/// one of those that share their elements; other threads may hold copies and read them.
 template <class T>
 class SharedList {
   static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 8 && sizeof(T) <= 48);

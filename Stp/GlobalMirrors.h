@@ -33,6 +33,8 @@ class STP_API OCGlobalConfigSm final
   static constexpr auto OCGlobalConfigSmIs = &create;
   static constexpr auto stpInputConfigDispatch = &dispatch<Input::Config>;
 
+  /// Each writes one member of the record and leaves the others: the protocols that the mode stands
+  /// for, the flag, the compressed list.
   void handleEnabledProtocol();
   void handleBpduguard();
   void handleDisabledVlan();
@@ -61,6 +63,7 @@ struct STP_API OCGlobalVlanSyncherAttributes {
 class STP_API OCGlobalVlanSyncher final
     : public Reactor<OCGlobalVlanSyncher, OCGlobalVlanSyncherAttributes> {
  public:
+  /// Touches nothing; both entities may still be absent.
   OCGlobalVlanSyncher(Lumo::Ptr<OCGlobalConfig> const& ocGlobalConfig,
                       Lumo::Ptr<Input::Config> const& stpInputConfig);
 
@@ -75,6 +78,7 @@ class STP_API OCGlobalVlanSyncher final
   };
 };
 
+/// A new object that waits to be asked.
 STP_API Lumo::Ptr<OCGlobalVlanSyncher> oCGlobalVlanSyncherFactory(
     Lumo::Ptr<OCGlobalConfig> const& ocGlobalConfig,
     Lumo::Ptr<Input::Config> const& stpInputConfig);
@@ -102,6 +106,8 @@ class STP_API OCGlobalStateSm final : public Reactor<OCGlobalStateSm, OCGlobalSt
   static constexpr auto stpStatusDispatch = &dispatch<Status>;
   static constexpr auto stpVlanConfigDirDispatch = &dispatch<VlanConfigDir>;
 
+  /// Each writes one member of the record and leaves the others: the protocol that runs, the flag,
+  /// the VLANs that are disabled and exist.
   void handleEnabledProtocol();
   void handleBpduguard();
   void handleDisabledVlan();

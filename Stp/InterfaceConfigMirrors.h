@@ -37,7 +37,10 @@ class STP_API OCPortConfigSm final : public Reactor<OCPortConfigSm, OCPortConfig
   static constexpr auto OCPortConfigSmIs = &create;
   static constexpr auto portConfigDispatch = &dispatch<Input::PortConfig>;
 
+  /// The initial synchronisation: the edge port.
   void handleInitialized();
+
+  /// Each writes one member of the record, and the name, and leaves the others.
   void handleEdgePort();
   void handleBpduguard();
   void handleLinkType();
@@ -74,6 +77,7 @@ struct STP_API OCStpiStatusConfigSmAttributes {
 class STP_API OCStpiStatusConfigSm final
     : public Reactor<OCStpiStatusConfigSm, OCStpiStatusConfigSmAttributes> {
  public:
+  /// All three entities must be present.
   OCStpiStatusConfigSm(Lumo::String const& name,
                        Lumo::Ptr<Input::Config const> const& stpInputConfig,
                        Lumo::Ptr<StpiStatus const> const& stpiStatus,
@@ -82,7 +86,11 @@ class STP_API OCStpiStatusConfigSm final
   static constexpr auto OCStpiStatusConfigSmIs = &create;
   static constexpr auto stpiStatusDispatch = &dispatch<StpiStatus>;
 
+  /// Decides on every port that the instance lists.
   void handleInitialized();
+
+  /// Adds an interface that is listed and not there yet; otherwise takes one away that nobody
+  /// configured, also where it is listed.
   void handleStpiPortStatusConfig(Lumo::String const& portName);
 
   static constexpr auto operations = std::tuple{
@@ -119,23 +127,34 @@ class STP_API OCInterfaceConfigDirSm final
   using HN_PortConfigSm = Children<"portConfigSm", OCPortConfigSm>::Set::Node;
   using HN_StpiStatusConfigSm = Children<"stpiStatusConfigSm", OCStpiStatusConfigSm>::Set::Node;
 
+  /// The initial synchronisation, as the constructor does it.
   void handleInitialized();
+
+  /// Brings one port's interface up to date after its input configuration came, changed its entity
+  /// or went.
   void handleInterface(Lumo::String const& portName);
+
+  /// Adds the mirror of an instance, or drops it and cleans up after it. Another entity under the
+  /// name of one that has a mirror throws Vel::ReinstantiationException.
   void handleStpiStatusConfig(Lumo::String const& stpiName);
 
   /// Deletes the interfaces that are neither configured nor listed by any instance.
   void maybeCleanUpExternalIntfConfigs();
 
+  /// The child of a port: the present one, which must be made from the same entities, or else
+  /// Vel::ReinstantiationException is thrown; a new, active one where there is none.
   Lumo::Ptr<OCPortConfigSm> portConfigSmIs(Lumo::String const& name,
                                            Lumo::Ptr<Input::PortConfig const> const& portConfig,
                                            Lumo::Ptr<OCInterface> const& externalIntf) {
     return portConfigSm.is(name, portConfig, externalIntf);
   }
+  /// Takes a child out of the set and returns it, as active as it was; null where there is none.
   Lumo::Ptr<OCPortConfigSm> portConfigSmDel(Lumo::String const& name) {
     return portConfigSm.del(name);
   }
   void portConfigSmDelAll() { portConfigSm.delAll(); }
 
+  /// The same for the child of an instance.
   Lumo::Ptr<OCStpiStatusConfigSm> stpiStatusConfigSmIs(
       Lumo::String const& name, Lumo::Ptr<Input::Config const> const& inputConfig,
       Lumo::Ptr<StpiStatus const> const& stpiStatus,

@@ -34,7 +34,8 @@ struct STP_API OCStpiPortStatusSmAttributes {
 class STP_API OCStpiPortStatusSm final
     : public Reactor<OCStpiPortStatusSm, OCStpiPortStatusSmAttributes> {
  public:
-  /// `portConfig` may be absent: the BPDU guard is then never computed.
+  /// `stpConfig` and `portConfig` may be absent: the BPDU guard is then never computed. Status and
+  /// directory must be present.
   OCStpiPortStatusSm(Lumo::String const& name, Lumo::Ptr<Config const> const& stpConfig,
                      Lumo::Ptr<PortConfig const> const& portConfig,
                      Lumo::Ptr<StpiPortStatus const> const& stpiPortStatus,
@@ -45,7 +46,10 @@ class STP_API OCStpiPortStatusSm final
   static constexpr auto portConfigDispatch = &dispatch<PortConfig>;
   static constexpr auto stpiPortStatusDispatch = &dispatch<StpiPortStatus>;
 
+  /// The initial synchronisation: all three members, one after the other.
   void handleInitialized();
+
+  /// Each writes one member of the record, which it adds if it is not there, and leaves the others.
   void handleEdgePort();
   void handleBpduguard();
   void handleLinkType();
@@ -97,12 +101,15 @@ class STP_API OCStpiStatusSm final : public Reactor<OCStpiStatusSm, OCStpiStatus
   using OcStpiPortStatusSmKeyFunktor =
       Children<"ocStpiPortStatusSm", OCStpiPortStatusSm>::KeyFunktor;
 
+  /// Brings in every port that the instance reports.
   void handleInitialized();
 
   /// A port's configuration is looked up only here: one that comes or is replaced later does not
   /// reach the port's mirror, and makes the next notification for the port's status an error.
   void handleStpiPortStatus(Lumo::String const& portName);
 
+  /// The child of a port: the present one, which must be made from the same entities, or else
+  /// Vel::ReinstantiationException is thrown; a new, active one where there is none.
   Lumo::Ptr<OCStpiPortStatusSm> ocStpiPortStatusSmIs(
       Lumo::String const& portName, Lumo::Ptr<Config const> const& config,
       Lumo::Ptr<PortConfig const> const& portConfig,
@@ -110,6 +117,7 @@ class STP_API OCStpiStatusSm final : public Reactor<OCStpiStatusSm, OCStpiStatus
       Lumo::Ptr<OCInterfaceStateDir> const& intfStateDir) {
     return ocStpiPortStatusSm.is(portName, config, portConfig, stpiPortStatus, intfStateDir);
   }
+  /// Takes a child out of the set and returns it, as active as it was; null where there is none.
   Lumo::Ptr<OCStpiPortStatusSm> ocStpiPortStatusSmDel(Lumo::String const& portName) {
     return ocStpiPortStatusSm.del(portName);
   }
@@ -151,15 +159,21 @@ class STP_API OCInterfaceStateDirSm final
   using HN_OcStpiStatusSm = Children<"ocStpiStatusSm", OCStpiStatusSm>::Set::Node;
   using OcStpiStatusSmKeyFunktor = Children<"ocStpiStatusSm", OCStpiStatusSm>::KeyFunktor;
 
+  /// Brings in every instance that the engine reports.
   void handleInitialized();
+
+  /// Adds the mirror of an instance, or drops it; the states that it wrote stay.
   void handleStpiStatus(Lumo::String const& stpiName);
 
+  /// The child of an instance: the present one, which must be made from the same entities, or else
+  /// Vel::ReinstantiationException is thrown; a new, active one where there is none.
   Lumo::Ptr<OCStpiStatusSm> ocStpiStatusSmIs(Lumo::String const& stpiName,
                                              Lumo::Ptr<Config const> const& config,
                                              Lumo::Ptr<StpiStatus const> const& stpiStatus,
                                              Lumo::Ptr<OCInterfaceStateDir> const& intfStateDir) {
     return ocStpiStatusSm.is(stpiName, config, stpiStatus, intfStateDir);
   }
+  /// Takes a child out of the set and returns it, as active as it was; null where there is none.
   Lumo::Ptr<OCStpiStatusSm> ocStpiStatusSmDel(Lumo::String const& stpiName) {
     return ocStpiStatusSm.del(stpiName);
   }

@@ -76,14 +76,18 @@ class STP_API OCMstpConfigSm final : public Reactor<OCMstpConfigSm, OCMstpConfig
   /// the directory.
   void handleInitialized();
 
-  /// Throws Lumo::RangeException for a name that is no MST instance name.
+  /// Adds an instance that is configured, with its mirror, or removes both. Throws
+  /// Lumo::RangeException for a name that is no MST instance name.
   void handleMstiConfig(Lumo::String const& mstiName);
 
+  /// The child of an MST instance: the present one, which must be made from the same entities, or
+  /// else Vel::ReinstantiationException is thrown; a new, active one where there is none.
   Lumo::Ptr<OCMstiConfigSm> ocMstiConfigSmIs(Lumo::String const& mstiName,
                                              Lumo::Ptr<Input::MstiConfig const> const& mstiConfig,
                                              Lumo::Ptr<OCMsti> const& externalMsti) {
     return ocMstiConfigSm.is(mstiName, mstiConfig, externalMsti);
   }
+  /// Takes a child out of the set and returns it, as active as it was; null where there is none.
   Lumo::Ptr<OCMstiConfigSm> ocMstiConfigSmDel(Lumo::String const& mstiName) {
     return ocMstiConfigSm.del(mstiName);
   }
@@ -117,25 +121,33 @@ struct STP_API OCMstpConfigWrapperSmAttributes {
 class STP_API OCMstpConfigWrapperSm final
     : public Reactor<OCMstpConfigWrapperSm, OCMstpConfigWrapperSmAttributes> {
  public:
+  /// The input configuration must be present.
   OCMstpConfigWrapperSm(Lumo::Ptr<Input::Config const> const& stpInputConfig,
                         Lumo::Ptr<OCMstiConfigDir> const& ocMstiConfigDir);
 
   static constexpr auto OCMstpConfigWrapperSmIs = &create;
   static constexpr auto stpInputConfigDispatch = &dispatch<Input::Config>;
 
+  /// Brings in the instance "Mst"; without one it empties the directory.
   void handleInitialized();
 
-  /// Throws Lumo::RangeException for an instance id above 4095 in the directory; the instances
-  /// before it keep what was written.
+  /// Writes the VLAN list of every instance, and removes those that have neither VLANs nor a
+  /// configuration. Throws Lumo::RangeException for an instance id above 4095 in the directory; the
+  /// instances before it keep what was written.
   void handleMstVlanMapping();
+
+  /// Adds or drops the mirror of "Mst", and then does the same as handleMstVlanMapping.
   void handleMstpConfigSm(Lumo::String const& stpiName);
 
+  /// The child for "Mst": the present one, which must be made from the same entities, or else
+  /// Vel::ReinstantiationException is thrown; a new, active one where there is none.
   Lumo::Ptr<OCMstpConfigSm> ocMstpConfigSmIs(Lumo::String const& stpiName,
                                              Lumo::Ptr<Input::StpiConfig const> const& mst,
                                              Lumo::Ptr<Input::Config const> const& inputConfig,
                                              Lumo::Ptr<OCMstiConfigDir> const& mstiConfigDir) {
     return ocMstpConfigSm.is(stpiName, mst, inputConfig, mstiConfigDir);
   }
+  /// Takes a child out of the set and returns it, as active as it was; null where there is none.
   Lumo::Ptr<OCMstpConfigSm> ocMstpConfigSmDel(Lumo::String const& stpiName) {
     return ocMstpConfigSm.del(stpiName);
   }

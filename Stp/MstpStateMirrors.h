@@ -67,6 +67,8 @@ class STP_API OCMstSm final : public Reactor<OCMstSm, OCMstSmAttributes> {
   static constexpr auto OCMstSmIs = &create;
   static constexpr auto stpiStatusDispatch = &dispatch<StpiStatus>;
 
+  /// Counts the trigger up, which rebuilds the directory before this returns, and may drop the very
+  /// object that is called.
   void triggerInc();
 
   static constexpr auto operations = std::tuple{
@@ -96,6 +98,8 @@ class STP_API OCMstiStatusSm final : public Reactor<OCMstiStatusSm, OCMstiStatus
   static constexpr auto OCMstiStatusSmIs = &create;
   static constexpr auto mstiStatusDispatch = &dispatch<MstiStatus>;
 
+  /// Counts the trigger up, which rebuilds the directory before this returns, and may drop the very
+  /// object that is called.
   void triggerInc();
 
   static constexpr auto operations = std::tuple{
@@ -137,23 +141,31 @@ class STP_API OCMstpMainStateSm final
   static constexpr auto stpStatusDispatch = &dispatch<Status>;
   static constexpr auto ocMstpTriggerDispatch = &dispatch<OCMstpTrigger>;
 
+  /// Makes the trigger.
   void handleInitialized();
 
   /// Rebuilds the directory in one pass. Throws Lumo::RangeException for a bridge priority above
   /// 61440 or an instance id above 4095 in the directory; what was stored before stays.
   void update();
+
+  /// Counts the trigger up, which must be there: `update` has run when this returns.
   void triggerInc();
 
   /// A fresh trigger in the place of any other, watched.
   Lumo::Ptr<OCMstpTrigger> ocMstpTriggerIs();
+
+  /// Takes the trigger out, no longer watched, and returns it; null where there is none.
   Lumo::Ptr<OCMstpTrigger> ocMstpTriggerDel() { return ocMstpTrigger.replace(nullptr); }
 
+  /// The child that watches "Mst": the present one, which must be made from the same entities, or
+  /// else Vel::ReinstantiationException is thrown; a new, active one where there is none.
   Lumo::Ptr<OCMstSm> ocMstSmIs(Lumo::Ptr<StpiStatus const> const& stpiStatus,
                                Lumo::Ptr<OCMstpTrigger> const& trigger) {
     return ocMstSm.is(stpiStatus, trigger);
   }
   Lumo::Ptr<OCMstSm> ocMstSmDel() { return ocMstSm.del(); }
 
+  /// The same for the child of an MST instance.
   Lumo::Ptr<OCMstiStatusSm> ocMstiStatusSmIs(Lumo::String const& mstiName,
                                              Lumo::Ptr<MstiStatus const> const& mstiStatus,
                                              Lumo::Ptr<OCMstpTrigger> const& trigger) {

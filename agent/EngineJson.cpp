@@ -12,14 +12,14 @@ constexpr std::size_t maxDepth = 8;
 
 constexpr std::string_view blanks = " \t\r\n";
 
-std::string_view withoutBlanks(std::string_view text) {
+std::string_view withoutLeadingBlanks(std::string_view text) {
   return text.substr(std::min(text.find_first_not_of(blanks), text.size()));
 }
 
 /// Whether the quote before `rest` ends a value, because the next member follows, or, for the
 /// member that the engine prints last, the end of the object.
 bool endsValue(std::string_view rest, bool const isLast) {
-  rest = withoutBlanks(rest);
+  rest = withoutLeadingBlanks(rest);
   if (isLast && rest.starts_with('}')) {
     rest.remove_prefix(rest.starts_with("}]") ? 2 : 1);
     return rest.empty() || rest.starts_with(',') ||
@@ -28,11 +28,11 @@ bool endsValue(std::string_view rest, bool const isLast) {
   if (!rest.starts_with(',')) {
     return false;
   }
-  rest = withoutBlanks(rest.substr(1));
+  rest = withoutLeadingBlanks(rest.substr(1));
   auto const end =
       rest.find_first_not_of("-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", 1);
   return rest.starts_with('"') && end != std::string_view::npos && rest[end] == '"' &&
-         withoutBlanks(rest.substr(end + 1)).starts_with(':');
+         withoutLeadingBlanks(rest.substr(end + 1)).starts_with(':');
 }
 
 /// Makes JSON of what the engine prints, as Snapshot.h describes. Strings, brackets and the words

@@ -14,11 +14,14 @@
 #include <system_error>
 #include <utility>
 
+#include "Base/FileDescriptor.h"
 #include "Json.h"
 
 namespace Agent {
 
 namespace {
+
+using Base::FileDescriptor;
 
 void require(bool holds, char const* what) {
   if (!holds) {
@@ -26,40 +29,16 @@ void require(bool holds, char const* what) {
   }
 }
 
-// A file descriptor that is closed at the end.
-class Descriptor {
- public:
-  Descriptor() = default;
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-  }
-  ~Descriptor() { close(); }
-
-  int number() const { return number_; }
-  bool isOpen() const { return number_ >= 0; }
-  void close() {
-    if (isOpen()) {
-      (void)::close(std::exchange(number_, -1));
-    }
-  }
-
- private:
-  int number_ = -1;
-};
-
 struct Pipe {
   Pipe() {
     std::array<int, 2> ends{};
     require(::pipe2(ends.data(), O_CLOEXEC) == 0, "pipe2");
-    reading = Descriptor(ends[0]);
-    writing = Descriptor(ends[1]);
+    reading = FileDescriptor(ends[0]);
+    writing = FileDescriptor(ends[1]);
   }
 
-  Descriptor reading;
-  Descriptor writing;
+  FileDescriptor reading;
+  FileDescriptor writing;
 };
 
 // How the child's streams and signals are to be: a group of its own, so that what it starts can be
@@ -84,7 +63,7 @@ class SpawnPlan {
     ::posix_spawnattr_destroy(&attributes_);
   }
 
-  void streamIs(int stream, Descriptor const& descriptor) {
+  void streamIs(int stream, FileDescriptor const& descriptor) {
     ::posix_spawn_file_actions_adddup2(&actions_, descriptor.number(), stream);
   }
 
@@ -145,10 +124,10 @@ class EngineProcess {
       pid_ = -1;
       return error;
     }
-    for (Descriptor const* const mine : {&input.writing, &output.reading, &errors.reading}) {
+    for (FileDescriptor const* const mine : {&input.writing, &output.reading, &errors.reading}) {
       require(::fcntl(mine->number(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
     }
-    ended_ = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+    ended_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
     require(ended_.isOpen(), "pidfd_open");
     input_ = std::move(input.writing);
     output_ = std::move(output.reading);
@@ -189,7 +168,7 @@ class EngineProcess {
   }
 
   // All that there is without waiting.
-  static void read(Descriptor& from, std::string& to) {
+  static void read(FileDescriptor& from, std::string& to) {
     std::array<char, 65536> buffer{};
     while (from.isOpen() && to.size() <= longestAnswer) {
       ssize_t const size = ::read(from.number(), buffer.data(), buffer.size());
@@ -235,10 +214,10 @@ class EngineProcess {
   std::string_view commands_;
   Interrupt::Clock::time_point deadline_;
   pid_t pid_ = -1;
-  Descriptor ended_;
-  Descriptor input_;
-  Descriptor output_;
-  Descriptor errors_;
+  FileDescriptor ended_;
+  FileDescriptor input_;
+  FileDescriptor output_;
+  FileDescriptor errors_;
   EngineAnswer answer_;
   std::string complaint_;
 };

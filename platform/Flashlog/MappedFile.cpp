@@ -19,12 +19,6 @@ namespace {
 
 }  // namespace
 
-FileDescriptor::~FileDescriptor() {
-  if (number_ >= 0) {
-    close(number_);
-  }
-}
-
 MappedFile::MappedFile(std::string const& path, std::size_t bytes)
     : descriptor_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)), bytes_(bytes) {
   int const fd = descriptor_.number();

@@ -6,23 +6,9 @@
 #include <string>
 
 #include "Base/Api.h"
+#include "Base/FileDescriptor.h"
 
 namespace Flashlog {
-
-/// Owns a file descriptor, or none.
-class STP_API FileDescriptor {
- public:
-  /// `number` is negative for none.
-  explicit FileDescriptor(int number) noexcept : number_(number) {}
-  ~FileDescriptor();
-  FileDescriptor(FileDescriptor const&) = delete;
-  FileDescriptor& operator=(FileDescriptor const&) = delete;
-
-  [[nodiscard]] int number() const noexcept { return number_; }
-
- private:
-  int number_;
-};
 
 /// Owns the mapping of a file that it creates, or empties if it exists. While it lives nobody else
 /// can map the same file through this class.
@@ -39,7 +25,7 @@ class STP_API MappedFile {
   [[nodiscard]] std::byte* data() const noexcept { return data_; }
 
  private:
-  FileDescriptor descriptor_;
+  Base::FileDescriptor descriptor_;
   std::size_t bytes_;
   std::byte* data_ = nullptr;
 };

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <system_error>
 
-#include "Flashlog/MappedFile.h"
+#include "Base/FileDescriptor.h"
 #include "Flashlog/RingParser.h"
 
 namespace Flashlog {
@@ -171,8 +171,8 @@ Trace parseTrace(std::string const& name, std::span<std::byte const> bytes) {
 }
 
 Trace readTrace(std::string const& path) {
-  FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.number() < 0) {
+  Base::FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.isOpen()) {
     unreadable(path, "cannot be opened: " + std::generic_category().message(errno));
   }
   std::vector<std::byte> bytes;

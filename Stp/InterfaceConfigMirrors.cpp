@@ -46,7 +46,7 @@ OcLinkType linkTypeOf(Input::PortConfig::LinkType linkType, OcLinkType present) 
 // The interface under `id`, a new one where there is none, whose record says so.
 Lumo::Ptr<OCInterface> namedInterface(OCInterfaceConfigDir& directory, Lanx::IntfId id) {
   auto const name = [id](InterfaceConfig& config) { config.name = id; };
-  if (Lumo::Ptr<OCInterface> const present = directory.interface(id)) {
+  if (Lumo::Ptr<OCInterface> present = directory.interface(id)) {
     rewrite(*present, name);
     return present;
   }

@@ -27,7 +27,7 @@ Lumo::Ptr<Member> recordedMemberAdd(Directory& directory, Lumo::Ptr<Member> (Dir
                                     bool (Directory::*remove)(Key), Key key, Edit edit) {
   Lumo::Ptr<Directory> const held(&directory);
   try {
-    Lumo::Ptr<Member> const member = (directory.*add)(key);
+    Lumo::Ptr<Member> member = (directory.*add)(key);
     rewrite(*member, edit);
     return member;
   } catch (...) {

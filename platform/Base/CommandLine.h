@@ -39,7 +39,7 @@ class CommandLine {
  private:
   static constexpr char mark = '\x01';
 
-  static std::string unmarked(std::string word) {
+  static std::string unmarked(std::string const& word) {
     return word.starts_with(mark) ? word.substr(1) : word;
   }
 

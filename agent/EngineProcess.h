@@ -1,7 +1,6 @@
 // The process that asks the engine: one run of its control program.
 #pragma once
 
-
 #include <cstddef>
 #include <optional>
 #include <string>

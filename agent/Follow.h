@@ -20,8 +20,8 @@ struct Following {
 
 /// Takes a snapshot of the bridge every interval and applies what changed, until a signal to end
 /// comes or nobody reads the results. While no snapshot can be taken the state stays as it is;
-/// why is told once for each kind of reason, of up to eight kinds, and when that is over. Returns the exit status: 0, or
-/// 2 when a file can't be written.
+/// why is told once for each kind of reason, of up to eight kinds, and when that is over. Returns
+/// the exit status: 0, or 2 when a file can't be written.
 int followEngine(Settings const& settings, Following const& following);
 
 }  // namespace Agent

@@ -183,9 +183,11 @@ void requireSensible(std::string_view line) {
       places.emplace_back(places.back(), level.member);
     }
   }
-  bool const isInMember = !levels.empty() && !levels.front().isArray;
   std::string const reason = "a number that is too large";
-  isInMember ? places.back().refuse(reason) : throw Refusal(reason);
+  if (levels.empty() || levels.front().isArray) {
+    throw Refusal(reason);
+  }
+  places.back().refuse(reason);
 }
 
 Json parseObject(std::string_view line) {

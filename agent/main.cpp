@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "Base/CommandLine.h"
+#include "CommandLine.h"
 #include "EngineSource.h"
 #include "Fatal.h"
 #include "Follow.h"
@@ -47,7 +47,7 @@ void occupyStandardStreams() {
 int ended(CLI::App& app, CLI::ParseError const& error) {
   std::ostringstream complaint;
   int const status = app.exit(error, std::cout, complaint);
-  std::cerr << Base::CommandLine::readable(complaint.str());
+  std::cerr << Programs::CommandLine::readable(complaint.str());
   if (!std::cout.flush()) {
     std::cerr << "standard output: " << std::generic_category().message(errno) << "\n";
     return wrongCommandLine;
@@ -58,7 +58,7 @@ int ended(CLI::App& app, CLI::ParseError const& error) {
 // Returns the exit status if the command line asks for no more, or is wrong.
 std::optional<int> parseCommand(CLI::App& command, Words const& words) {
   try {
-    Base::CommandLine(command).parse(words);
+    Programs::CommandLine(command).parse(words);
     return std::nullopt;
   } catch (CLI::ParseError const& error) {
     return ended(command, error);

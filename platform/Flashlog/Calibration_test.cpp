@@ -5,9 +5,10 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include "Flashlog/Clock.h"
-#include "Flashlog/Format.h"
 
 namespace Flashlog {
 namespace {
@@ -16,6 +17,8 @@ using std::chrono::nanoseconds;
 
 constexpr std::uint64_t maxTicks = std::numeric_limits<std::uint64_t>::max();
 constexpr std::int64_t maxTime = std::numeric_limits<std::int64_t>::max();
+// Of a time near the limit of its type the day it is in could not be told.
+constexpr nanoseconds lastTime = nanoseconds::max() - std::chrono::days(2);
 constexpr std::int64_t minTime = std::numeric_limits<std::int64_t>::min();
 
 TEST(Calibration, RateIsThatOfTheMonotonicClock) {
@@ -39,18 +42,39 @@ TEST(Calibration, NanosecondsOfToDayAreKept) {
 }
 
 TEST(Calibration, WhatIsTooLongEndsAtTheLimit) {
-  for (std::int64_t const realtime : {minTime, std::int64_t{0}, maxTime}) {
-    SCOPED_TRACE(realtime);
+  struct Case {
+    std::int64_t realtime;  // of tick 1
+    nanoseconds before;
+    nanoseconds after;
+  };
+  for (Case const& given : {Case{minTime, -lastTime, nanoseconds(-1)}, Case{0, -lastTime, lastTime},
+                            Case{maxTime, nanoseconds(0), lastTime}}) {
+    SCOPED_TRACE(given.realtime);
     Calibration const steep({.ticks = 0, .realtime = 0, .monotonic = minTime},
-                            {.ticks = 1, .realtime = realtime, .monotonic = maxTime});
+                            {.ticks = 1, .realtime = given.realtime, .monotonic = maxTime});
     EXPECT_EQ(steep.duration(maxTicks), nanoseconds::max());
-    EXPECT_GT(steep.time(maxTicks), steep.time(0));
-    for (std::uint64_t const ticks : {std::uint64_t{0}, std::uint64_t{1}, maxTicks}) {
-      EXPECT_EQ(utcTime(steep.time(ticks)).size(), 30U) << ticks;
-    }
+    EXPECT_EQ(steep.time(0).time_since_epoch(), given.before);
+    EXPECT_EQ(steep.time(maxTicks).time_since_epoch(), given.after);
     Calibration const flat({.ticks = 0, .realtime = 0, .monotonic = 0},
-                           {.ticks = maxTicks, .realtime = realtime, .monotonic = 1});
+                           {.ticks = maxTicks, .realtime = given.realtime, .monotonic = 1});
     EXPECT_EQ(flat.duration(maxTicks / 2), nanoseconds(0));
+  }
+}
+
+TEST(Calibration, TimesWhoseDayCannotBeToldEndAtTheLastDay) {
+  for (auto const& [realtime, expected] : std::vector<std::pair<nanoseconds, nanoseconds>>{
+           {nanoseconds::max(), lastTime},
+           {lastTime + nanoseconds(1), lastTime},
+           {lastTime, lastTime},
+           {lastTime - nanoseconds(1), lastTime - nanoseconds(1)},
+           {-lastTime + nanoseconds(1), -lastTime + nanoseconds(1)},
+           {-lastTime, -lastTime},
+           {-lastTime - nanoseconds(1), -lastTime},
+           {nanoseconds::min(), -lastTime}}) {
+    SCOPED_TRACE(realtime.count());
+    Calibration const calibration({.ticks = 0, .realtime = 0, .monotonic = 0},
+                                  {.ticks = 1, .realtime = realtime.count(), .monotonic = 1});
+    EXPECT_EQ(calibration.time(1).time_since_epoch(), expected);
   }
 }
 

@@ -1,10 +1,10 @@
-#include "Flashlog/Format.h"
+#include "Format.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdio>
 
-namespace Flashlog {
+namespace Programs {
 
 namespace {
 
@@ -114,4 +114,4 @@ std::string printable(std::string_view text) {
   return result;
 }
 
-}  // namespace Flashlog
+}  // namespace Programs

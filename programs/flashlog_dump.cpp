@@ -17,9 +17,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "Base/CommandLine.h"
-#include "Flashlog/Format.h"
+#include "CommandLine.h"
 #include "Flashlog/Reader.h"
+#include "Format.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ std::string padRight(std::string text, std::size_t width) {
 }
 
 std::string source(Flashlog::Message const& message) {
-  return Flashlog::printable(message.sourcePath) + ":" + std::to_string(message.line);
+  return Programs::printable(message.sourcePath) + ":" + std::to_string(message.line);
 }
 
 std::uint64_t nanoseconds(Flashlog::TraceRecord const& record) {
@@ -95,13 +95,13 @@ void printRecords(std::vector<Flashlog::Trace> const& traces, Output& output) {
   for (Flashlog::Trace const& trace : traces) {
     auto& messages = printed.emplace_back();
     for (Flashlog::Message const& message : trace.messages) {
-      messages.push_back({source(message), Flashlog::printable(message.text)});
+      messages.push_back({source(message), Programs::printable(message.text)});
     }
   }
   for (std::size_t i = 0; i < traces.size(); ++i) {
     for (Flashlog::TraceRecord const& record : traces[i].records) {
       PrintedMessage const& message = printed[i][record.message];
-      widths.duration = std::max(widths.duration, Flashlog::grouped(nanoseconds(record)).size());
+      widths.duration = std::max(widths.duration, Programs::grouped(nanoseconds(record)).size());
       widths.source = std::max(widths.source, std::min(message.source.size(), widestSource));
       lines.emplace_back(&record, &message);
     }
@@ -115,8 +115,8 @@ void printRecords(std::vector<Flashlog::Trace> const& traces, Output& output) {
     if (!output.usable()) {
       return;
     }
-    output.text(Flashlog::utcTime(record->start) + "  " +
-                padLeft(Flashlog::grouped(nanoseconds(*record)), widths.duration) + " ns  " +
+    output.text(Programs::utcTime(record->start) + "  " +
+                padLeft(Programs::grouped(nanoseconds(*record)), widths.duration) + " ns  " +
                 padRight(message->source, widths.source) + "  " + message->text + "\n");
   }
 }
@@ -143,7 +143,7 @@ void printSummary(std::vector<Flashlog::Trace> const& traces, Output& output) {
   for (Flashlog::Trace const& trace : traces) {
     std::vector<Totals*> byMessage;
     for (Flashlog::Message const& message : trace.messages) {
-      byMessage.push_back(&totals[{source(message), Flashlog::printable(message.text)}]);
+      byMessage.push_back(&totals[{source(message), Programs::printable(message.text)}]);
     }
     for (Flashlog::TraceRecord const& record : trace.records) {
       byMessage[record.message]->add(nanoseconds(record));
@@ -164,9 +164,9 @@ void printSummary(std::vector<Flashlog::Trace> const& traces, Output& output) {
       {"count", "total ns", "min ns", "mean ns", "max ns", "source", "message"}};
   for (Entry const* const entry : order) {
     auto const& [message, sum] = *entry;
-    rows.push_back({Flashlog::grouped(sum.count), Flashlog::grouped(sum.total),
-                    Flashlog::grouped(sum.least), Flashlog::grouped(sum.total / sum.count),
-                    Flashlog::grouped(sum.most), message.first, message.second});
+    rows.push_back({Programs::grouped(sum.count), Programs::grouped(sum.total),
+                    Programs::grouped(sum.least), Programs::grouped(sum.total / sum.count),
+                    Programs::grouped(sum.most), message.first, message.second});
   }
   constexpr std::size_t sourceColumn = 5;
   std::array<std::size_t, 7> widths{};
@@ -186,9 +186,9 @@ void printSummary(std::vector<Flashlog::Trace> const& traces, Output& output) {
 }
 
 void printNotes(std::string const& path, Flashlog::Trace const& trace) {
-  std::string const begin = "flashlog-dump: " + Flashlog::printable(path) + ": ";
+  std::string const begin = "flashlog-dump: " + Programs::printable(path) + ": ";
   if (trace.lost != 0) {
-    std::string const note = begin + Flashlog::grouped(trace.lost) +
+    std::string const note = begin + Programs::grouped(trace.lost) +
                              " older records were lost: newer ones took their place";
     std::fprintf(stderr, "%s\n", note.c_str());
   }
@@ -199,7 +199,7 @@ void printNotes(std::string const& path, Flashlog::Trace const& trace) {
 }
 
 void printError(std::string const& text) {
-  std::fprintf(stderr, "flashlog-dump: %s\n", Flashlog::printable(text).c_str());
+  std::fprintf(stderr, "flashlog-dump: %s\n", Programs::printable(text).c_str());
 }
 
 int dump(std::vector<std::string> const& paths, bool summary) {
@@ -249,7 +249,7 @@ int run(int argc, char** argv) {
   std::vector<std::string> paths;
   app.add_option("FILE", paths, "Trace files; the records of several are merged")->required();
   try {
-    Base::CommandLine(app).parse({argv + 1, argv + argc});
+    Programs::CommandLine(app).parse({argv + 1, argv + argc});
   } catch (CLI::CallForHelp const&) {
     return printText(app.help());
   } catch (CLI::CallForVersion const& version) {
@@ -257,7 +257,7 @@ int run(int argc, char** argv) {
   } catch (CLI::ParseError const& error) {
     std::ostringstream complaint;
     app.exit(error, complaint, complaint);
-    std::fputs(Base::CommandLine::readable(complaint.str()).c_str(), stderr);
+    std::fputs(Programs::CommandLine::readable(complaint.str()).c_str(), stderr);
     return exitWrongCommandLine;
   }
   return dump(paths, summary);

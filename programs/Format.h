@@ -6,18 +6,16 @@
 #include <string>
 #include <string_view>
 
-#include "Base/Api.h"
-
-namespace Flashlog {
+namespace Programs {
 
 /// "2026-01-31T08:00:00.000000001Z". The day of `time` must be representable in nanoseconds.
-[[nodiscard]] STP_API std::string utcTime(std::chrono::sys_time<std::chrono::nanoseconds> time);
+[[nodiscard]] std::string utcTime(std::chrono::sys_time<std::chrono::nanoseconds> time);
 
 /// "1,234,567".
-[[nodiscard]] STP_API std::string grouped(std::uint64_t number);
+[[nodiscard]] std::string grouped(std::uint64_t number);
 
 /// `text` on one line that no terminal takes for a command: a backslash is doubled; control
 /// characters, those that break or reorder a line, and bytes that are not UTF-8 become "\xHH".
-[[nodiscard]] STP_API std::string printable(std::string_view text);
+[[nodiscard]] std::string printable(std::string_view text);
 
-}  // namespace Flashlog
+}  // namespace Programs

@@ -1,4 +1,4 @@
-#include "Flashlog/Format.h"
+#include "Format.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace Flashlog {
+namespace Programs {
 namespace {
 
 using namespace std::string_view_literals;
@@ -64,4 +64,4 @@ TEST(Format, WhatIsNotTextIsEscaped) {
 }
 
 }  // namespace
-}  // namespace Flashlog
+}  // namespace Programs

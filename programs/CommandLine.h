@@ -1,4 +1,4 @@
-// What the command lines of the project's programs share. It needs CLI11, and is not installed.
+// What the command lines of the project's programs share.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace Base {
+namespace Programs {
 
 /// Parses the words after a program's or a command's name, and throws what the parser throws. By
 /// itself that takes a word in brackets for a list of words: such a word is marked before it gets
@@ -46,4 +46,4 @@ class CommandLine {
   CLI::App& app_;
 };
 
-}  // namespace Base
+}  // namespace Programs

@@ -5,10 +5,10 @@
 // and ends the process by contract; `replace` is therefore tried on a database without mirrors.
 #include <nlohmann/json.hpp>
 
-#include "EntitiesView.h"
-#include "OpenConfigView.h"
-#include "Operations.h"
-#include "Refusal.h"
+#include "agent/sources/operations/Operations.h"
+#include "agent/text/Refusal.h"
+#include "agent/views/document/OpenConfigView.h"
+#include "agent/views/entities/EntitiesView.h"
 #include "fuzz/Input.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {

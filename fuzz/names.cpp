@@ -5,8 +5,8 @@
 
 #include "Lanx/IntfId.h"
 #include "Lumo/RangeException.h"
-#include "OpenConfigView.h"
 #include "Stp/InstanceName.h"
+#include "agent/views/document/OpenConfigView.h"
 #include "fuzz/Input.h"
 
 namespace {

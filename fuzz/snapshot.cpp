@@ -4,11 +4,11 @@
 #include <optional>
 #include <string>
 
-#include "Database.h"
-#include "Operations.h"
-#include "Refusal.h"
-#include "Snapshot.h"
-#include "SnapshotDiff.h"
+#include "agent/sources/engine/Snapshot.h"
+#include "agent/sources/engine/SnapshotDiff.h"
+#include "agent/sources/operations/Operations.h"
+#include "agent/state/Database.h"
+#include "agent/text/Refusal.h"
 #include "fuzz/Input.h"
 
 namespace {

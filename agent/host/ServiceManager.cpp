@@ -1,0 +1,28 @@
+#include "agent/host/ServiceManager.h"
+
+#include <systemd/sd-daemon.h>
+
+#include <cstdint>
+
+namespace Agent {
+
+ServiceManager::ServiceManager() {
+  std::uint64_t microseconds = 0;
+  if (::sd_watchdog_enabled(0, &microseconds) > 0) {
+    patience_ = std::chrono::microseconds(microseconds / 2);
+  }
+}
+
+void ServiceManager::working(std::string const& status) {
+  (void)::sd_notify(0, ("READY=1\nWATCHDOG=1\nSTATUS=" + status).c_str());
+}
+
+void ServiceManager::alive() {
+  (void)::sd_notify(0, "WATCHDOG=1");
+}
+
+void ServiceManager::stopping() {
+  (void)::sd_notify(0, "STOPPING=1");
+}
+
+}  // namespace Agent

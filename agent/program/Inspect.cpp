@@ -1,0 +1,45 @@
+#include "agent/program/Inspect.h"
+
+#include <string_view>
+
+#include "agent/program/Inspection.h"
+#include "agent/program/OperationFiles.h"
+#include "agent/program/Run.h"
+#include "agent/program/SnapshotFolders.h"
+#include "agent/program/Wiring.h"
+
+namespace Agent {
+
+namespace {
+
+void print(Run& run, std::string_view text) {
+  text.remove_suffix(text.ends_with('\n') ? 1 : 0);
+  run.output().lineAdd(text);
+}
+
+}  // namespace
+
+int inspectMirror(Settings const& settings, std::optional<std::string> const& bridge,
+                  std::vector<std::string> const& inputs) {
+  if (!bridge && !areReadable(inputs)) {
+    return unusable;
+  }
+  return Run(settings).execute([&](Run& run) {
+    if (bridge) {
+      applySnapshotFolders(run, *bridge, inputs, !settings.trace);
+    } else {
+      applyOperationFiles(run, inputs);
+    }
+    print(run, "# Objects\n\n" + objectTree(run.session().database()) + "\n# Allocations\n\n" +
+                   allocationTable() + "\n" + wiringPage());
+  });
+}
+
+int printWiring() {
+  Settings nothing;
+  nothing.show = Show::none;
+  nothing.manualStart = true;
+  return Run(nothing).execute([](Run& run) { print(run, wiringPage()); });
+}
+
+}  // namespace Agent

@@ -1,0 +1,108 @@
+// What is shown of the library's objects and wiring.
+#include "agent/program/Inspection.h"
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "agent/program/TestSupport.h"
+#include "agent/program/Wiring.h"
+#include "agent/text/TextTable.h"
+
+namespace Agent {
+namespace {
+
+using testing::HasSubstr;
+
+class Inspection : public SessionTest {
+ protected:
+  void start(std::string const& name) { apply(R"({"op":"start","object":")" + name + "\"}"); }
+  std::string tree() const { return objectTree(session.database()); }
+};
+
+TEST_F(Inspection, NoObjectsMakeNoTree) {
+  EXPECT_EQ(tree(), "");
+}
+
+TEST_F(Inspection, ObjectsStandWithTheirFieldsAndChildren) {
+  apply(R"({"op":"create","path":["input","portConfig","Ethernet1"]})");
+  apply(R"({"op":"create","path":["status","stpiStatus","Rst"]})");
+  apply(R"({"op":"create","path":["status","stpiStatus","Rst","stpiPortStatus","Ethernet1"]})");
+  start("OCInterfaceConfigDirSm");
+  start("OCGlobalVlanSyncher");
+  EXPECT_EQ(tree(), R"(OCGlobalVlanSyncher: inactive
+  130 ocGlobalConfig writes ["ocGlobalConfig"]
+  131 stpInputConfig writes ["input"]
+OCInterfaceConfigDirSm: active
+  130 stpInputConfig watches ["input"]
+  131 stpStatus watches ["status"]
+  132 externalIntfConfigDir writes ["ocInterfaceConfigDir"]
+  133 portConfigSm owns 1
+    OCPortConfigSm [Ethernet1]: active
+      130 name key "Ethernet1"
+      131 portConfig watches ["input","portConfig","Ethernet1"]
+      132 externalIntf writes ["ocInterfaceConfigDir","interface","Ethernet1"]
+  134 stpiStatusConfigSm owns 1
+    OCStpiStatusConfigSm [Rst]: active
+      130 name key "Rst"
+      131 stpInputConfig holds ["input"]
+      132 stpiStatus watches ["status","stpiStatus","Rst"]
+      133 externalIntfConfigDir writes ["ocInterfaceConfigDir"]
+)");
+}
+
+TEST_F(Inspection, SingleChildrenAndValuesAreShown) {
+  start("OCMstpMainStateSm");
+  EXPECT_THAT(tree(), HasSubstr("  134 ocMstSm owns none\n  135 ocMstiStatusSm owns 0\n"));
+  apply(R"({"op":"create","path":["status","stpiStatus","Mst"]})");
+  apply(R"({"op":"set","path":["status","activeProtocol"],"value":3})");
+  EXPECT_THAT(tree(), HasSubstr("  133 ocMstpTrigger owns\n"
+                                "    OCMstpTrigger: inactive\n"
+                                "      130 counter value "));
+  EXPECT_THAT(tree(), HasSubstr("  134 ocMstSm owns\n"
+                                "    OCMstSm: active\n"
+                                "      130 stpiStatus watches [\"status\",\"stpiStatus\",\"Mst\"]\n"
+                                "      131 ocMstpTrigger holds an object of Stp::OCMstpTrigger\n"));
+}
+
+TEST_F(Inspection, FlagsAreThoseOfTheMoment) {
+  start("OCGlobalConfigSm");
+  auto const object = session.database().object(*topLevelClass("OCGlobalConfigSm"));
+  object->markAndSweepFlagSet(true);
+  EXPECT_THAT(tree(), HasSubstr("OCGlobalConfigSm: active, zombie\n"));
+  Lumo::hasNotificationActiveSet(*object, false);
+  object->markAndSweepFlagSet(false);
+  EXPECT_THAT(tree(), HasSubstr("OCGlobalConfigSm: inactive\n"));
+}
+
+TEST_F(Inspection, EntityThatLeftTheDatabaseIsNoneOfIts) {
+  apply(R"({"op":"create","path":["ocInterfaceConfigDir","interface","Ethernet1"]})");
+  apply(R"({"op":"create","path":["input","portConfig","Ethernet1"]})");
+  start("OCInterfaceConfigDirSm");
+  apply(R"({"op":"delete","path":["ocInterfaceConfigDir","interface","Ethernet1"]})");
+  EXPECT_THAT(tree(), HasSubstr("132 externalIntf writes an entity outside the database\n"));
+}
+
+TEST_F(Inspection, AllocationsAreCountedByClass) {
+  EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm       | 0    | "));
+  start("OCGlobalConfigSm");
+  EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm       | 1    | "));
+}
+
+TEST(TextTable, ColumnsAreAsWideAsTheirWidestCell) {
+  EXPECT_EQ(textTable({{"id", "name"}, {"7", "a longer one"}}),
+            "| id  | name         |\n"
+            "| --- | ------------ |\n"
+            "| 7   | a longer one |\n");
+}
+
+TEST(Wiring, PageOfTheDocumentationIsFresh) {
+  std::ifstream file(STP_WIRING_PAGE);
+  std::ostringstream page;
+  page << file.rdbuf();
+  EXPECT_EQ(page.str(), wiringPage())
+      << "write it anew: stp-openconfig-agent inspect --wiring >doc/wiring.md";
+}
+
+}  // namespace
+}  // namespace Agent

@@ -1,0 +1,26 @@
+#include "agent/program/Session.h"
+
+#include "agent/views/document/OpenConfigView.h"
+#include "agent/views/entities/EntitiesView.h"
+
+namespace Agent {
+
+Session::Session(Settings const& settings, Output& output)
+    : shown_(settings.show), output_(output), operations_(database_, [this] { show(); }) {
+  if (settings.watch) {
+    watch_.emplace(database_.targets(), output_);
+  }
+  if (!settings.manualStart) {
+    database_.startAll();
+  }
+}
+
+void Session::show() {
+  switch (shown_) {
+    case Show::openConfig: output_.lineAdd(openConfigView(database_.targets()).dump(2)); break;
+    case Show::entities: output_.lineAdd(entitiesView(database_.targets()).dump()); break;
+    case Show::none: break;
+  }
+}
+
+}  // namespace Agent

@@ -1,0 +1,49 @@
+// A database with its mirror, and what is shown of it: what every run of the agent has.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "agent/host/Output.h"
+#include "agent/sources/operations/Operations.h"
+#include "agent/state/Database.h"
+#include "agent/views/lines/Watch.h"
+
+namespace Agent {
+
+/// What is printed of the targets.
+enum class Show : std::uint8_t { openConfig, entities, none };
+
+/// How a run was asked to be.
+struct Settings {
+  Show show = Show::openConfig;
+  bool watch = false;
+  bool manualStart = false;
+  bool trace = false;
+  /// Where the fast trace goes, if anywhere.
+  std::optional<std::string> flashlog;
+};
+
+class Session {
+ public:
+  /// Starts the mirror, unless that is left to the operations. `output` must outlive this.
+  Session(Settings const& settings, Output& output);
+
+  Database const& database() const { return database_; }
+
+  /// Applies one operation; throws a Refusal, and has changed nothing then.
+  void apply(Operation const& operation) { operations_.apply(operation); }
+
+  /// Prints the targets.
+  void show();
+
+ private:
+  Show shown_;
+  Output& output_;
+  Database database_;
+  std::optional<Watch> watch_;
+  Operations operations_;
+};
+
+}  // namespace Agent

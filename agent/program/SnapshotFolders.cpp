@@ -1,0 +1,45 @@
+#include "agent/program/SnapshotFolders.h"
+
+#include <unistd.h>
+
+#include "agent/host/Diagnostics.h"
+
+namespace Agent {
+
+namespace {
+
+void applyFolder(Run& run, std::string const& bridge, std::string const& folder) {
+  try {
+    run.apply(readSnapshot(folder, bridge), folder);
+  } catch (SnapshotError const& error) {
+    run.refused(error.what());
+  }
+}
+
+}  // namespace
+
+void applySnapshotFolders(Run& run, std::string const& bridge,
+                          std::vector<std::string> const& folders, bool showsProgress) {
+  std::size_t number = 0;
+  for (std::string const& folder : folders) {
+    if (!run.goesOn()) {
+      break;
+    }
+    ++number;
+    if (showsProgress) {
+      Diagnostics::progress(number, folders.size(), folder);
+    }
+    applyFolder(run, bridge, folder);
+  }
+  Diagnostics::progressEnd();
+}
+
+int replaySnapshots(Settings const& settings, std::string const& bridge,
+                    std::vector<std::string> const& folders) {
+  // Lines of a trace, or results on the same terminal, tell how far it is as well.
+  bool const linesBetween = settings.trace || (settings.watch && ::isatty(STDOUT_FILENO) != 0);
+  return Run(settings).execute(
+      [&](Run& run) { applySnapshotFolders(run, bridge, folders, !linesBetween); });
+}
+
+}  // namespace Agent

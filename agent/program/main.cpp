@@ -1,0 +1,243 @@
+// The command line of the host agent.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "CommandLine.h"
+#include "agent/host/Fatal.h"
+#include "agent/program/Follow.h"
+#include "agent/program/Inspect.h"
+#include "agent/program/OperationFiles.h"
+#include "agent/program/SnapshotFolders.h"
+#include "agent/sources/engine/EngineSource.h"
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr int wrongCommandLine = 2;
+constexpr char const* versionText = "stp-openconfig-agent " AGENT_VERSION;
+
+// A file opened later must not come to stand for a standard stream that the caller closed.
+void occupyStandardStreams() {
+  int descriptor = ::open("/dev/null", O_RDWR);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+    descriptor = ::open("/dev/null", O_RDWR);
+  }
+  if (descriptor >= 0) {
+    (void)::close(descriptor);
+  }
+}
+
+// Says what the parser has to say, and returns the exit status.
+int ended(CLI::App& app, CLI::ParseError const& error) {
+  std::ostringstream complaint;
+  int const status = app.exit(error, std::cout, complaint);
+  std::cerr << Programs::CommandLine::readable(complaint.str());
+  if (!std::cout.flush()) {
+    std::cerr << "standard output: " << std::generic_category().message(errno) << "\n";
+    return wrongCommandLine;
+  }
+  return status == 0 ? 0 : wrongCommandLine;
+}
+
+// Returns the exit status if the command line asks for no more, or is wrong.
+std::optional<int> parseCommand(CLI::App& command, Words const& words) {
+  try {
+    Programs::CommandLine(command).parse(words);
+    return std::nullopt;
+  } catch (CLI::ParseError const& error) {
+    return ended(command, error);
+  }
+}
+
+void addRunSettings(CLI::App& command, Agent::Settings& settings) {
+  command.add_flag("--manual-start", settings.manualStart,
+                   "Create no top-level object until a start operation");
+  command.add_flag("--trace", settings.trace,
+                   "Write the text trace of the mirror to standard error");
+  command
+      .add_option_function<std::string>(
+          "--flashlog", [&settings](std::string const& file) { settings.flashlog = file; },
+          "Record the fast trace into a file")
+      ->type_name("FILE");
+  command.set_version_flag("--version", versionText);
+}
+
+void addSettings(CLI::App& command, Agent::Settings& settings) {
+  auto const setShow = [&settings](std::string const& what) {
+    settings.show = what == "entities" ? Agent::Show::entities
+                    : what == "none"   ? Agent::Show::none
+                                       : Agent::Show::openConfig;
+  };
+  command
+      .add_option_function<std::string>("--show", setShow,
+                                        "What to print at the end, and when asked to")
+      ->check(CLI::IsMember({"openconfig", "entities", "none"}))
+      ->type_name("WHAT")
+      ->default_str("openconfig");
+  command.add_flag("--watch", settings.watch,
+                   "Print every change of a target entity as it is published");
+  addRunSettings(command, settings);
+}
+
+int run(Words const& words) {
+  Agent::Settings settings;
+  Words files;
+  CLI::App command("Applies operations, one JSON object a line.", "stp-openconfig-agent run");
+  command
+      .add_option("FILE", files, "Files of operations, in order; - is standard input, the default")
+      ->type_name("");
+  addSettings(command, settings);
+  auto const status = parseCommand(command, words);
+  return status ? *status : Agent::runOperations(settings, files);
+}
+
+int replay(Words const& words) {
+  Agent::Settings settings;
+  std::string bridge;
+  Words folders;
+  CLI::App command("Applies what changes from each snapshot of an engine to the next.",
+                   "stp-openconfig-agent replay");
+  command.add_option("--bridge", bridge, "The bridge that the snapshots are of")
+      ->required()
+      ->type_name("NAME");
+  command.add_option("DIR", folders, "Folders with one snapshot each, in order")
+      ->required()
+      ->type_name("");
+  addSettings(command, settings);
+  auto const status = parseCommand(command, words);
+  return status ? *status : Agent::replaySnapshots(settings, bridge, folders);
+}
+
+// A positive number of seconds.
+std::string wrongInterval(std::string const& text) {
+  constexpr double shortest = 0.01;
+  constexpr double longest = 86400;
+  char* end = nullptr;
+  double const seconds = std::strtod(text.c_str(), &end);
+  bool const isNumber = !text.empty() && *end == '\0';
+  return isNumber && seconds >= shortest && seconds <= longest
+             ? ""
+             : text + " is no number of seconds from 0.01 to 86400";
+}
+
+std::string wrongBridge(std::string const& text) {
+  return Agent::EngineSource::isBridgeName(text) ? "" : text + " is no name of a bridge";
+}
+
+int follow(Words const& words) {
+  Agent::Settings settings;
+  Agent::Following following;
+  double seconds = 1;
+  CLI::App command("Applies what changes in a running engine, until it is interrupted.",
+                   "stp-openconfig-agent follow");
+  command.add_option("--bridge", following.bridge, "The bridge to follow")
+      ->required()
+      ->check(wrongBridge)
+      ->type_name("NAME");
+  command.add_option("--interval", seconds, "The time from one look at the engine to the next")
+      ->check(wrongInterval)
+      ->type_name("SECONDS")
+      ->capture_default_str();
+  command.add_option("--mstpctl", following.program, "The engine's control program")
+      ->type_name("PROGRAM")
+      ->capture_default_str();
+  addSettings(command, settings);
+  if (auto const status = parseCommand(command, words)) {
+    return *status;
+  }
+  following.interval = std::chrono::milliseconds(std::lround(seconds * 1000));
+  return Agent::followEngine(settings, following);
+}
+
+int inspect(Words const& words) {
+  Agent::Settings settings;
+  settings.show = Agent::Show::none;
+  std::optional<std::string> bridge;
+  Words inputs;
+  bool wiring = false;
+  CLI::App command("Prints the objects of the mirror as they live, and what runs what.",
+                   "stp-openconfig-agent inspect");
+  auto* const input = command.add_option("FILE", inputs,
+                                         "Operations to apply before, as run does; with --bridge "
+                                         "folders of snapshots, as replay does");
+  input->type_name("");
+  auto* const bridgeOption =
+      command.add_option("--bridge", bridge, "The bridge that the snapshots are of");
+  bridgeOption->type_name("NAME")->needs(input);
+  command.add_flag("--wiring", wiring, "Apply nothing, and print only what runs what")
+      ->excludes(input)
+      ->excludes(bridgeOption);
+  addRunSettings(command, settings);
+  if (auto const status = parseCommand(command, words)) {
+    return *status;
+  }
+  return wiring ? Agent::printWiring() : Agent::inspectMirror(settings, bridge, inputs);
+}
+
+struct Command {
+  char const* name;
+  char const* summary;
+  int (*run)(Words const& words);
+};
+
+constexpr std::array commands{
+    Command{"run", "apply operations, one JSON object a line", &run},
+    Command{"replay", "apply what changes from each snapshot of an engine to the next", &replay},
+    Command{"follow", "apply what changes in a running engine, until it is interrupted", &follow},
+    Command{"inspect", "print the objects of the mirror as they live, and what runs what",
+            &inspect},
+};
+
+std::string commandList() {
+  std::string list = "Commands (each has a --help of its own):";
+  for (Command const& command : commands) {
+    list.append("\n  ").append(command.name).append(": ").append(command.summary);
+  }
+  return list;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  occupyStandardStreams();
+  Agent::installFatalHandler();
+
+  CLI::App app("Mirrors spanning-tree state into OpenConfig entities, and shows them.",
+               "stp-openconfig-agent COMMAND");
+  app.set_version_flag("--version", versionText);
+  app.footer(commandList());
+  app.prefix_command();  // what follows the command is its own affair
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& error) {
+    return ended(app, error);
+  }
+  Words words = app.remaining();
+  if (words.empty()) {
+    std::cerr << "A command is missing\n" << commandList() << "\n";
+    return wrongCommandLine;
+  }
+  auto const* const command = std::ranges::find(commands, words.front(), &Command::name);
+  if (command == commands.end()) {
+    std::cerr << words.front() << ": no such command\n" << commandList() << "\n";
+    return wrongCommandLine;
+  }
+  words.erase(words.begin());
+  return command->run(words);
+}

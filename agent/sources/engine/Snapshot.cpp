@@ -1,0 +1,291 @@
+#include "agent/sources/engine/Snapshot.h"
+
+#include <algorithm>
+#include <array>
+#include <bitset>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <string_view>
+#include <system_error>
+#include <unordered_set>
+
+#include "agent/sources/engine/EngineJson.h"
+
+namespace Agent {
+namespace {
+
+/// The ids of VLANs, FIDs and instances are 0 to 4095.
+constexpr std::uint16_t maxId = 4095;
+/// Stands for "nowhere" in a table of FIDs or instances.
+constexpr std::uint16_t nowhere = 0xFFFF;
+using IdTable = std::array<std::uint16_t, maxId + 1>;
+
+/// Hands the content of a file to `read`, which throws a Refusal if it doesn't understand it.
+template <typename Read>
+void inFile(SnapshotSource const& source, std::string const& file, Read const read) {
+  auto const text = source(file);
+  if (!text) {
+    throw SnapshotError({}, file, std::generic_category().message(ENOENT));
+  }
+  try {
+    if (text->size() > maxSnapshotFile) {
+      throw Refusal("longer than " + std::to_string(maxSnapshotFile) + " bytes");
+    }
+    read(engineJson(*text, file == "showvid2fid.json" || file == "showfid2mstid.json"));
+  } catch (Refusal const& refusal) {
+    throw SnapshotError({}, file, refusal.what());
+  }
+}
+
+/// The decimal number up to `limit` that `text` is, if it is one.
+template <typename Number>
+std::optional<Number> number(std::string_view const text, Number const limit) {
+  Number value = 0;
+  auto const* const end = text.data() + text.size();
+  auto const result = std::from_chars(text.data(), end, value);
+  if (result.ec != std::errc{} || result.ptr != end || value > limit) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+/// The same of the text that `what` names.
+template <typename Number>
+Number numberOf(std::string_view const text, Number const limit, std::string const& what) {
+  auto const value = number(text, limit);
+  if (!value) {
+    throw Refusal(what + " " + inQuotes(text) + ", no number from 0 to " + std::to_string(limit));
+  }
+  return *value;
+}
+
+[[noreturn]] void refuseListed(std::string const& idKind, std::uint16_t const id,
+                               std::string const& ownerKind, std::uint16_t const owner) {
+  throw Refusal(idKind + std::to_string(id) + " is listed already, in " + ownerKind +
+                std::to_string(owner));
+}
+
+/// Reads the list of ids and ranges of ids that belong to `owner`. An id may stand in one list
+/// only, and once, which also bounds the time that ranges can take.
+void idsAre(IdTable& owners, Json const& object, char const* const list, std::uint16_t const owner,
+            std::string const& idKind, std::string const& ownerKind) {
+  for (auto const& entry : listMember(object, list, true)) {
+    std::string_view const range = entry.get_ref<std::string const&>();
+    auto const dash = range.find('-');
+    auto const first = number(range.substr(0, dash), maxId);
+    auto const last =
+        dash == std::string_view::npos ? first : number(range.substr(dash + 1), maxId);
+    if (!first || !last || *first > *last) {
+      throw Refusal("member " + inQuotes(list) + " holds " + inQuotes(range) +
+                    ", no id and no range of ids from 0 to " + std::to_string(maxId));
+    }
+    for (std::uint16_t id = *first; id <= *last; ++id) {
+      if (owners.at(id) != nowhere) {
+        refuseListed(idKind, id, ownerKind, owners.at(id));
+      }
+      owners.at(id) = owner;
+    }
+  }
+}
+
+void readBridge(Snapshot& snapshot, Json const& list, std::string const& bridge) {
+  bool found = false;
+  eachEntry(list, [&](Json const& entry, std::string& name) {
+    if (stringMember(entry, "bridge") != bridge) {
+      return;
+    }
+    name = "bridge " + inQuotes(bridge);
+    if (found) {
+      throw Refusal("listed twice");
+    }
+    found = true;
+    constexpr std::array<std::int32_t, 3> modes{0, 2, 3};
+    snapshot.mode =
+        modes.at(choiceMember(entry, "force-protocol-version", {"stp", "rstp", "mstp"}));
+    bool const stpEnabled = isYes(entry, "stp-enabled");
+    bool const enabled = isYes(entry, "enabled");
+    snapshot.activeProtocol = stpEnabled && enabled ? snapshot.mode : -1;
+    snapshot.instanceName = snapshot.mode == 3 ? "Mst" : "Rst";
+  });
+  if (!found) {
+    throw Refusal("bridge " + inQuotes(bridge) + " is missing");
+  }
+}
+
+void readPorts(Snapshot& snapshot, Json const& list, std::string const& bridge) {
+  std::unordered_set<std::string> names;
+  eachEntry(list, [&](Json const& entry, std::string& name) {
+    Snapshot::Port port;
+    port.name = stringMember(entry, "port");
+    if (port.name.empty()) {
+      throw Refusal("member \"port\" is empty");
+    }
+    name = "port " + inQuotes(port.name);
+    if (!names.insert(port.name).second) {
+      throw Refusal("listed twice");
+    }
+    memberIs(entry, "bridge", bridge);
+    port.linkType = static_cast<std::uint8_t>(
+        choiceMember(entry, "admin-point-to-point", {"auto", "yes", "no"}));
+    port.operPointToPointMac = isYes(entry, "point-to-point");
+    port.adminEdgePort = isYes(entry, "admin-edge-port");
+    bool const autoEdge = isYes(entry, "auto-edge-port");
+    port.edgePortEnable = port.adminEdgePort;
+    port.edgePortAuto = !port.adminEdgePort && autoEdge;
+    port.edgePortDisable = !port.adminEdgePort && !autoEdge;
+    port.operEdgePort = isYes(entry, "oper-edge-port");
+    port.bpduguard = isYes(entry, "bpdu-guard-port") ? 1 : 0;
+    snapshot.ports.push_back(std::move(port));
+  });
+}
+
+void readMstis(Snapshot& snapshot, Json const& object, std::string const& bridge) {
+  memberIs(object, "bridge", bridge);
+  std::bitset<maxId + 1> seen;
+  for (auto const& entry : listMember(object, "mstids", true)) {
+    auto const id =
+        numberOf(entry.get_ref<std::string const&>(), maxId, R"(member "mstids" holds)");
+    if (seen.test(id)) {
+      throw Refusal("instance " + std::to_string(id) + " is listed twice");
+    }
+    seen.set(id);
+    snapshot.mstis.push_back({.id = id});
+  }
+}
+
+void readTree(Snapshot::Msti& msti, Json const& object, std::string const& bridge) {
+  memberIs(object, "bridge", bridge);
+  memberIs(object, "mstid", std::to_string(msti.id));
+  auto const& id = stringMember(object, "bridge-id");
+  std::uint16_t digit = 0;
+  auto const* const end = id.data() + std::min<std::size_t>(id.size(), 1);
+  if (id.find('.') != 1 || std::from_chars(id.data(), end, digit, 16).ptr != end) {
+    throw Refusal("member \"bridge-id\" is " + inQuotes(id) +
+                  ", doesn't start with a hexadecimal digit and a dot");
+  }
+  msti.bridgePriority = static_cast<std::uint16_t>(digit * 4096);
+}
+
+/// The instance of every FID.
+IdTable instancesOfFids(Snapshot const& snapshot, Json const& object, std::string const& bridge) {
+  memberIs(object, "bridge", bridge);
+  IdTable instances{};
+  instances.fill(nowhere);
+  eachEntry(listMember(object, "fid2mstid", false), [&](Json const& entry, std::string& name) {
+    auto const id = numberOf(stringMember(entry, "mstid"), maxId, R"(member "mstid" is)");
+    name = "instance " + std::to_string(id);
+    if (snapshot.mode == 3 && std::none_of(snapshot.mstis.begin(), snapshot.mstis.end(),
+                                           [id](auto const& msti) { return msti.id == id; })) {
+      throw Refusal("not in showmstilist.json");
+    }
+    idsAre(instances, entry, "fid", id, "FID ", "instance ");
+  });
+  return instances;
+}
+
+void readVlans(Snapshot& snapshot, Json const& object, IdTable const& instances,
+               std::string const& bridge) {
+  memberIs(object, "bridge", bridge);
+  IdTable fids{};
+  fids.fill(nowhere);
+  eachEntry(listMember(object, "vid2fid", false), [&](Json const& entry, std::string& name) {
+    auto const fid = numberOf(stringMember(entry, "fid"), maxId, R"(member "fid" is)");
+    name = "FID " + std::to_string(fid);
+    idsAre(fids, entry, "vid", fid, "VLAN ", "FID ");
+  });
+  for (std::uint16_t vlan = 0; vlan <= maxId; ++vlan) {
+    auto const fid = fids.at(vlan);
+    auto const instance = fid == nowhere ? nowhere : instances.at(fid);
+    if (instance == nowhere || instance == 0) {
+      continue;
+    }
+    if (vlan == 0 || vlan == maxId) {
+      throw Refusal("VLAN " + std::to_string(vlan) + " is mapped to instance " +
+                    std::to_string(instance) + ", only VLANs 1 to 4094 can be");
+    }
+    snapshot.vidToMsti.emplace_back(vlan, instance);
+  }
+}
+
+void bridgeFrom(SnapshotSource const& source, Snapshot& snapshot, std::string const& bridge) {
+  inFile(source, "showbridge.json", [&](Json const& json) { readBridge(snapshot, json, bridge); });
+}
+
+void mstisFrom(SnapshotSource const& source, Snapshot& snapshot, std::string const& bridge) {
+  inFile(source, "showmstilist.json", [&](Json const& json) { readMstis(snapshot, json, bridge); });
+}
+
+/// The content of a file, or its first `maxSnapshotFile` + 1 bytes.
+std::string contentOf(std::filesystem::path const& dir, std::string const& file) {
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const stream(
+      std::fopen((dir / file).c_str(), "rb"), &std::fclose);
+  std::string content;
+  std::array<char, 65536> block{};
+  while (stream && content.size() <= maxSnapshotFile) {
+    auto const size = std::fread(block.data(), 1, block.size(), stream.get());
+    content.append(block.data(), size);
+    if (size < block.size()) {
+      break;
+    }
+  }
+  if (!stream || std::ferror(stream.get()) != 0) {
+    throw SnapshotError({}, file, std::generic_category().message(errno));
+  }
+  return content;
+}
+
+}  // namespace
+
+Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge) {
+  Snapshot snapshot;
+  bridgeFrom(source, snapshot, bridge);
+  inFile(source, "showportdetail.json",
+         [&](Json const& json) { readPorts(snapshot, json, bridge); });
+  if (snapshot.mode == 3) {
+    mstisFrom(source, snapshot, bridge);
+    for (auto& msti : snapshot.mstis) {
+      inFile(source, "showtree-" + std::to_string(msti.id) + ".json",
+             [&](Json const& json) { readTree(msti, json, bridge); });
+    }
+  }
+  inFile(source, "showmstconfid.json", [&](Json const& json) {
+    memberIs(json, "bridge", bridge);
+    snapshot.regionName = stringMember(json, "configuration-name");
+    snapshot.revision =
+        numberOf(stringMember(json, "revision-level"), std::numeric_limits<std::uint64_t>::max(),
+                 R"(member "revision-level" is)");
+  });
+  IdTable instances{};
+  inFile(source, "showfid2mstid.json",
+         [&](Json const& json) { instances = instancesOfFids(snapshot, json, bridge); });
+  inFile(source, "showvid2fid.json",
+         [&](Json const& json) { readVlans(snapshot, json, instances, bridge); });
+  return snapshot;
+}
+
+std::vector<std::uint16_t> instancesToRead(SnapshotSource const& source,
+                                           std::string const& bridge) {
+  Snapshot snapshot;
+  bridgeFrom(source, snapshot, bridge);
+  if (snapshot.mode == 3) {
+    mstisFrom(source, snapshot, bridge);
+  }
+  std::vector<std::uint16_t> ids;
+  for (Snapshot::Msti const& msti : snapshot.mstis) {
+    ids.push_back(msti.id);
+  }
+  return ids;
+}
+
+Snapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge) {
+  try {
+    return parseSnapshot([&dir](std::string const& file) { return contentOf(dir, file); }, bridge);
+  } catch (SnapshotError const& error) {
+    throw SnapshotError(dir, error.file(), error.reason());
+  }
+}
+
+}  // namespace Agent

@@ -1,0 +1,177 @@
+#include "agent/views/document/OpenConfigView.h"
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "agent/program/TestSupport.h"
+
+namespace Agent {
+namespace {
+
+class OpenConfigView : public SessionTest {
+ protected:
+  // What stands at a JSON pointer in the document, or null.
+  std::string at(std::string const& pointer) const {
+    OrderedJson const stp = openConfigView(targets()).at("openconfig-spanning-tree:stp");
+    OrderedJson::json_pointer const path(pointer);
+    return stp.contains(path) ? stp.at(path).dump() : "null";
+  }
+
+  // A target with everything that the document has to deal with.
+  void stageEverything() {
+    for (char const* const line : {
+             R"({"op":"set","path":["ocGlobalConfig","config"],
+                 "value":{"enabledProtocol":[0,1,2,1],"bpduGuard":true,
+                          "disabledVlan":[10,[10,12],[12,10],[5,5],10,4094,[1,4094]]}})",
+             R"({"op":"set","path":["ocGlobalState","state"],
+                 "value":{"enabledProtocol":[2,2],"disabledVlan":[7,7,[8,9],[8,9]]}})",
+             R"({"op":"create","path":["ocInterfaceConfigDir","interface","Ethernet10"],
+                 "value":{"name":"other","linkType":0,"edgePort":0,"bpduGuard":0}})",
+             R"({"op":"create","path":["ocInterfaceConfigDir","interface","Ethernet2"],
+                 "value":{"linkType":1,"edgePort":1,"bpduGuard":1}})",
+             R"({"op":"create","path":["ocInterfaceConfigDir","interface","Ethernet1"],
+                 "value":{"linkType":2,"edgePort":3,"bpduGuard":2}})",
+             R"({"op":"create","path":["ocInterfaceConfigDir","interface","a \"b\" <c> \u00e9\n"],
+                 "value":{"edgePort":2}})",
+             R"({"op":"create","path":["ocInterfaceConfigDir","interface","bell\u0007"]})",
+             R"({"op":"set","path":["ocInterfaceStateDir","state","Ethernet2"],
+                 "value":{"edgePort":0,"bpduGuard":1}})",
+             R"({"op":"set","path":["ocInterfaceStateDir","state","Ethernet3"],"value":{}})",
+             R"({"op":"set","path":["ocInterfaceStateDir","state","\ufdd0"],"value":{}})",
+             R"({"op":"create","path":["ocMstiConfigDir","mstInstance",0],"value":{"vlan":[1]}})",
+             R"({"op":"create","path":["ocMstiConfigDir","mstInstance",4095]})",
+             R"({"op":"create","path":["ocMstiConfigDir","mstInstance",100],
+                 "value":{"mstId":7,"bridgePriority":61440,"vlan":[[10,20],30,30]}})",
+             R"({"op":"create","path":["ocMstiConfigDir","mstInstance",1]})",
+             R"({"op":"set","path":["ocMstiStateDir","state",1],
+                 "value":{"bridgePriority":4097,"vlan":[4094,1]}})",
+             R"({"op":"set","path":["ocMstiStateDir","state",20],"value":{}})",
+             R"({"op":"set","path":["ocMstiStateDir","state",0],"value":{}})",
+         }) {
+      apply(line);
+    }
+  }
+};
+
+TEST_F(OpenConfigView, EmptyListsAndContainersAreLeftOut) {
+  EXPECT_EQ(openConfigView(targets()).dump(),
+            R"({"openconfig-spanning-tree:stp":)"
+            R"({"global":{"config":{"bpdu-guard":false},"state":{"bpdu-guard":false}}}})");
+}
+
+TEST_F(OpenConfigView, GlobalHasQualifiedIdentitiesAndTheAugmentation) {
+  stageEverything();
+  EXPECT_EQ(at("/global/config"),
+            R"({"enabled-protocol":["openconfig-spanning-tree-types:RSTP",)"
+            R"("openconfig-spanning-tree-types:MSTP",)"
+            R"("openconfig-spanning-tree-types:RAPID_PVST"],"bpdu-guard":true,)"
+            R"("stp-openconfig-disabled-vlan:disabled-vlan":)"
+            R"([10,"10..12","12..10","5..5",4094,"1..4094"]})");
+  EXPECT_EQ(at("/global/state"),
+            R"({"enabled-protocol":["openconfig-spanning-tree-types:RAPID_PVST"],)"
+            R"("bpdu-guard":false,)"
+            R"("stp-openconfig-disabled-vlan:disabled-vlan":[7,"8..9"]})");
+}
+
+TEST_F(OpenConfigView, InterfacesHaveConfigAndWhereReportedState) {
+  stageEverything();
+  EXPECT_EQ(at("/interfaces/interface/0"), R"({"name":"Ethernet1","config":{"name":"Ethernet1"}})");
+  EXPECT_EQ(at("/interfaces/interface/1"),
+            R"({"name":"Ethernet2",)"
+            R"("config":{"name":"Ethernet2",)"
+            R"("edge-port":"openconfig-spanning-tree-types:EDGE_DISABLE",)"
+            R"("link-type":"SHARED","bpdu-guard":true},)"
+            R"("state":{"name":"Ethernet2",)"
+            R"("edge-port":"openconfig-spanning-tree-types:EDGE_ENABLE",)"
+            R"("link-type":"P2P","bpdu-guard":true}})");
+  EXPECT_EQ(at("/interfaces/interface/2"),
+            R"({"name":"Ethernet3","config":{"name":"Ethernet3"},)"
+            R"("state":{"name":"Ethernet3",)"
+            R"("edge-port":"openconfig-spanning-tree-types:EDGE_AUTO","link-type":"P2P"}})");
+  EXPECT_EQ(at("/interfaces/interface/3"),
+            R"({"name":"Ethernet10","config":{"name":"Ethernet10",)"
+            R"("edge-port":"openconfig-spanning-tree-types:EDGE_ENABLE",)"
+            R"("link-type":"P2P","bpdu-guard":false}})");
+  EXPECT_EQ(at("/interfaces/interface/4/name"), R"("a \"b\" <c> é\n")");
+}
+
+TEST_F(OpenConfigView, NamesThatYangHasNotAreLeftOut) {
+  stageEverything();
+  EXPECT_EQ(at("/interfaces/interface/5"), "null");
+}
+
+TEST_F(OpenConfigView, InstancesAreThoseThatTheModelKnows) {
+  stageEverything();
+  EXPECT_EQ(at("/mstp/mst-instances/mst-instance"),
+            R"([{"mst-id":1,"config":{"mst-id":1,"bridge-priority":32768},)"
+            R"("state":{"mst-id":1,"vlan":[4094,1],"bridge-priority":4097}},)"
+            R"({"mst-id":20,"config":{"mst-id":20},)"
+            R"("state":{"mst-id":20,"bridge-priority":32768}},)"
+            R"({"mst-id":100,"config":{"mst-id":100,"vlan":["10..20",30],)"
+            R"("bridge-priority":61440}}])");
+}
+
+TEST_F(OpenConfigView, CistAloneLeavesTheInstancesOut) {
+  apply(R"({"op":"create","path":["ocMstiConfigDir","mstInstance",0]})");
+  apply(R"({"op":"set","path":["ocMstiStateDir","state",4095],"value":{}})");
+  EXPECT_EQ(at("/mstp"), "null");
+}
+
+TEST_F(OpenConfigView, ValidatesAgainstTheModels) {
+  char const* const models = std::getenv("OPENCONFIG_YANG_DIR");
+  if (models == nullptr) {
+    GTEST_SKIP() << "OPENCONFIG_YANG_DIR doesn't name a folder with the public models";
+  }
+  stageEverything();
+  std::string const document = testing::TempDir() + "openconfig-view.json";
+  std::ofstream(document) << openConfigView(targets()).dump(2);
+  std::string const models_(models);
+  std::string const command = "yanglint -t get -p '" + models_ + "' '" + models_ +
+                              "/openconfig-spanning-tree.yang' '" + models_ +
+                              "/openconfig-spanning-tree-types.yang' '" STP_YANG_DIR
+                              "/stp-openconfig-disabled-vlan.yang' '" +
+                              document + "'";
+  EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0) << command;
+  std::filesystem::remove(document);
+}
+
+TEST(NaturalOrder, RunsOfDigitsAreNumbers) {
+  // In ascending order.
+  std::vector<std::string> const names{"",
+                                       "0",
+                                       "00",
+                                       "01",
+                                       "1",
+                                       "2",
+                                       "10",
+                                       "99999999999999999999",
+                                       "100000000000000000000",
+                                       "Ethernet",
+                                       "Ethernet1",
+                                       "Ethernet1/1",
+                                       "Ethernet1/2",
+                                       "Ethernet1/10",
+                                       "Ethernet02",
+                                       "Ethernet2",
+                                       "Ethernet2a",
+                                       "Ethernet10",
+                                       "Port-Channel1",
+                                       "a1b2",
+                                       "a1b10",
+                                       "a2b1",
+                                       "\xC3\xA9"};
+  for (std::size_t first = 0; first < names.size(); ++first) {
+    for (std::size_t second = 0; second < names.size(); ++second) {
+      SCOPED_TRACE("\"" + names[first] + "\" and \"" + names[second] + "\"");
+      EXPECT_EQ(naturalLess(names[first], names[second]), first < second);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace Agent

@@ -1,7 +1,7 @@
 #include "Stp/GlobalMirrors.h"
 
-#include "Stp/Records.h"
-#include "Stp/VlanList.h"
+#include "Stp/frame/Records.h"
+#include "Stp/vlans/VlanList.h"
 
 namespace Stp {
 

@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "Base/Api.h"
-#include "Stp/Reactor.h"
+#include "Stp/frame/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
 #include "StpTypes/OpenConfigState.h"

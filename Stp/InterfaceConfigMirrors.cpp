@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Lanx/IntfId.h"
-#include "Stp/Records.h"
+#include "Stp/frame/Records.h"
 
 namespace Stp {
 

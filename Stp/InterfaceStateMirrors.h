@@ -12,7 +12,7 @@
 #include <tuple>
 
 #include "Base/Api.h"
-#include "Stp/Reactor.h"
+#include "Stp/frame/Reactor.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
 

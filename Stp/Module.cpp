@@ -7,11 +7,11 @@
 
 #include "Flashlog/MsgDesc.h"
 #include "Stp/GlobalMirrors.h"
-#include "Stp/Inspector.h"
 #include "Stp/InterfaceConfigMirrors.h"
 #include "Stp/InterfaceStateMirrors.h"
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/MstpStateMirrors.h"
+#include "Stp/frame/Inspector.h"
 
 namespace Stp {
 

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
-#include "Stp/InstanceName.h"
-#include "Stp/Records.h"
-#include "Stp/VidToMsti.h"
+#include "Stp/frame/Records.h"
+#include "Stp/vlans/InstanceName.h"
+#include "Stp/vlans/VidToMsti.h"
 
 namespace Stp {
 

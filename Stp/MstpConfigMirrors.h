@@ -12,7 +12,7 @@
 #include <tuple>
 
 #include "Base/Api.h"
-#include "Stp/Reactor.h"
+#include "Stp/frame/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
 

@@ -1,7 +1,7 @@
 #include "Stp/MstpStateMirrors.h"
 
-#include "Stp/InstanceName.h"
-#include "Stp/VidToMsti.h"
+#include "Stp/vlans/InstanceName.h"
+#include "Stp/vlans/VidToMsti.h"
 
 namespace Stp {
 

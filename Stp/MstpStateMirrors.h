@@ -15,7 +15,7 @@
 
 #include "Base/Api.h"
 #include "Lumo/Publisher.h"
-#include "Stp/Reactor.h"
+#include "Stp/frame/Reactor.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
 

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "Stp/InstanceName.h"
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/MstpStateMirrors.h"
-#include "Stp/VidToMsti.h"
+#include "Stp/vlans/InstanceName.h"
+#include "Stp/vlans/VidToMsti.h"
 #include "bench/World.h"
 
 namespace Bench {

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "Stp/VlanList.h"
+#include "Stp/vlans/VlanList.h"
 #include "bench/World.h"
 
 namespace Bench {

@@ -8,11 +8,11 @@
 
 #include "Lumo/Publisher.h"
 #include "Stp/GlobalMirrors.h"
-#include "Stp/InstanceName.h"
 #include "Stp/InterfaceConfigMirrors.h"
 #include "Stp/InterfaceStateMirrors.h"
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/MstpStateMirrors.h"
+#include "Stp/vlans/InstanceName.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <array>
 
 #include "Lumo/Bytes.h"
-#include "Stp/VidToMsti.h"
-#include "Stp/VlanList.h"
+#include "Stp/vlans/VidToMsti.h"
+#include "Stp/vlans/VlanList.h"
 #include "fuzz/Input.h"
 
 namespace {

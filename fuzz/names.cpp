@@ -5,7 +5,7 @@
 
 #include "Lanx/IntfId.h"
 #include "Lumo/RangeException.h"
-#include "Stp/InstanceName.h"
+#include "Stp/vlans/InstanceName.h"
 #include "agent/views/document/OpenConfigView.h"
 #include "fuzz/Input.h"
 

@@ -12,7 +12,7 @@
 #define GIVEN port, config
 #endif
 
-#include "Stp/Reactor.h"
+#include "Stp/frame/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
 

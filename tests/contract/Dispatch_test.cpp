@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Lumo/HideMe.h"
-#include "Stp/FrameTestSupport.h"
+#include "Stp/frame/tests/FrameTestSupport.h"
 
 namespace Stp {
 namespace {

@@ -12,7 +12,7 @@
 #include "Lumo/Node.h"
 #include "Lumo/Ptr.h"
 #include "Lumo/Publisher.h"
-#include "Stp/Reactor.h"
+#include "Stp/frame/Reactor.h"
 
 namespace Stp::OrderTest {
 

@@ -14,8 +14,8 @@
 
 #include "Lumo/HideMe.h"
 #include "Lumo/ModuleInspect.h"
-#include "Stp/FrameTestSupport.h"
 #include "Stp/Module.h"
+#include "Stp/frame/tests/FrameTestSupport.h"
 
 namespace Stp {
 namespace {

@@ -12,7 +12,7 @@
 #include "Flashlog/FlashlogHandle.h"
 #include "Flashlog/Reader.h"
 #include "Flashlog/TestSupport.h"
-#include "Stp/FrameTestSupport.h"
+#include "Stp/frame/tests/FrameTestSupport.h"
 
 namespace Stp::ContractTest {
 

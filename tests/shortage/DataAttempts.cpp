@@ -8,10 +8,10 @@
 #include "Flashlog/MsgDesc.h"
 #include "Flashlog/Reader.h"
 #include "Flashlog/TestSupport.h"
-#include "Stp/GlobalTestSupport.h"
-#include "Stp/MstTestSupport.h"
-#include "Stp/VidToMsti.h"
-#include "Stp/VlanList.h"
+#include "Stp/tests/GlobalTestSupport.h"
+#include "Stp/tests/MstTestSupport.h"
+#include "Stp/vlans/VidToMsti.h"
+#include "Stp/vlans/VlanList.h"
 
 namespace Shortage {
 

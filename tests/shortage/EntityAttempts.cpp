@@ -6,7 +6,7 @@
 
 #include "Attempts.h"
 #include "Lumo/TypeName.h"
-#include "Stp/MstTestSupport.h"
+#include "Stp/tests/MstTestSupport.h"
 
 namespace Shortage {
 

@@ -17,7 +17,7 @@
 #include "Flashlog/TestSupport.h"
 #include "Memory.h"
 #include "Mirrors.h"
-#include "Stp/InstanceName.h"
+#include "Stp/vlans/InstanceName.h"
 
 namespace Shortage {
 namespace {

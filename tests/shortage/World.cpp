@@ -8,8 +8,8 @@
 #include <type_traits>
 
 #include "Memory.h"
-#include "Stp/GlobalTestSupport.h"
-#include "Stp/MstTestSupport.h"
+#include "Stp/tests/GlobalTestSupport.h"
+#include "Stp/tests/MstTestSupport.h"
 
 namespace Shortage {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Lumo/Ptr.h"
-#include "Stp/TestSupport.h"
+#include "Stp/tests/TestSupport.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/Status.h"
 #include "tests/OpenConfigTargets.h"

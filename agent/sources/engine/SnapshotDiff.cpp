@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "Lumo/Ptr.h"
-#include "Stp/InstanceName.h"
+#include "Stp/vlans/InstanceName.h"
 #include "StpTypes/Collection.h"
 #include "agent/text/Values.h"
 

@@ -9,7 +9,7 @@
 
 #include "Lumo/Ptr.h"
 #include "Lumo/String.h"
-#include "Stp/InstanceName.h"
+#include "Stp/vlans/InstanceName.h"
 #include "StpTypes/Collection.h"
 #include "StpTypes/Input.h"
 #include "agent/sources/operations/Places.h"

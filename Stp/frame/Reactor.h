@@ -1,0 +1,327 @@
+// The frame that all classes of the module share.
+//
+// A reactor watches source entities, reacts to changes of their attributes, and writes target
+// entities. A class says what it is made of in an aggregate of attributes (Attributes.h) and what
+// it does when in its table `operations` (Operation.h):
+//
+//   struct ThingSmAttributes {
+//     static constexpr std::uint16_t classIndex = 16;
+//     Key name;
+//     Source<"thing", Thing const> thing;
+//     Target<"ocThing", OCThing> ocThing;
+//   };
+//   class ThingSm final : public Reactor<ThingSm, ThingSmAttributes> { ... operations ... };
+//
+// From the two the frame derives the constructor's and the creator's signature, subscription and
+// activation, the dispatch of a change to the handlers, the comparison of a child's arguments,
+// tear-down, allocation counts and the type registry. A class writes its handlers, a constructor
+// that passes its arguments on and then calls `synchronise`, and its free factory.
+//
+// Life: constructed (subscribed and synchronised), active, inactive, zombie, destroyed. A change
+// that comes while the mark-and-sweep flag is set is dropped. Handlers run on the one notification
+// thread; whatever they write may drop the reactor from inside, so a handler of a leaf touches
+// nothing of its own after its last write, and the frame holds reactors that go on after one.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "Base/Api.h"
+#include "Lumo/Members.h"
+#include "Lumo/Node.h"
+#include "Lumo/Ptr.h"
+#include "Lumo/SubscriberScopeGuard.h"
+#include "Stp/Module.h"
+#include "Stp/frame/Attributes.h"
+#include "Stp/frame/HandlerTrace.h"
+#include "Stp/frame/MemberTypes.h"
+#include "Stp/frame/Operation.h"
+#include "Stp/frame/Tracked.h"
+#include "Vel/Reinstantiation.h"
+
+namespace Stp {
+
+template <class Derived, class Attributes,
+          class Arguments = typename Impl::SplitAttributes<Attributes>::Arguments,
+          class Own = typename Impl::SplitAttributes<Attributes>::Own>
+class Reactor;
+
+template <class Derived, class Attributes, class... Argument, class... OwnMember>
+class STP_API
+    Reactor<Derived, Attributes, Impl::TypeList<Argument...>, Impl::TypeList<OwnMember...>>
+    : public Lumo::Node, public Tracked<Derived>, protected Attributes {
+ public:
+  using Self = Derived;
+  using AttributeList = Attributes;
+  using ArgumentList = Impl::TypeList<Argument...>;
+
+  static constexpr bool isKeyed = (std::is_same_v<Argument, Key> || ...);
+  static constexpr bool isReactive = (Impl::isSource<Argument> || ...);
+  static constexpr bool hasChildren = (Impl::isChildren<OwnMember> || ...);
+
+  /// The name of the class without its namespace.
+  static constexpr std::string_view className() {
+    constexpr std::string_view qualified = Lumo::typeName<Derived>();
+    return qualified.substr(qualified.rfind(':') + 1);
+  }
+
+  /// A new reactor, active; the arguments are those of the constructor. An absent source is not
+  /// watched; where the initial synchronisation needs an entity that is absent it throws
+  /// Lumo::AbsentPointerException. What it throws passes, and nothing of the reactor remains.
+  static Lumo::Ptr<Derived> create(typename Argument::Argument const&... arguments) {
+    Lumo::Ptr<Derived> reactor = construct(arguments...);
+    reactor->hasNotificationActiveIs(true);
+    return reactor;
+  }
+
+  /// The same for a class that is never activated.
+  static Lumo::Ptr<Derived> construct(typename Argument::Argument const&... arguments) {
+    return Lumo::Ptr<Derived>::adopt(Tracked<Derived>::make(arguments...));
+  }
+
+  Lumo::VelTypeBase typeData() const override {
+    return {&_StpOpenConfigSm_a888b7c7e663556e_velModule, Attributes::classIndex};
+  }
+
+  /// "[NAME]"
+  std::string keyInfo() const requires isKeyed { return keyText(); }
+
+  /// Sets or clears the mark-and-sweep flag of this reactor alone.
+  void velDoZombieReactors(bool value) noexcept {
+    if (markAndSweepFlag() != value) {
+      markAndSweepFlagSet(value);
+    }
+  }
+
+  /// Switches the subscriptions on or off, here and in all children. No handler of this reactor
+  /// runs meanwhile.
+  void hasNotificationActiveIs(bool value) requires isReactive {
+    if (value == hasNotificationActive()) {
+      return;
+    }
+    Lumo::hasNotificationActiveSet(*this, value);
+    bool const zombie = markAndSweepFlag();
+    markAndSweepFlagSet(true);
+    eachMember([&](auto& member) { this->activeIs(member, value); });
+    markAndSweepFlagSet(zombie);
+  }
+
+  /// Takes all subscriptions back.
+  void unsubscribe() noexcept {
+    eachMember([](auto& member) {
+      if constexpr (requires { member.unsubscribe(); }) {
+        member.unsubscribe();
+      }
+    });
+  }
+
+  /// Throws Vel::ReinstantiationException for the first of the given arguments, in the order of
+  /// the constructor and without the name, that is another entity than the stored one.
+  template <class... Given>
+  void requireMadeFrom(Given const&... given) const {
+    std::array<Lumo::Node const*, sizeof...(Given)> const asked{given.get()...};
+    auto const stored = entities();
+    static_assert(asked.size() == stored.size());
+    for (std::size_t at = 0; at < stored.size(); ++at) {
+      if (stored[at] != asked[at]) {
+        Vel::Impl::throwMutatorReinstantiating(
+            typeData(), static_cast<Lumo::FieldId>(firstField + (isKeyed ? 1 : 0) + at), stored[at],
+            asked[at]);
+      }
+    }
+  }
+
+  /// Whether it was made from just these entities.
+  template <class... Given>
+  bool isMadeFrom(Given const&... given) const {
+    return entities() == std::array<Lumo::Node const*, sizeof...(Given)>{given.get()...};
+  }
+
+  /// Calls `visit(member)` for every attribute, in order.
+  template <class Visit>
+  void eachMember(Visit visit) {
+    std::apply([&](auto&... member) { (visit(member), ...); },
+               Lumo::membersOf(static_cast<Attributes&>(*this)));
+  }
+
+  /// The routine for changes of a source: runs the handlers of the operations that list the
+  /// changed attribute. Where there are several, the reactor is held meanwhile and its
+  /// mark-and-sweep flag looked at before each; it is held as well if it has children, since it
+  /// then goes on with them after it has written. An exception that escapes a handler ends the
+  /// process.
+  ///
+  /// Its handlers are compiled into it: a change of a port then costs a fifth less.
+  template <class Entity>
+  [[gnu::visibility("hidden"), gnu::flatten]] static void dispatch(
+      Lumo::Publisher* /*publisher*/, Lumo::Subscriber* slot, Lumo::FieldId field,
+      void const* oldValueOrKey, void const* /*newValue*/) noexcept {
+    auto* const reactor = static_cast<Reactor*>(slot->owner());
+    try {
+      if (!reactor->markAndSweepFlag()) {
+        runListed<typename Entity::Id>(
+            static_cast<Derived&>(*reactor), field, oldValueOrKey,
+            std::make_index_sequence<
+                Impl::listedFields<typename Entity::Id>(Derived::operations).count>());
+      }
+    } catch (...) {
+      std::terminate();  // said here, so that the host's terminate handler finds the exception
+    }
+  }
+
+ protected:
+  explicit Reactor(typename Argument::Argument const&... arguments)
+      : Attributes{arguments..., OwnMember()...} {
+    static_assert(listsOnlyWatched(),
+                  "an operation lists an attribute of an entity that this class does not watch");
+    eachMember([this](auto& member) { this->subscribe(member); });
+  }
+
+  ~Reactor() override {
+    if constexpr (isReactive) {
+      hasNotificationActiveIs(false);
+    } else {
+      Lumo::hasNotificationActiveSet(*this, false);
+    }
+    velDoZombieReactors(true);
+    unsubscribe();
+    eachMember([](auto& member) {
+      if constexpr (requires { member.delAll(); }) {
+        member.delAll();
+      }
+    });
+  }
+
+  /// The end of a constructor: runs the given handlers in order. If one throws, the subscriptions
+  /// are taken back first of all.
+  template <class... Handler>
+  void synchronise(Handler... handlers) {
+    Lumo::SubscriberScopeGuard guard(*this);
+    ((static_cast<Derived&>(*this).*handlers)(), ...);
+    guard.dismiss();
+  }
+
+  /// Subscribes to the entity of a watched member, if there is one; nothing for other members.
+  template <class Member>
+  void subscribe(Member& member) {
+    if constexpr (requires {
+                    typename Member::Entity;
+                    member.subscribe(nullptr, nullptr);
+                  }) {
+      member.subscribe(&dispatch<typename Member::Entity>, this);
+    }
+  }
+
+  /// Opens the trace of a handler; the scope of the result is the traced block. The name must be
+  /// that of an operation, with a parameter list where the fast trace's message has it. `text` is
+  /// streamed after the common prefix; a callable is called with the stream.
+  template <Lumo::FixedString handler, unsigned line, class... Text>
+  [[gnu::always_inline]] Impl::HandlerTrace trace(Text const&... text) const {
+    static constexpr Impl::TraceSite site{className(), handler.view(), line};
+    static_assert(Impl::hasRow(Derived::operations, site.handlerName()),
+                  "no operation of this class has this name");
+    static constinit int messageId = 0;
+    return Impl::HandlerTrace(site, messageId, *this, text...);
+  }
+
+ private:
+  friend class Impl::HandlerTrace;
+
+  std::string keyText() const {
+    if constexpr (isKeyed) {
+      return "[" + Attributes::name.toString() + "]";
+    } else {
+      return {};
+    }
+  }
+
+  // Out of line, so that a handler whose text is off carries nothing of it.
+  template <class... Text>
+  [[gnu::noinline, gnu::cold]] void writeText(Impl::TraceSite const& site,
+                                              Text const&... text) const noexcept {
+    Vel::TraceHelper helper = Impl::textTrace(site);
+    helper.stream() << className() << keyText() << "::" << site.handlerName() << "() ";
+    (Impl::streamText(helper.stream(), text), ...);
+  }
+
+  template <class Member>
+  void activeIs(Member& member, bool value) {
+    if constexpr (requires { member.activeIs(value); }) {
+      member.activeIs(value);
+    } else if constexpr (requires { member.unsubscribe(); }) {
+      if (value) {
+        subscribe(member);
+      } else {
+        member.unsubscribe();
+      }
+    }
+  }
+
+  // The stored entities, in the order of the arguments.
+  auto entities() const {
+    std::array<Lumo::Node const*, sizeof...(Argument) - (isKeyed ? 1 : 0)> stored{};
+    std::size_t count = 0;
+    auto const add = [&](auto const& member) {
+      using Member = std::remove_cvref_t<decltype(member)>;
+      if constexpr (Impl::isArgument<Member> && Member::kind != Lumo::FieldKind::key) {
+        stored.at(count++) = member.pointer().get();
+      }
+    };
+    std::apply([&](auto const&... member) { (add(member), ...); },
+               Lumo::membersOf(static_cast<Attributes const&>(*this)));
+    return stored;
+  }
+
+  // Whether the class watches an entity that numbers its attributes by `Id`.
+  template <class Id>
+  static constexpr bool isWatched = (Impl::watchesThrough<Argument, Id>() || ...) ||
+                                    (Impl::watchesThrough<OwnMember, Id>() || ...);
+
+  static consteval bool listsOnlyWatched() {
+    return Impl::allListed(Derived::operations, []<class Id>() { return isWatched<Id>; });
+  }
+
+  template <class Id, std::size_t... I>
+  static void runListed(Derived& self, Lumo::FieldId field, void const* key,
+                        std::index_sequence<I...> /*listed*/) {
+    constexpr Impl::ListedFields fields = Impl::listedFields<Id>(Derived::operations);
+    static_assert(fields.count != 0, "no operation lists an attribute of a watched entity");
+    static_cast<void>(
+        ((field == fields.ids[I] && (run<Id, fields.ids[I]>(self, key), true)) || ...));
+  }
+
+  template <class Id, Lumo::FieldId field>
+  static void run(Derived& self, void const* key) {
+    constexpr std::size_t runs = Impl::rowsListing<Id>(Derived::operations, field);
+    using Hold = std::conditional_t<(runs > 1 || hasChildren), Lumo::Ptr<Derived>, Derived*>;
+    [[maybe_unused]] Hold const held(&self);
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+      (runRow<Id, field, I, (runs > 1)>(self, key), ...);
+    }
+    (std::make_index_sequence<std::tuple_size_v<decltype(Derived::operations)>>());
+  }
+
+  template <class Id, Lumo::FieldId field, std::size_t rowIndex, bool checkEach>
+  static void runRow(Derived& self, [[maybe_unused]] void const* key) {
+    constexpr auto const& row = std::get<rowIndex>(Derived::operations);
+    if constexpr (row.template watches<Id>(field)) {
+      if (checkEach && self.markAndSweepFlag()) {
+        return;
+      }
+      using Traits = typename std::remove_cvref_t<decltype(row)>::Traits;
+      if constexpr (Traits::takesKey) {
+        (self.*row.handler)(*static_cast<typename Traits::Key const*>(key));
+      } else {
+        (self.*row.handler)();
+      }
+    }
+  }
+};
+
+}  // namespace Stp

@@ -1,0 +1,185 @@
+// What a reader of the configured instances may do from inside a notification: drop the mirror or
+// what it is made of, and configure more. The pass under way must neither touch what has gone nor
+// leave the mirror unable to go on.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Lumo/Ptr.h"
+#include "Stp/MstpConfigMirrors.h"
+#include "Stp/tests/MstTestSupport.h"
+#include "Stp/tests/TestSupport.h"
+
+namespace Stp {
+namespace {
+
+using testing::IsEmpty;
+using TestSupport::ActsOnce;
+using TestSupport::Deed;
+using TestSupport::DropsAndThrows;
+using TestSupport::MapEntry;
+using TestSupport::MstiRecords;
+using TestSupport::recordsOf;
+using TestSupport::Watch;
+
+class MstpConfigReentry : public TestSupport::LeavesNothing {
+ protected:
+  // A mirror of a bridge with "Mst" and a configured instance that has a VLAN.
+  void start() {
+    input_ = Lumo::make<Input::Config>();
+    directory_ = Lumo::make<OCMstiConfigDir>();
+    mapIs({{10, 5}});
+    mst_ = Lumo::make<Input::StpiConfig>();
+    input_->stpiConfigIs("Mst", mst_);
+    msti_ = configure("MST5");
+    configure("MST6");
+    mirror_ = oCMstpConfigWrapperSmFactory(input_, directory_);
+  }
+
+  Lumo::Ptr<Input::MstiConfig> configure(Lumo::String const& name) {
+    auto config = Lumo::make<Input::MstiConfig>();
+    mst_->mstiConfigIs(name, config);
+    return config;
+  }
+  void unconfigure(Lumo::String const& name) { mst_->mstiConfigDel(name); }
+  void mapIs(std::vector<MapEntry> const& entries) {
+    input_->mstConfigIs(TestSupport::mstConfig(entries));
+  }
+  void priorityChanges() {
+    // Nothing here holds the entity meanwhile.
+    Input::MstiConfig& msti = *msti_;
+    msti.bridgePriorityIs(msti.bridgePriority() + 1);
+  }
+  void mstGoes() { input_->stpiConfigDel("Mst"); }
+
+  // Whatever happened, the mirror must work once it has what it needs.
+  void expectAliveAndWell() {
+    mirror_->hasNotificationActiveIs(true);
+    mstGoes();
+    EXPECT_EQ(OCMstpConfigSm::memAllocationTracker_.live(), 0U);
+    EXPECT_EQ(OCMstiConfigSm::memAllocationTracker_.live(), 0U);
+    directory_->mstInstanceDelAll();
+    mst_ = Lumo::make<Input::StpiConfig>();
+    input_->stpiConfigIs("Mst", mst_);
+    mapIs({});
+    mapIs({{10, 5}});
+    configure("MST6")->bridgePriorityIs(4096);
+    EXPECT_EQ(
+        recordsOf(*directory_),
+        (MstiRecords{{0, {0, 32768, "1-9 11-4094"}}, {5, {5, 32768, "10"}}, {6, {0, 4096, ""}}}));
+  }
+
+  std::vector<Deed> causes() {
+    return {
+        {"priority", [this] { priorityChanges(); }},
+        {"new configuration", [this] { configure("MST7"); }},
+        {"configuration gone", [this] { unconfigure("MST6"); }},
+        {"map",
+         [this] {
+           mapIs({{10, 8}, {11, 5}});
+         }},
+        {"Mst gone", [this] { mstGoes(); }},
+        {"Mst back",
+         [this] {
+           auto const input = input_;
+           auto const mst = mst_;
+           input->stpiConfigDel("Mst");
+           input->stpiConfigIs("Mst", mst);
+         }},
+    };
+  }
+
+  std::vector<Deed> reactions() {
+    return {
+        {"drops the mirror", [this] { mirror_ = nullptr; }},
+        {"drops the mirror and every source",
+         [this] {
+           mirror_ = nullptr;
+           msti_ = nullptr;
+           mst_ = nullptr;
+           input_ = nullptr;
+         }},
+        {"drops the child", [this] { mirror_->ocMstpConfigSmDel("Mst"); }},
+        {"switches the mirror off", [this] { mirror_->hasNotificationActiveIs(false); }},
+        {"configures another instance", [this] { configure("MST9"); }},
+        {"changes the map",
+         [this] {
+           mapIs({{12, 9}});
+         }},
+    };
+  }
+
+  bool happens(Deed const& cause, Deed const& reaction, int atChange, int nested) {
+    ActsOnce reader(reaction, atChange, nested, [this] { priorityChanges(); });
+    std::vector<std::unique_ptr<Watch<OCMsti>>> records;
+    auto const react = [&reader](auto...) { reader.changed(); };
+    Watch<OCMstiConfigDir> const members(directory_, [&](Lumo::FieldId, void const* key,
+                                                         void const*) {
+      if (auto const present = directory_->mstInstance(*static_cast<std::uint16_t const*>(key))) {
+        records.push_back(std::make_unique<Watch<OCMsti>>(present, react));
+      }
+      react();
+    });
+    for (auto const& instance : directory_->mstInstance()) {
+      records.push_back(std::make_unique<Watch<OCMsti>>(instance.value, react));
+    }
+    cause.act();
+    return reader.acted();
+  }
+
+  Lumo::Ptr<Input::Config> input_;
+  Lumo::Ptr<Input::StpiConfig> mst_;
+  Lumo::Ptr<Input::MstiConfig> msti_;
+  Lumo::Ptr<OCMstiConfigDir> directory_;
+  Lumo::Ptr<OCMstpConfigWrapperSm> mirror_;
+};
+
+TEST_F(MstpConfigReentry, IsSafeWhateverAReaderOfTheInstancesDrops) {
+  for (Deed const& cause : causes()) {
+    for (Deed const& reaction : reactions()) {
+      SCOPED_TRACE(cause.name + "; the reader " + reaction.name);
+      int acted = 0;
+      for (int atChange = 1; atChange <= 8; ++atChange) {
+        for (int nested = 0; nested <= 3; ++nested) {
+          SCOPED_TRACE(std::to_string(atChange) + ", nested " + std::to_string(nested));
+          start();
+          acted += happens(cause, reaction, atChange, nested) ? 1 : 0;
+          if (mirror_) {
+            expectAliveAndWell();
+          }
+          mirror_ = nullptr;
+          ASSERT_THAT(TestSupport::liveObjects(), IsEmpty());
+          ASSERT_FALSE(HasFailure());
+        }
+      }
+      EXPECT_GE(acted, 1);
+    }
+  }
+}
+
+// Only a handler that is called directly has a caller whom the exception reaches.
+TEST_F(MstpConfigReentry, SurvivesAReaderThatDropsEverythingAndThrows) {
+  start();
+  mirror_ = nullptr;
+  auto child = oCMstpConfigSmFactory("Mst", mst_, input_, directory_);
+  OCMstpConfigSm& called = *child;
+  child->hasNotificationActiveIs(false);
+  configure("MST7");
+  DropsAndThrows const reader(*directory_, [&] {
+    child = nullptr;
+    mst_ = nullptr;
+    input_ = nullptr;
+    directory_ = nullptr;
+  });
+  EXPECT_THROW(called.handleMstiConfig("MST7"), int);
+  EXPECT_FALSE(child);
+}
+
+}  // namespace
+}  // namespace Stp

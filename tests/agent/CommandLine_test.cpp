@@ -119,13 +119,11 @@ TEST(CommandLine, OptionsStandBeforeOrAfterTheFiles) {
 TEST(CommandLine, FilesMayBeNamedLikeCommands) {
   Folder const folder;
   std::string const lines = R"({"op":"show"})";
-  std::filesystem::path const before = std::filesystem::current_path();
+  WorkingFolder const inside(folder);
   folder.file("replay", lines);
   folder.file("run", lines);
-  std::filesystem::current_path(folder.path(""));
   Outcome const outcome =
       runAgent({"run", "--manual-start", "--show", "entities", "run", "replay"});
-  std::filesystem::current_path(before);
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, freshEntities + freshEntities + freshEntities);
 }

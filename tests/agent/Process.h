@@ -90,4 +90,18 @@ class Folder {
   std::filesystem::path path_;
 };
 
+/// Makes a folder the current one for a scope, then the one that was.
+class WorkingFolder {
+ public:
+  explicit WorkingFolder(Folder const& folder) : before_(std::filesystem::current_path()) {
+    std::filesystem::current_path(folder.path(""));
+  }
+  WorkingFolder(WorkingFolder const&) = delete;
+  WorkingFolder& operator=(WorkingFolder const&) = delete;
+  ~WorkingFolder() { std::filesystem::current_path(before_); }
+
+ private:
+  std::filesystem::path before_;
+};
+
 }  // namespace Test

@@ -147,9 +147,9 @@ TEST(Run, SecondSignalGivesUpOutputThatNobodyReads) {
 
 TEST(Run, NameInBracketsIsTheNameOfOneFile) {
   Folder const folder;
+  WorkingFolder const inside(folder);
   for (char const* const name : {"[ops]", "[a,b]", "[]", "[", "\x01[ops]"}) {
     SCOPED_TRACE(name);
-    std::filesystem::current_path(folder.path(""));
     folder.file("ops", setMode(101));
     folder.file(name, startConfig + setMode(3));
     Outcome const outcome = runAgent(with(watching, {name}));

@@ -63,5 +63,67 @@ TEST(Format, WhatIsNotTextIsEscaped) {
   }
 }
 
+std::string encoded(unsigned codePoint) {
+  auto const byte = [](unsigned value) { return static_cast<char>(value); };
+  auto const further = [&](unsigned shift) { return byte(0x80U | (codePoint >> shift & 0x3FU)); };
+  if (codePoint < 0x80) {
+    return {byte(codePoint)};
+  }
+  if (codePoint < 0x800) {
+    return {byte(0xC0U | codePoint >> 6U), further(0)};
+  }
+  if (codePoint < 0x10000) {
+    return {byte(0xE0U | codePoint >> 12U), further(6), further(0)};
+  }
+  return {byte(0xF0U | codePoint >> 18U), further(12), further(6), further(0)};
+}
+
+// Control characters, and what breaks or reorders a line, by first and last; around them is text.
+TEST(Format, WhatCommandsATerminalIsEscapedToTheEdgesOfItsRanges) {
+  struct Range {
+    unsigned first;
+    unsigned last;
+    bool escaped;
+  };
+  for (Range const& range : {Range{0x00, 0x1F, true},
+                             {0x20, 0x5B, false},
+                             {0x5D, 0x7E, false},
+                             {0x7F, 0x9F, true},
+                             {0xA0, 0x200D, false},
+                             {0x200E, 0x200F, true},
+                             {0x2010, 0x2027, false},
+                             {0x2028, 0x202E, true},
+                             {0x202F, 0x2065, false},
+                             {0x2066, 0x2069, true},
+                             {0x206A, 0xD7FF, false},
+                             {0xE000, 0x10FFFF, false}}) {
+    for (unsigned codePoint = range.first; codePoint <= range.last; ++codePoint) {
+      std::string const text = encoded(codePoint);
+      ASSERT_EQ(printable(text) != text, range.escaped) << "U+" << std::hex << codePoint;
+    }
+  }
+}
+
+TEST(Format, SequencesAreValidToTheEdgesOfTheirForms) {
+  for (std::string_view const valid :
+       {"\xc2\xa0"sv, "\xdf\xbf"sv, "\xe0\xa0\x80"sv, "\xed\x9f\xbf"sv, "\xee\x80\x80"sv,
+        "\xef\xbf\xbf"sv, "\xf0\x90\x80\x80"sv, "\xf4\x8f\xbf\xbf"sv}) {
+    EXPECT_EQ(printable(valid), valid);
+  }
+  for (auto const& [invalid, expected] : std::vector<std::pair<std::string_view, std::string>>{
+           {"\xc1\xbf", R"(\xc1\xbf)"},
+           {"\xdf", R"(\xdf)"},
+           {"\xe0\x9f\xbf", R"(\xe0\x9f\xbf)"},
+           {"\xed\xbf\xbf", R"(\xed\xbf\xbf)"},
+           {"\xef\xbf", R"(\xef\xbf)"},
+           {"\xf0\x8f\xbf\xbf", R"(\xf0\x8f\xbf\xbf)"},
+           {"\xf0\x90\x80", R"(\xf0\x90\x80)"},
+           {"\xf5\x80\x80\x80", R"(\xf5\x80\x80\x80)"},
+           {"\xf8\x88\x80\x80\x80", R"(\xf8\x88\x80\x80\x80)"},
+           {"\xc3\xc3\xa9", "\\xc3\xc3\xa9"}}) {
+    EXPECT_EQ(printable(invalid), expected);
+  }
+}
+
 }  // namespace
 }  // namespace Programs

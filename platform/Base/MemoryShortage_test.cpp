@@ -186,6 +186,29 @@ TEST(MemoryShortage, NeverHindersRemoval) {
   EXPECT_TRUE(map.empty());
 }
 
+// What went leaves no trace, however long others come in its place.
+TEST(MemoryShortage, NeverComesFromMembersThatWent) {
+  for (std::uint16_t const living : {1, 2, 10}) {
+    SCOPED_TRACE(living);
+    Map map;
+    auto const walk = map.begin();
+    auto const renew = [&](int rounds) {
+      for (int round = 0; round < rounds; ++round) {
+        for (std::uint16_t id = 0; id < living; ++id) {
+          map.deleteMemberG(id);
+          map.newMemberG(id, 7);
+        }
+      }
+    };
+    renew(100);
+    allocationsLeft = 0;
+    renew(10'000);
+    allocationsLeft = unlimited;
+    EXPECT_EQ(map.size(), living);
+    EXPECT_TRUE(walk.atEnd());
+  }
+}
+
 TEST(MemoryShortage, LeavesAMapAsItWas) {
   Lumo::UnorderedMap<std::uint16_t, std::uint16_t> map;
   unsigned failures = 0;

@@ -124,15 +124,56 @@ TEST(Reader, TruncatedFileTellsWhatItLacks) {
 }
 
 TEST(Reader, FileOfAnotherVersionTellsBoth) {
-  Bytes bytes = sample();
-  put(bytes, offsetof(Layout::Header, version), std::uint32_t{2});
-  EXPECT_EQ(refusal(bytes), "NAME: is of version 2, only version 1 can be read");
+  for (std::uint32_t const version : {0U, 2U, 0x01000000U, 0xFFFFFFFFU}) {
+    Bytes bytes = sample();
+    put(bytes, offsetof(Layout::Header, version), version);
+    EXPECT_EQ(refusal(bytes),
+              "NAME: is of version " + std::to_string(version) + ", only version 1 can be read");
+  }
 }
 
 TEST(Reader, TooLongFileIsRefused) {
-  Bytes bytes = sample();
-  bytes.push_back({});
-  EXPECT_THAT(refusal(bytes), HasSubstr("more than the 4704 bytes"));
+  TemporaryFolder const folder;
+  std::string const path = folder.file("trace");
+  for (std::size_t const more : {1, 24, 100'000}) {
+    SCOPED_TRACE(more);
+    Bytes bytes = sample();
+    bytes.resize(bytes.size() + more);
+    EXPECT_EQ(refusal(bytes),
+              "NAME: is damaged: more than the 4704 bytes that its header tells of");
+    bytesAre(path, bytes);
+    EXPECT_THROW(static_cast<void>(readTrace(path)), ReadError);
+  }
+  bytesAre(path, sample());
+  EXPECT_EQ(readTrace(path).records.size(), capacity);
+}
+
+TEST(Reader, ClocksThatDoNotAdvanceAreRefused) {
+  ClockPair const first{.ticks = 1000, .realtime = 5, .monotonic = 2000};
+  struct Case {
+    ClockPair latest;
+    bool advances;
+  };
+  for (Case const& c :
+       {Case{{1001, 5, 2001}, true}, Case{{1001, 4, 2001}, true}, Case{{1000, 6, 2001}, false},
+        Case{{999, 6, 2001}, false}, Case{{1001, 6, 2000}, false}, Case{{1001, 6, 1999}, false}}) {
+    for (std::uint64_t const generation : {2, 3}) {
+      SCOPED_TRACE(std::to_string(c.latest.ticks) + " " + std::to_string(c.latest.monotonic));
+      Bytes bytes = sample();
+      Layout::Header header = headerOf(bytes);
+      header.firstClock = first;
+      header.clockGeneration = generation;
+      header.latestClocks.at(generation % 2) = c.latest;
+      header.latestClocks.at((generation + 1) % 2) =
+          c.advances ? first : ClockPair{2000, 6, 3000};  // the one that is not looked at
+      put(bytes, 0, header);
+      if (c.advances) {
+        EXPECT_EQ(parseTrace("NAME", bytes).calibration.nanosecondsPerTick(), 1);
+      } else {
+        EXPECT_EQ(refusal(bytes), "NAME: is damaged: its clocks ran backwards");
+      }
+    }
+  }
 }
 
 TEST(Reader, DamagedHeaderIsRefused) {
@@ -226,6 +267,31 @@ TEST(Reader, RecordsInARingThatIsUnusedByItsHeaderAreRefused) {
   EXPECT_THAT(refusal(bytes), HasSubstr("no record, but 1 laps of the ring"));
   put(bytes, offsetof(Layout::Header, lap), std::uint64_t{0});
   EXPECT_THAT(refusal(bytes), HasSubstr("record 2 of the ring has a sequence"));
+}
+
+// In the first lap nothing was written yet behind the newest record, whatever part of it is asked.
+TEST(Reader, SlotsThatTheFirstLapHasNotReachedMustBeBlank) {
+  TemporaryFolder const folder;
+  for (std::size_t const written : {0U, 1U, 2U}) {
+    TraceFile file(folder.file("trace"), smallTrace(capacity));
+    int const id = newMessage(file, "text");
+    for (std::size_t i = 0; i < written; ++i) {
+      file.write(100 + i, i, id);
+    }
+    Bytes const good = bytesOf(file.path());
+    ASSERT_EQ(parseTrace("NAME", good).records.size(), written);
+    for (std::size_t slot = written + 1; slot < capacity; ++slot) {
+      for (std::size_t const member :
+           {offsetof(Layout::Slot, start), offsetof(Layout::Slot, duration),
+            offsetof(Layout::Slot, tag)}) {
+        SCOPED_TRACE(std::to_string(written) + " written, slot " + std::to_string(slot));
+        Bytes bytes = good;
+        put(bytes, slotOffset(bytes, slot) + member, std::uint64_t{1});
+        EXPECT_EQ(refusal(bytes), "NAME: is damaged: record " + std::to_string(slot + 1) +
+                                      " of the ring has a sequence that is not its own");
+      }
+    }
+  }
 }
 
 TEST(Reader, LapsAreCountedBeyondWhatATagHolds) {

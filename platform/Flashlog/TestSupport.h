@@ -73,11 +73,24 @@ void put(std::vector<std::byte>& bytes, std::size_t offset, Object const& object
   std::memcpy(&bytes.at(offset + sizeof object - 1) - (sizeof object - 1), &object, sizeof object);
 }
 
-/// Where a slot of the ring is in the bytes of a trace file.
-inline std::size_t slotOffset(std::vector<std::byte> const& bytes, std::size_t index) {
+/// The header of a trace file, as it is now.
+inline Layout::Header headerOf(std::vector<std::byte> const& bytes) {
   Layout::Header header{};
   std::memcpy(&header, bytes.data(), sizeof header);
-  return Layout::headerBytes + header.messageAreaBytes + index * sizeof(Layout::Slot);
+  return header;
+}
+inline Layout::Header headerOf(std::string const& path) {
+  return headerOf(bytesOf(path));
+}
+
+/// The clock pair of a header that is valid.
+inline ClockPair latestClockOf(Layout::Header const& header) {
+  return header.latestClocks.at(header.clockGeneration % 2);
+}
+
+/// Where a slot of the ring is in the bytes of a trace file.
+inline std::size_t slotOffset(std::vector<std::byte> const& bytes, std::size_t index) {
+  return Layout::headerBytes + headerOf(bytes).messageAreaBytes + index * sizeof(Layout::Slot);
 }
 
 }  // namespace Flashlog

@@ -6,9 +6,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "Flashlog/Clock.h"
@@ -118,6 +121,68 @@ TEST(TraceFile, FullRingLosesItsOldestRecords) {
       EXPECT_EQ(trace.records[i].sequence, c.lost + i);
       EXPECT_EQ(trace.records[i].startTicks, 1000 + c.lost + i);
     }
+  }
+}
+
+// What a file tells of the time is as fresh as its last message, its last lap and its end.
+TEST(TraceFile, ClockIsRefreshedByMessagesLapsAndTheEnd) {
+  TemporaryFolder const folder;
+  std::string const path = folder.file("trace");
+  Layout::Header before{};
+  auto const expectOneRefreshSince = [&](std::uint64_t begin) {
+    Layout::Header const after = headerOf(path);
+    EXPECT_EQ(after.clockGeneration, before.clockGeneration + 1);
+    ClockPair const latest = latestClockOf(after);
+    EXPECT_GE(latest.ticks, begin);
+    EXPECT_LE(latest.ticks, timestamp());
+    EXPECT_GT(latest.monotonic, after.firstClock.monotonic);
+    // The pair that was valid is left alone: the process may die while the new one is stored.
+    ClockPair const& kept = after.latestClocks[before.clockGeneration % 2];
+    EXPECT_EQ(std::memcmp(&kept, &before.latestClocks[before.clockGeneration % 2], sizeof kept), 0);
+    before = after;
+  };
+  std::uint64_t begin = timestamp();
+  {
+    TraceFile file(path, smallTrace(4));
+    expectOneRefreshSince(begin);
+    int id = 0;
+    for (int message = 0; message < 2; ++message) {
+      SCOPED_TRACE("a message");
+      begin = timestamp();
+      id = newMessage(file, "text");
+      expectOneRefreshSince(begin);
+    }
+    EXPECT_TRUE(file.registerMessage(id, "/src/A", 7, "text"));
+    for (int lap = 0; lap < 2; ++lap) {
+      SCOPED_TRACE("a lap");
+      for (int record = 0; record < 3; ++record) {
+        file.write(1, 1, id);
+      }
+      EXPECT_EQ(headerOf(path).clockGeneration, before.clockGeneration);
+      begin = timestamp();
+      file.write(1, 1, id);
+      expectOneRefreshSince(begin);
+    }
+    begin = timestamp();
+  }
+  SCOPED_TRACE("the end");
+  expectOneRefreshSince(begin);
+}
+
+TEST(TraceFile, MessageAreaIsRoundedUp) {
+  TemporaryFolder const folder;
+  std::string const path = folder.file("trace");
+  for (auto const& [given, expected] : std::vector<std::pair<std::size_t, std::uint64_t>>{
+           {0, 0}, {1, 8}, {7, 8}, {8, 8}, {9, 16}, {23, 24}, {1993, 2000}}) {
+    SCOPED_TRACE(given);
+    TraceFile file(path, {.ringCapacity = 2, .messageAreaBytes = given});
+    EXPECT_EQ(headerOf(path).messageAreaBytes, expected);
+    EXPECT_EQ(std::filesystem::file_size(path),
+              Layout::headerBytes + expected + 2 * sizeof(Layout::Slot));
+    bool const holdsOne = expected >= sizeof(Layout::EntryHeader);
+    EXPECT_EQ(file.registerMessage(1, "", 1, std::string(holdsOne ? expected - 16 : 0, 'x')),
+              holdsOne);
+    EXPECT_EQ(readTrace(path).messages.size(), holdsOne ? 1U : 0U);
   }
 }
 

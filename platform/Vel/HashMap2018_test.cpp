@@ -291,6 +291,23 @@ TEST_F(HashMap2018DeathTest, RefusesToShowAMemberThatWent) {
   EXPECT_DEATH(static_cast<void>(iterator.value()), "Assertion `iterator has a position' failed");
 }
 
+TEST_F(HashMap2018DeathTest, RefusesToShowAMemberThatWentWithAll) {
+  add("abc");
+  auto onFirst = map->begin();
+  auto onLast = map->begin();
+  ++ ++onLast;
+  map->_memberDelAll();
+  for (char const* const later : {"", "ab", "cdefghijklmn"}) {
+    add(later);
+    for (auto const* const iterator : {&onFirst, &onLast}) {
+      EXPECT_FALSE(iterator->atEnd());
+      EXPECT_DEATH(static_cast<void>(**iterator), "Assertion `iterator has a position' failed");
+    }
+  }
+  ++onLast;
+  EXPECT_EQ(present(onLast), "a");
+}
+
 TEST_F(HashMap2018DeathTest, RefusesToGoPastTheEnd) {
   add("a");
   auto iterator = map->begin();

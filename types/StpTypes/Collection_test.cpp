@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -325,6 +326,45 @@ TYPED_TEST(CollectionTest, IsWalkedOnWhileMembersComeAndGo) {
   }
   EXPECT_EQ(walked, (Numbers{1, 2, 4, 10, 11, 12, 13, 14, 15, 16}));
   EXPECT_EQ(TypeParam::members(*this->entity).size(), 0U);
+}
+
+// How a record is amended, in a directory of records with a `change` to each.
+template <class Directory, class Key>
+void expectAmendedWholeOrNotAtAll(Key key, Key other, auto change) {
+  auto const directory = Lumo::make<Directory>();
+  int heard = 0;
+  using Watched = std::conditional_t<std::is_same_v<Directory, OCMstiStateDir>,
+                                     Subject<OCMstiStateDir, 0>, Subject<OCInterfaceStateDir, 0>>;
+  Watcher<Watched> const watcher(*directory, [&](void const*) { ++heard; });
+  directory->stateAmend(key, change);
+  EXPECT_EQ(heard, 1);
+  auto const stored = *directory->state(key);
+  EXPECT_EQ(stored.key(), key);
+
+  auto const fails = [&](auto& record) {
+    change(record);
+    throw std::runtime_error("no more");
+  };
+  EXPECT_THROW(directory->stateAmend(key, fails), std::runtime_error);
+  EXPECT_EQ(*directory->state(key), stored) << "what was changed before it failed is not stored";
+  EXPECT_THROW(directory->stateAmend(other, fails), std::runtime_error);
+  EXPECT_EQ(directory->state(other), nullptr);
+  EXPECT_EQ(heard, 1);
+
+  directory->stateAmend(key, change);
+  EXPECT_NE(*directory->state(key), stored);
+  directory->stateAmend(key, [](auto&) {});
+  EXPECT_EQ(heard, 3) << "an equal record is announced, too";
+}
+
+TEST(Collection, RecordsAreAmendedWholeOrNotAtAll) {
+  expectAmendedWholeOrNotAtAll<OCInterfaceStateDir>(
+      Lanx::IntfId::of("Ethernet1"), Lanx::IntfId::of("Ethernet2"), [](InterfaceState& state) {
+        state.linkType = state.linkType == OcLinkType::p2p ? OcLinkType::shared : OcLinkType::p2p;
+      });
+  expectAmendedWholeOrNotAtAll<OCMstiStateDir>(
+      std::uint16_t{3}, std::uint16_t{4},
+      [](OCMstiState& state) { state.vlan.push(Bridging::VlanId(7)); });
 }
 
 }  // namespace

@@ -110,6 +110,39 @@ TEST(SharedList, IsExtendedInOnePiece) {
   EXPECT_TRUE(none.empty());
 }
 
+TEST(SharedList, IsAppendedToWithoutChangingItsCopies) {
+  for (std::uint16_t present = 0; present < 60; ++present) {
+    for (std::uint16_t const added : {0, 1, 40}) {
+      SCOPED_TRACE(std::to_string(present) + " and " + std::to_string(added));
+      List list;
+      std::vector<std::uint16_t> expected;
+      for (std::uint16_t count = 0; count < present; ++count) {
+        list.push(count);
+        expected.push_back(count);
+      }
+      List const copy = list;
+      {
+        List::Appender appender(list);
+        for (std::uint16_t count = 0; count < added; ++count) {
+          appender.push(static_cast<std::uint16_t>(1000 + count));
+        }
+      }
+      EXPECT_EQ(contentOf(copy), expected);
+      for (std::uint16_t count = 0; count < added; ++count) {
+        expected.push_back(static_cast<std::uint16_t>(1000 + count));
+      }
+      EXPECT_EQ(contentOf(list), expected);
+      // Alone, it is appended to in the room that it has.
+      list.clear();
+      auto const* const room = list.elements().data();
+      { List::Appender(list).push(7); }
+      EXPECT_EQ(contentOf(list), std::vector<std::uint16_t>{7});
+      EXPECT_TRUE(expected.empty() || list.elements().data() == room);
+      EXPECT_EQ(copy.size(), present);
+    }
+  }
+}
+
 TEST(SharedList, ReplacesItsLastElement) {
   List list{1, 2};
   auto const* const place = list.elements().data();
@@ -213,7 +246,15 @@ TEST(SharedList, AgreesWithVectorsUnderRandomUse) {
             models[at].back() = value;
           }
           break;
-        case 7:
+        case 7: {
+          List::Appender appender(lists[at]);
+          for (unsigned count = value % 32U; count > 0; --count) {
+            appender.push(value);
+          }
+          models[at].resize(models[at].size() + value % 32U, value);
+          break;
+        }
+        case 8:
           std::fill_n(lists[at].extend(value % 8U), value % 8U, value);
           models[at].resize(models[at].size() + value % 8U, value);
           break;

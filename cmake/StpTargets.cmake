@@ -19,9 +19,9 @@ target_compile_options(StpOptions INTERFACE -Wall -Wextra -Wpedantic -Werror)
 # A library calls its own functions directly, and may inline them, although they are exported.
 target_compile_options(StpOptions INTERFACE -fno-semantic-interposition)
 if(STP_SANITIZE)
-  target_compile_options(StpOptions INTERFACE -fsanitize=address,undefined
+  target_compile_options(StpOptions INTERFACE -fsanitize=${STP_SANITIZE}
                          -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(StpOptions INTERFACE -fsanitize=address,undefined)
+  target_link_options(StpOptions INTERFACE -fsanitize=${STP_SANITIZE})
 endif()
 if(STP_COVERAGE)
   # Counts that can be written while the process runs, so that one that aborts leaves them, too.

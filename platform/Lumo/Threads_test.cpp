@@ -144,22 +144,49 @@ TEST_F(Threads, MayDropTheLastNameWhileAnotherMakesIt) {
       [] {});
 }
 
+// Where one numbers a name the next one copies it, and takes no lock for that.
 TEST_F(Threads, NumberNamesTogether) {
-  constexpr int names = 100;
-  std::vector<std::vector<std::uint32_t>> numbers(threadCount);
+  constexpr unsigned count = 100;
+  std::vector<String> names;
+  for (unsigned name = 0; name < count; ++name) {
+    names.emplace_back("numbered together " + std::to_string(name));
+  }
+  std::vector<std::vector<std::uint32_t>> numbers(threadCount, std::vector<std::uint32_t>(count));
   run(
       [&](unsigned thread) {
-        for (int name = 0; name < names; ++name) {
-          String const text = "numbered together " + std::to_string(name);
-          numbers[thread].push_back(text.ordinal());
-          ASSERT_EQ(String::ofOrdinal(numbers[thread].back()), text);
+        for (unsigned name = 0; name < count; ++name) {
+          String const copy = names[name];
+          if ((name + thread) % 2 == 0) {
+            numbers[thread][name] = copy.ordinal();
+            ASSERT_EQ(String::ofOrdinal(numbers[thread][name]), copy);
+          }
         }
       },
       [] {});
-  for (auto const& each : numbers) {
-    EXPECT_EQ(each, numbers.front());
+  std::set<std::uint32_t> different;
+  for (unsigned thread = 0; thread < threadCount; ++thread) {
+    for (unsigned name = thread % 2; name < count; name += 2) {
+      EXPECT_EQ(numbers[thread][name], names[name].ordinal());
+      different.insert(numbers[thread][name]);
+    }
   }
-  EXPECT_EQ(std::set(numbers.front().begin(), numbers.front().end()).size(), std::size_t{names});
+  EXPECT_EQ(different.size(), std::size_t{count});
+}
+
+// The table of numbers grows while others look into it.
+TEST_F(Threads, FindNamesByNumberWhileOthersAreNumbered) {
+  String const first = "the first of many";
+  std::uint32_t const number = first.ordinal();
+  run(
+      [&](unsigned thread) {
+        for (int name = 0; name < 200; ++name) {
+          String const own = "of thread " + std::to_string(thread) + " " + std::to_string(name);
+          std::uint32_t const ownNumber = own.ordinal();
+          ASSERT_EQ(String::ofOrdinal(number), first);
+          ASSERT_EQ(String::ofOrdinal(ownNumber), own);
+        }
+      },
+      [] {});
 }
 
 }  // namespace

@@ -16,9 +16,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   bool const replaces =
       rest.find("replace") != std::string_view::npos || rest.find("\\u") != std::string_view::npos;
   Agent::Database database;
-  Agent::Operations operations(database, [] {});
+  Agent::Mirror mirror(database);
+  Agent::Operations operations(database, mirror, [] {});
   if (!replaces) {
-    database.startAll();
+    mirror.startAll();
   }
   while (!rest.empty()) {
     try {

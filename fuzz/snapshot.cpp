@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "agent/sources/engine/Snapshot.h"
-#include "agent/sources/engine/SnapshotDiff.h"
-#include "agent/sources/operations/Operations.h"
+#include "agent/sources/engine/EngineDifference.h"
+#include "agent/sources/engine/EngineSnapshot.h"
 #include "agent/state/Database.h"
+#include "agent/state/Mirror.h"
 #include "agent/text/Refusal.h"
 #include "fuzz/Input.h"
 
@@ -20,8 +20,8 @@ constexpr char separator = '\xFF';
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   std::string_view rest = Fuzz::text(data, size);
   Agent::Database database;
-  database.startAll();
-  Agent::Operations operations(database, [] {});
+  Agent::Mirror mirror(database);
+  mirror.startAll();
   while (!rest.empty()) {
     // A snapshot ends with an empty name.
     std::map<std::string, std::string, std::less<>> files;
@@ -33,15 +33,13 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       files.insert_or_assign(std::string(name), std::string(Fuzz::takeUntil(rest, separator)));
     }
     try {
-      Agent::Snapshot const snapshot = Agent::parseSnapshot(
+      Agent::EngineSnapshot const snapshot = Agent::parseSnapshot(
           [&files](std::string const& name) {
             auto const file = files.find(name);
             return file == files.end() ? std::nullopt : std::optional(file->second);
           },
           "br0");
-      for (Agent::Operation const& operation : Agent::differences(snapshot, database.sources())) {
-        operations.apply(operation);
-      }
+      database.apply(Agent::differences(snapshot, database.sources()));
       Fuzz::require(Agent::differences(snapshot, database.sources()).empty(),
                     "a snapshot that was applied differs no longer");
     } catch (Agent::SnapshotError const& error) {

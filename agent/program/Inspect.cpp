@@ -30,8 +30,8 @@ int inspectMirror(Settings const& settings, std::optional<std::string> const& br
     } else {
       applyOperationFiles(run, inputs);
     }
-    print(run, "# Objects\n\n" + objectTree(run.session().database()) + "\n# Allocations\n\n" +
-                   allocationTable() + "\n" + wiringPage());
+    print(run, "# Objects\n\n" + objectTree(run.session().database(), run.session().mirror()) +
+                   "\n# Allocations\n\n" + allocationTable() + "\n" + wiringPage());
   });
 }
 

@@ -120,10 +120,10 @@ class TreeWriter {
 
 }  // namespace
 
-std::string objectTree(Database const& database) {
+std::string objectTree(Database const& database, Mirror const& mirror) {
   TreeWriter tree(database);
   for (TopLevelClass const& topLevel : topLevelClasses) {
-    if (auto const object = database.object(topLevel)) {
+    if (auto const object = mirror.object(topLevel)) {
       tree.add(*object, 0);
     }
   }

@@ -17,7 +17,7 @@ using testing::HasSubstr;
 class Inspection : public SessionTest {
  protected:
   void start(std::string const& name) { apply(R"({"op":"start","object":")" + name + "\"}"); }
-  std::string tree() const { return objectTree(session.database()); }
+  std::string tree() const { return objectTree(session.database(), session.mirror()); }
 };
 
 TEST_F(Inspection, NoObjectsMakeNoTree) {
@@ -67,7 +67,7 @@ TEST_F(Inspection, SingleChildrenAndValuesAreShown) {
 
 TEST_F(Inspection, FlagsAreThoseOfTheMoment) {
   start("OCGlobalConfigSm");
-  auto const object = session.database().object(*topLevelClass("OCGlobalConfigSm"));
+  auto const object = session.mirror().object(*topLevelClass("OCGlobalConfigSm"));
   object->markAndSweepFlagSet(true);
   EXPECT_THAT(tree(), HasSubstr("OCGlobalConfigSm: active, zombie\n"));
   Lumo::hasNotificationActiveSet(*object, false);

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "agent/program/TestSupport.h"
-#include "agent/sources/engine/Snapshot.h"
-#include "agent/sources/engine/SnapshotDiff.h"
+#include "agent/sources/engine/EngineDifference.h"
+#include "agent/sources/engine/EngineSnapshot.h"
 
 namespace Agent {
 namespace {
@@ -33,11 +33,9 @@ class Replay : public MirroredSessionTest {
   void replayTo(std::size_t number) {
     while (applied_ < number) {
       printed();
-      Snapshot const snapshot =
+      EngineSnapshot const snapshot =
           readSnapshot(std::filesystem::path(STP_CAPTURES_DIR) / captures.at(applied_), "br0");
-      for (Operation const& change : differences(snapshot, sources())) {
-        session.apply(change);
-      }
+      session.apply(differences(snapshot, sources()));
       ++applied_;
     }
     lines_ = printed();
@@ -247,6 +245,7 @@ TEST_F(Replay, PortComesBackAndALinkBecomesShared) {
   EXPECT_THAT(linesAbout("ocInterfaceConfigDir"),
               ElementsAre(interfaceChanged("Ethernet2", 1, 2, 255),
                           interfaceChanged("Ethernet5", 255, 255, 255, ""),
+                          interfaceChanged("Ethernet5", 255, 255, 255),
                           interfaceChanged("Ethernet5", 255, 255, 255),
                           interfaceChanged("Ethernet5", 255, 2, 255)));
   EXPECT_THAT(linesAbout("ocInterfaceStateDir"),

@@ -9,7 +9,7 @@
 #include "agent/host/Diagnostics.h"
 #include "agent/host/Fatal.h"
 #include "agent/host/Interrupt.h"
-#include "agent/sources/engine/SnapshotDiff.h"
+#include "agent/sources/engine/EngineDifference.h"
 
 namespace Agent {
 
@@ -47,11 +47,9 @@ bool Run::goesOn() const {
   return !Interrupt::requested() && !output_.error() && status_ != unusable;
 }
 
-void Run::apply(Snapshot const& snapshot, std::string const& name) {
+void Run::apply(EngineSnapshot const& snapshot, std::string const& name) {
   applyingIs(name, 0);
-  for (Operation const& change : differences(snapshot, session_->database().sources())) {
-    session_->apply(change);
-  }
+  session_->apply(differences(snapshot, session_->database().sources()));
   applyingIs("", 0);
 }
 

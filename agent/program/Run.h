@@ -7,7 +7,7 @@
 
 #include "agent/host/Output.h"
 #include "agent/program/Session.h"
-#include "agent/sources/engine/Snapshot.h"
+#include "agent/sources/engine/EngineSnapshot.h"
 
 namespace Agent {
 
@@ -34,7 +34,7 @@ class Run {
   Output& output() { return output_; }
 
   /// Makes the sources say what a snapshot says. `name` stands for it if the process has to end.
-  void apply(Snapshot const& snapshot, std::string const& name);
+  void apply(EngineSnapshot const& snapshot, std::string const& name);
 
   /// Reports what was not applied.
   void refused(std::string const& message);

@@ -6,12 +6,15 @@
 namespace Agent {
 
 Session::Session(Settings const& settings, Output& output)
-    : shown_(settings.show), output_(output), operations_(database_, [this] { show(); }) {
+    : shown_(settings.show),
+      output_(output),
+      mirror_(database_),
+      operations_(database_, mirror_, [this] { show(); }) {
   if (settings.watch) {
     watch_.emplace(database_.targets(), output_);
   }
   if (!settings.manualStart) {
-    database_.startAll();
+    mirror_.startAll();
   }
 }
 

@@ -8,6 +8,7 @@
 #include "agent/host/Output.h"
 #include "agent/sources/operations/Operations.h"
 #include "agent/state/Database.h"
+#include "agent/state/Mirror.h"
 #include "agent/views/lines/Watch.h"
 
 namespace Agent {
@@ -32,8 +33,13 @@ class Session {
 
   Database const& database() const { return database_; }
 
+  Mirror const& mirror() const { return mirror_; }
+
   /// Applies one operation; throws a Refusal, and has changed nothing then.
   void apply(Operation const& operation) { operations_.apply(operation); }
+
+  /// Applies what a source found to have changed, all of it one moment of that source.
+  void apply(Changes const& changes) { database_.apply(changes); }
 
   /// Prints the targets.
   void show();
@@ -42,6 +48,7 @@ class Session {
   Show shown_;
   Output& output_;
   Database database_;
+  Mirror mirror_;
   std::optional<Watch> watch_;
   Operations operations_;
 };

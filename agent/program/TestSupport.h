@@ -55,8 +55,8 @@ class TestSession {
   /// The lines that were printed since the last call.
   std::vector<std::string> printed() { return output.take(); }
 
-  Sources const& sources() const { return session.database().sources(); }
-  Targets const& targets() const { return session.database().targets(); }
+  SourceView sources() const { return session.database().sources(); }
+  TargetView targets() const { return session.database().targets(); }
 
   /// A target as `--show entities` has it.
   std::string target(char const* name) const { return entitiesView(targets()).at(name).dump(); }

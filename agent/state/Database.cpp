@@ -1,83 +1,33 @@
 #include "agent/state/Database.h"
 
-#include <algorithm>
-
-#include "Stp/GlobalMirrors.h"
-#include "Stp/InterfaceConfigMirrors.h"
-#include "Stp/InterfaceStateMirrors.h"
-#include "Stp/MstpConfigMirrors.h"
-#include "Stp/MstpStateMirrors.h"
+#include <exception>
 
 namespace Agent {
 
-using Object = Lumo::Ptr<Lumo::Node>;
-
-std::array<TopLevelClass, topLevelClassCount> const topLevelClasses{{
-    {"OCGlobalConfigSm",
-     [](Sources const& from, Targets const& to) -> Object {
-       return Stp::oCGlobalConfigSmFactory(from.input, to.globalConfig);
-     }},
-    {"OCGlobalStateSm",
-     [](Sources const& from, Targets const& to) -> Object {
-       return Stp::oCGlobalStateSmFactory(from.config, from.status, from.vlanConfigDir,
-                                          to.globalState);
-     }},
-    {"OCGlobalVlanSyncher",
-     [](Sources const& from, Targets const& to) -> Object {
-       return Stp::oCGlobalVlanSyncherFactory(to.globalConfig, from.input);
-     }},
-    {"OCInterfaceConfigDirSm",
-     [](Sources const& from, Targets const& to) -> Object {
-       return Stp::oCInterfaceConfigDirSmFactory(from.input, from.status, to.interfaceConfigDir);
-     }},
-    {"OCInterfaceStateDirSm",
-     [](Sources const& from, Targets const& to) -> Object {
-       return Stp::oCInterfaceStateDirSmFactory(from.config, from.status, to.interfaceStateDir);
-     }},
-    {"OCMstpConfigWrapperSm",
-     [](Sources const& from, Targets const& to) -> Object {
-       return Stp::oCMstpConfigWrapperSmFactory(from.input, to.mstiConfigDir);
-     }},
-    {"OCMstpMainStateSm",
-     [](Sources const& from, Targets const& to) -> Object {
-       return Stp::oCMstpMainStateSmFactory(from.config, from.status, to.mstiStateDir);
-     }},
-}};
-
-TopLevelClass const* topLevelClass(std::string_view name) {
-  auto const found = std::ranges::find(topLevelClasses, name, &TopLevelClass::name);
-  return found == topLevelClasses.end() ? nullptr : &*found;
+SourceTree::SourceTree()
+    : SourceEntities{Lumo::make<Stp::Input::Config>(), Lumo::make<Stp::Config>(),
+                     Lumo::make<Stp::Status>(), Lumo::make<Stp::VlanConfigDir>()} {
 }
 
-void Database::start(TopLevelClass const& topLevel) {
-  Object& object = objects_[indexOf(topLevel)];
-  if (!object) {
-    object = topLevel.create(sources_, targets_);
+TargetTree::TargetTree()
+    : TargetEntities{
+          Lumo::make<Stp::OCGlobalConfig>(),       Lumo::make<Stp::OCGlobalState>(),
+          Lumo::make<Stp::OCInterfaceConfigDir>(), Lumo::make<Stp::OCInterfaceStateDir>(),
+          Lumo::make<Stp::OCMstiConfigDir>(),      Lumo::make<Stp::OCMstiStateDir>()} {
+}
+
+void Database::apply(Change const& change) {
+  try {
+    change.apply();
+  } catch (...) {
+    std::terminate();  // said here, so that the terminate handler finds the exception
   }
 }
 
-void Database::startAll() {
-  for (TopLevelClass const& topLevel : topLevelClasses) {
-    start(topLevel);
+void Database::apply(std::span<Change const> changes) {
+  for (Change const& change : changes) {
+    apply(change);
   }
-}
-
-void Database::stop(TopLevelClass const& topLevel) {
-  objects_[indexOf(topLevel)] = nullptr;
-}
-
-void Database::stopAll() {
-  for (std::size_t at = objects_.size(); at > 0; --at) {
-    objects_[at - 1] = nullptr;
-  }
-}
-
-Lumo::Ptr<Lumo::Node> Database::object(TopLevelClass const& topLevel) const {
-  return objects_[indexOf(topLevel)];
-}
-
-std::size_t Database::indexOf(TopLevelClass const& topLevel) {
-  return static_cast<std::size_t>(&topLevel - topLevelClasses.data());
 }
 
 }  // namespace Agent

@@ -1,21 +1,20 @@
-// The state database: what the engine and the operator write, what the mirror writes, and the
-// mirror itself.
+// The state database: what the engine and the operator write, and what the mirror writes.
 //
-// Sources and targets are apart, because whoever feeds the one needs nothing of the other: a
-// reader of the targets gets by with `Targets`.
+// Sources and targets are apart, because whoever feeds the one needs nothing of the other. Who may
+// write is said by what is handed out: a tree of entities to the mirror, a view of it to all who
+// only read, and the database itself to those who apply changes.
 #pragma once
 
-#include <array>
-#include <cstddef>
+#include <span>
 #include <string_view>
 #include <tuple>
 
-#include "Lumo/Node.h"
 #include "Lumo/Ptr.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
+#include "agent/state/Change.h"
 
 namespace Agent {
 
@@ -28,83 +27,92 @@ struct Root {
 template <class Entities, class Entity>
 Root(std::string_view, Lumo::Ptr<Entity> Entities::*) -> Root<Entities, Entity>;
 
+/// How the entities of a tree are held: to write, or to read.
+template <class Entity>
+using ToWrite = Lumo::Ptr<Entity>;
+template <class Entity>
+using ToRead = Lumo::Ptr<Entity const>;
+
 /// The entities that are mirrored; never absent.
-struct Sources {
-  Lumo::Ptr<Stp::Input::Config> input = Lumo::make<Stp::Input::Config>();
-  Lumo::Ptr<Stp::Config> config = Lumo::make<Stp::Config>();
-  Lumo::Ptr<Stp::Status> status = Lumo::make<Stp::Status>();
-  Lumo::Ptr<Stp::VlanConfigDir> vlanConfigDir = Lumo::make<Stp::VlanConfigDir>();
+template <template <class> class Held>
+struct SourceEntities {
+  Held<Stp::Input::Config> input;
+  Held<Stp::Config> config;
+  Held<Stp::Status> status;
+  Held<Stp::VlanConfigDir> vlanConfigDir;
 
   /// By name, in the order in which they are shown.
   static constexpr auto roots() {
-    return std::tuple{Root{"input", &Sources::input}, Root{"config", &Sources::config},
-                      Root{"status", &Sources::status},
-                      Root{"vlanConfigDir", &Sources::vlanConfigDir}};
+    return std::tuple{Root{"input", &SourceEntities::input},
+                      Root{"config", &SourceEntities::config},
+                      Root{"status", &SourceEntities::status},
+                      Root{"vlanConfigDir", &SourceEntities::vlanConfigDir}};
+  }
+};
+using SourceView = SourceEntities<ToRead>;
+
+/// New ones, to write. They can be viewed.
+struct SourceTree : SourceEntities<ToWrite> {
+  SourceTree();
+  operator SourceView() const {  // NOLINT(google-explicit-constructor): as T* to T const*
+    return {input, config, status, vlanConfigDir};
   }
 };
 
 /// The entities that the mirror writes; never absent.
-struct Targets {
-  Lumo::Ptr<Stp::OCGlobalConfig> globalConfig = Lumo::make<Stp::OCGlobalConfig>();
-  Lumo::Ptr<Stp::OCGlobalState> globalState = Lumo::make<Stp::OCGlobalState>();
-  Lumo::Ptr<Stp::OCInterfaceConfigDir> interfaceConfigDir = Lumo::make<Stp::OCInterfaceConfigDir>();
-  Lumo::Ptr<Stp::OCInterfaceStateDir> interfaceStateDir = Lumo::make<Stp::OCInterfaceStateDir>();
-  Lumo::Ptr<Stp::OCMstiConfigDir> mstiConfigDir = Lumo::make<Stp::OCMstiConfigDir>();
-  Lumo::Ptr<Stp::OCMstiStateDir> mstiStateDir = Lumo::make<Stp::OCMstiStateDir>();
+template <template <class> class Held>
+struct TargetEntities {
+  Held<Stp::OCGlobalConfig> globalConfig;
+  Held<Stp::OCGlobalState> globalState;
+  Held<Stp::OCInterfaceConfigDir> interfaceConfigDir;
+  Held<Stp::OCInterfaceStateDir> interfaceStateDir;
+  Held<Stp::OCMstiConfigDir> mstiConfigDir;
+  Held<Stp::OCMstiStateDir> mstiStateDir;
 
   /// By name, in the order in which they are shown.
   static constexpr auto roots() {
-    return std::tuple{Root{"ocGlobalConfig", &Targets::globalConfig},
-                      Root{"ocGlobalState", &Targets::globalState},
-                      Root{"ocInterfaceConfigDir", &Targets::interfaceConfigDir},
-                      Root{"ocInterfaceStateDir", &Targets::interfaceStateDir},
-                      Root{"ocMstiConfigDir", &Targets::mstiConfigDir},
-                      Root{"ocMstiStateDir", &Targets::mstiStateDir}};
+    return std::tuple{Root{"ocGlobalConfig", &TargetEntities::globalConfig},
+                      Root{"ocGlobalState", &TargetEntities::globalState},
+                      Root{"ocInterfaceConfigDir", &TargetEntities::interfaceConfigDir},
+                      Root{"ocInterfaceStateDir", &TargetEntities::interfaceStateDir},
+                      Root{"ocMstiConfigDir", &TargetEntities::mstiConfigDir},
+                      Root{"ocMstiStateDir", &TargetEntities::mstiStateDir}};
+  }
+};
+using TargetView = TargetEntities<ToRead>;
+
+/// New ones, to write. They can be viewed.
+struct TargetTree : TargetEntities<ToWrite> {
+  TargetTree();
+  operator TargetView() const {  // NOLINT(google-explicit-constructor): as T* to T const*
+    return {globalConfig,      globalState,   interfaceConfigDir,
+            interfaceStateDir, mstiConfigDir, mstiStateDir};
   }
 };
 
-/// A class of which the mirror has at most one object.
-struct TopLevelClass {
-  std::string_view name;
-  Lumo::Ptr<Lumo::Node> (*create)(Sources const& sources, Targets const& targets);
-};
-
-/// All of them, in the order in which they are started.
-inline constexpr std::size_t topLevelClassCount = 7;
-extern std::array<TopLevelClass, topLevelClassCount> const topLevelClasses;
-
-/// The class of this name, or null.
-TopLevelClass const* topLevelClass(std::string_view name);
-
-/// Entities and mirror. The mirror goes first when it is destroyed.
+/// The entities, and nothing else.
 class Database {
  public:
   Database() = default;
   Database(Database const&) = delete;
   Database& operator=(Database const&) = delete;
-  ~Database() { stopAll(); }
+  ~Database() = default;
 
-  Sources const& sources() const { return sources_; }
-  Targets const& targets() const { return targets_; }
+  SourceView sources() const { return sources_; }
+  TargetView targets() const { return targets_; }
 
-  /// Creates the object of a class, which brings its targets up to date; the one that exists
-  /// stays.
-  void start(TopLevelClass const& topLevel);
-  void startAll();
+  /// For the mirror, which writes as it likes.
+  SourceTree const& sourceTree() { return sources_; }
+  TargetTree const& targetTree() { return targets_; }
 
-  /// Drops the object of a class, if it exists. What it wrote stays.
-  void stop(TopLevelClass const& topLevel);
-  void stopAll();
-
-  /// The object of a class, or absent.
-  Lumo::Ptr<Lumo::Node> object(TopLevelClass const& topLevel) const;
+  /// Applies changes that are bound to entities of this database, in order. An exception from the
+  /// library ends the process: a change that was begun can't be taken back.
+  void apply(Change const& change);
+  void apply(std::span<Change const> changes);
 
  private:
-  static std::size_t indexOf(TopLevelClass const& topLevel);
-
-  Sources sources_;
-  Targets targets_;
-  std::array<Lumo::Ptr<Lumo::Node>, topLevelClassCount> objects_;
+  SourceTree sources_;
+  TargetTree targets_;
 };
 
 }  // namespace Agent

@@ -94,27 +94,30 @@ void readPlain(Lumo::String& value, Json const& json, Where const& where) {
   value = json.get_ref<std::string const&>();
 }
 
-// Each pair becomes an entry of four bytes: VLAN and instance, both big-endian.
+// Four bytes: VLAN and instance, both big-endian.
+void vlanMapPush(Lumo::Bytes& map, std::uint16_t vlan, std::uint16_t instance) {
+  for (std::uint16_t const half : {vlan, instance}) {
+    map.push(static_cast<std::uint8_t>(half >> 8U));
+    map.push(static_cast<std::uint8_t>(half & 0xFFU));
+  }
+}
+
 void readPlain(Lumo::Bytes& vidToMsti, Json const& json, Where const& where) {
   constexpr std::size_t mostPairs = 65535;
   auto const& pairs = elements(json, where);
   if (pairs.size() > mostPairs) {
     where.refuse(std::to_string(pairs.size()) + " pairs, at most " + std::to_string(mostPairs));
   }
-  std::vector<std::uint8_t> bytes;
-  bytes.reserve(pairs.size() * 4);
+  Lumo::Bytes map;
   for (std::size_t at = 0; at < pairs.size(); ++at) {
     Where const pairAt(where, at);
     auto const& pair = pairOf(pairs[at], pairAt, "a pair [vlan, instance]");
     auto const vlan = readInteger<std::uint16_t>(pair[0], Where(pairAt, std::size_t{0}), {});
     auto const instance =
         readInteger<std::uint16_t>(pair[1], Where(pairAt, std::size_t{1}), {0, 4095});
-    for (std::uint16_t const half : {vlan, instance}) {
-      bytes.push_back(static_cast<std::uint8_t>(half >> 8U));
-      bytes.push_back(static_cast<std::uint8_t>(half & 0xFFU));
-    }
+    vlanMapPush(map, vlan, instance);
   }
-  vidToMsti = Lumo::Bytes(std::move(bytes));
+  vidToMsti = std::move(map);
 }
 
 void readPlain(Lanx::IntfId& value, Json const& json, Where const& where) {

@@ -101,6 +101,9 @@ Integer readInteger(Json const& json, Where const& where, Limits<Integer> limits
   }
 }
 
+/// Adds an entry to a packed map of VLANs to instances.
+void vlanMapPush(Lumo::Bytes& map, std::uint16_t vlan, std::uint16_t instance);
+
 /// The non-empty text of a name.
 Lumo::String readName(Json const& json, Where const& where);
 

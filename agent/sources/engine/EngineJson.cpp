@@ -35,8 +35,8 @@ bool endsValue(std::string_view rest, bool const isLast) {
          withoutLeadingBlanks(rest.substr(end + 1)).starts_with(':');
 }
 
-/// Makes JSON of what the engine prints, as Snapshot.h describes. Strings, brackets and the words
-/// between them are taken care of here; the rest of the grammar is left to the JSON parser.
+/// Makes JSON of what the engine prints, as EngineSnapshot.h describes. Strings, brackets and the
+/// words between them are taken care of here; the rest of the grammar is left to the JSON parser.
 class Mender {
  public:
   /// `lacksBracket`: the outer list is expected to be left open.

@@ -1,5 +1,6 @@
-/// The JSON of the engine: its text is mended, as Snapshot.h describes, and read member by member.
-/// What isn't understood is refused with the member at fault; the caller adds the file it is in.
+/// The JSON of the engine: its text is mended, as EngineSnapshot.h describes, and read member by
+/// member. What isn't understood is refused with the member at fault; the caller adds the file it
+/// is in.
 
 #pragma once
 

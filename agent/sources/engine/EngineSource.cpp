@@ -121,7 +121,7 @@ EngineSource::EngineSource(std::string program, std::string bridge, std::chrono:
     : program_(std::move(program)), bridge_(std::move(bridge)), limit_(limit) {
 }
 
-std::optional<Snapshot> EngineSource::next() {
+std::optional<EngineSnapshot> EngineSource::next() {
   constexpr int attempts = 5;  // the very first one doesn't know the instances yet
   auto const deadline = Clock::now() + limit_;
   std::optional<EngineError> error;

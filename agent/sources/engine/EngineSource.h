@@ -18,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-#include "agent/sources/engine/Snapshot.h"
+#include "agent/sources/engine/EngineSnapshot.h"
 
 namespace Agent {
 
@@ -65,7 +65,7 @@ class EngineSource {
   /// The state of the bridge now, or nothing when a signal to end came meanwhile. Throws
   /// EngineError when the program can't be run, fails or does not answer, and when its answers
   /// aren't understood.
-  std::optional<Snapshot> next();
+  std::optional<EngineSnapshot> next();
 
   /// Whether a text can stand as a bridge's name in a batch of commands, and be the name of one.
   static bool isBridgeName(std::string_view text);
@@ -73,7 +73,7 @@ class EngineSource {
  private:
   // What one batch came to: a snapshot, or why there is none though it is worth another attempt.
   struct Attempt {
-    std::optional<Snapshot> snapshot;
+    std::optional<EngineSnapshot> snapshot;
     std::optional<EngineError> again;
   };
 

@@ -12,25 +12,25 @@ using Number = std::int64_t;
 
 struct Case {
   char const* path;
-  Number (*get)(Sources const& sources);
+  Number (*get)(SourceView const& sources);
   Number fresh;
   std::vector<char const*> accepted;
   std::vector<char const*> refused;
 };
 
-Stp::Input::PortConfig const& inputPort(Sources const& sources) {
+Stp::Input::PortConfig const& inputPort(SourceView const& sources) {
   return *sources.input->portConfig("E1");
 }
-Stp::Input::MstiConfig const& inputMsti(Sources const& sources) {
+Stp::Input::MstiConfig const& inputMsti(SourceView const& sources) {
   return *sources.input->stpiConfig("Mst")->mstiConfig("MST7");
 }
-Stp::PortConfig const& configPort(Sources const& sources) {
+Stp::PortConfig const& configPort(SourceView const& sources) {
   return *sources.config->portConfig("E1");
 }
-Stp::StpiStatus const& statusMst(Sources const& sources) {
+Stp::StpiStatus const& statusMst(SourceView const& sources) {
   return *sources.status->stpiStatus("Mst");
 }
-Stp::StpiPortStatus const& statusPort(Sources const& sources) {
+Stp::StpiPortStatus const& statusPort(SourceView const& sources) {
   return *statusMst(sources).stpiPortStatus("E1");
 }
 template <class Value>

@@ -17,12 +17,19 @@ namespace Agent {
 
 namespace {
 
+// What an operation does once nothing can refuse it any more.
+using Act = std::function<void()>;
+
 struct Context {
   Database& database;
+  Mirror& mirror;
   std::function<void()> const& show;
   Operation const& operation;
 
   std::unique_ptr<Place> place() const { return placeAt(database, operation.path); }
+  Act applying(Change change) const {
+    return [&to = database, change = std::move(change)] { to.apply(change); };
+  }
 };
 
 TopLevelClass const& classNamed(Operation const& operation) {
@@ -33,30 +40,30 @@ TopLevelClass const& classNamed(Operation const& operation) {
   return *found;
 }
 
-Commit prepareStart(Context const& context) {
-  Database& database = context.database;
+Act prepareStart(Context const& context) {
+  Mirror& mirror = context.mirror;
   if (context.operation.object.empty()) {
-    return [&database] { database.startAll(); };
+    return [&mirror] { mirror.startAll(); };
   }
-  return [&database, &topLevel = classNamed(context.operation)] { database.start(topLevel); };
+  return [&mirror, &topLevel = classNamed(context.operation)] { mirror.start(topLevel); };
 }
 
-Commit prepareStop(Context const& context) {
-  Database& database = context.database;
+Act prepareStop(Context const& context) {
+  Mirror& mirror = context.mirror;
   if (context.operation.object.empty()) {
-    return [&database] { database.stopAll(); };
+    return [&mirror] { mirror.stopAll(); };
   }
-  return [&database, &topLevel = classNamed(context.operation)] { database.stop(topLevel); };
+  return [&mirror, &topLevel = classNamed(context.operation)] { mirror.stop(topLevel); };
 }
 
-Commit prepareCall(Context const& context) {
+Act prepareCall(Context const& context) {
   constexpr std::string_view callable = "syncDisabledVlan";
   constexpr std::string_view className = "OCGlobalVlanSyncher";
   std::string const& name = context.operation.operation;
   if (name != callable) {
     Where("operation").refuse(inQuotes(name) + " is not " + inQuotes(callable));
   }
-  auto const object = context.database.object(*topLevelClass(className));
+  auto const object = context.mirror.object(*topLevelClass(className));
   if (!object) {
     Where("operation").refuse("no object of " + std::string(className) + " exists");
   }
@@ -76,37 +83,39 @@ struct Row {
   bool valueIsObject = false;
   Need object = Need::none;
   Need operation = Need::none;
-  Commit (*prepare)(Context const& context) = nullptr;
+  Act (*prepare)(Context const& context) = nullptr;
 };
 
 constexpr std::array rows{
     Row{.name = "set",
         .path = Need::required,
         .value = Need::required,
-        .prepare = [](Context const& c) { return c.place()->set(c.operation.value); }},
+        .prepare = [](Context const& c) { return c.applying(c.place()->set(c.operation.value)); }},
     Row{.name = "create",
         .path = Need::required,
         .value = Need::optional,
         .valueIsObject = true,
-        .prepare = [](Context const& c) { return c.place()->create(c.operation.value); }},
+        .prepare =
+            [](Context const& c) { return c.applying(c.place()->create(c.operation.value)); }},
     Row{.name = "replace",
         .path = Need::required,
         .value = Need::optional,
         .valueIsObject = true,
-        .prepare = [](Context const& c) { return c.place()->replace(c.operation.value); }},
+        .prepare =
+            [](Context const& c) { return c.applying(c.place()->replace(c.operation.value)); }},
     Row{.name = "touch",
         .path = Need::required,
-        .prepare = [](Context const& c) { return c.place()->touch(); }},
+        .prepare = [](Context const& c) { return c.applying(c.place()->touch()); }},
     Row{.name = "delete",
         .path = Need::required,
-        .prepare = [](Context const& c) { return c.place()->erase(); }},
+        .prepare = [](Context const& c) { return c.applying(c.place()->erase()); }},
     Row{.name = "clear",
         .path = Need::required,
-        .prepare = [](Context const& c) { return c.place()->clear(); }},
+        .prepare = [](Context const& c) { return c.applying(c.place()->clear()); }},
     Row{.name = "start", .object = Need::optional, .prepare = &prepareStart},
     Row{.name = "stop", .object = Need::optional, .prepare = &prepareStop},
     Row{.name = "call", .operation = Need::required, .prepare = &prepareCall},
-    Row{.name = "show", .prepare = [](Context const& c) -> Commit { return c.show; }},
+    Row{.name = "show", .prepare = [](Context const& c) -> Act { return c.show; }},
 };
 
 Row const& rowNamed(std::string_view name) {
@@ -274,14 +283,14 @@ Operation parseOperation(std::string_view line) {
   return operation;
 }
 
-Operations::Operations(Database& database, std::function<void()> show)
-    : database_(database), show_(std::move(show)) {
+Operations::Operations(Database& database, Mirror& mirror, std::function<void()> show)
+    : database_(database), mirror_(mirror), show_(std::move(show)) {
 }
 
 void Operations::apply(Operation const& operation) {
-  Commit const commit = rowNamed(operation.op).prepare(Context{database_, show_, operation});
+  Act const act = rowNamed(operation.op).prepare(Context{database_, mirror_, show_, operation});
   try {
-    commit();
+    act();
   } catch (...) {
     std::terminate();  // said here, so that the terminate handler finds the exception
   }

@@ -5,8 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "agent/sources/operations/PathTable.h"
+#include "agent/sources/operations/Place.h"
 #include "agent/state/Database.h"
+#include "agent/state/Mirror.h"
 #include "agent/text/Json.h"
 
 namespace Agent {
@@ -31,11 +32,11 @@ inline constexpr std::size_t longestLine = std::size_t{16} << 20U;
 /// Throws a Refusal.
 Operation parseOperation(std::string_view line);
 
-/// Applies operations to one database.
+/// Applies operations to one database and its mirror.
 class Operations {
  public:
-  /// `show` is called by a `show` operation. The database must outlive this.
-  Operations(Database& database, std::function<void()> show);
+  /// `show` is called by a `show` operation. Database and mirror must outlive this.
+  Operations(Database& database, Mirror& mirror, std::function<void()> show);
 
   /// Checks an operation against the database, then applies it whole. Throws a Refusal from the
   /// check; nothing has changed then. An exception from the library ends the process: a change that
@@ -44,6 +45,7 @@ class Operations {
 
  private:
   Database& database_;
+  Mirror& mirror_;
   std::function<void()> show_;
 };
 

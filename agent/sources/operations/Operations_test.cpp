@@ -124,7 +124,7 @@ class OperationOnTheMirror : public SessionTest {
   std::string objects() const {
     std::string present;
     for (TopLevelClass const& topLevel : topLevelClasses) {
-      present += session.database().object(topLevel) ? '1' : '0';
+      present += session.mirror().object(topLevel) ? '1' : '0';
     }
     return present;
   }
@@ -164,13 +164,13 @@ TEST_F(OperationOnTheMirror, AllStartAndStopTogether) {
 
 TEST_F(OperationOnTheMirror, ObjectThatExistsStaysAsItIs) {
   apply(R"({"op":"start","object":"OCGlobalConfigSm"})");
-  auto const first = session.database().object(topLevelClasses[0]);
+  auto const first = session.mirror().object(topLevelClasses[0]);
   printed();
   apply(R"({"op":"start","object":"OCGlobalConfigSm"})");
-  EXPECT_EQ(session.database().object(topLevelClasses[0]), first);
+  EXPECT_EQ(session.mirror().object(topLevelClasses[0]), first);
   EXPECT_EQ(printed(), std::vector<std::string>());
   apply(R"({"op":"start"})");
-  EXPECT_EQ(session.database().object(topLevelClasses[0]), first);
+  EXPECT_EQ(session.mirror().object(topLevelClasses[0]), first);
 }
 
 TEST_F(OperationOnTheMirror, StoppedObjectWritesNoMore) {

@@ -12,7 +12,7 @@
 #include "Stp/vlans/InstanceName.h"
 #include "StpTypes/Collection.h"
 #include "StpTypes/Input.h"
-#include "agent/sources/operations/Places.h"
+#include "agent/sources/operations/AttributePlaces.h"
 #include "agent/text/Values.h"
 
 namespace Agent {
@@ -46,30 +46,30 @@ class MemberPlace final : public KeyedPlace {
  public:
   using Member = typename Row::MemberType;
 
-  MemberPlace(Path const& path, Lumo::Ptr<Entity> entity, Row const& row, Lumo::String key)
+  MemberPlace(Path const& path, Lumo::Ptr<Entity const> entity, Row const& row, Lumo::String key)
       : KeyedPlace(path), entity_(std::move(entity)), row_(row), key_(std::move(key)) {}
 
-  Commit create(Json const& given) const override {
+  Change create(Json const& given) const override {
     requireAbsent(isPresent());
-    return put(given);
+    return put(Change::Kind::create, given);
   }
-  Commit replace(Json const& given) const override {
+  Change replace(Json const& given) const override {
     requirePresent(isPresent());
-    return put(given);
+    return put(Change::Kind::replace, given);
   }
-  Commit touch() const override {
+  Change touch() const override {
     requirePresent(isPresent());
-    return [entity = entity_, id = row_.id, key = key_] { Stp::publishMember(*entity, id, key); };
+    return Change::touch(entity_, row_, key_);
   }
-  Commit erase() const override {
+  Change erase() const override {
     requirePresent(isPresent());
-    return [entity = entity_, &row = row_, key = key_] { ((*entity).*row.memberDel)(key); };
+    return Change::erase(entity_, row_, key_);
   }
 
  private:
   bool isPresent() const { return ((*entity_).*row_.members)().find(key_) != nullptr; }
 
-  Commit put(Json const& given) const {
+  Change put(Change::Kind kind, Json const& given) const {
     auto const member = Lumo::make<Member>();
     if constexpr (std::is_same_v<Member, Stp::Input::MstiConfig>) {
       member->mstiIdIs(Stp::mstiNameToInstanceId(key_));
@@ -77,12 +77,10 @@ class MemberPlace final : public KeyedPlace {
     for (auto const& [name, json] : given.get_ref<Json::object_t const&>()) {
       attributeGiven(*member, name, json, Where(valueMember, name));
     }
-    return [entity = entity_, &row = row_, key = key_, member] {
-      ((*entity).*row.memberIs)(key, member);
-    };
+    return Change::put(kind, entity_, row_, key_, member);
   }
 
-  Lumo::Ptr<Entity> entity_;
+  Lumo::Ptr<Entity const> entity_;
   Row const& row_;
   Lumo::String key_;
 };
@@ -92,31 +90,29 @@ class MemberPlace final : public KeyedPlace {
 template <class Entity, class Row, bool hasValue>
 class VlanPlace final : public KeyedPlace {
  public:
-  VlanPlace(Path const& path, Lumo::Ptr<Entity> entity, Row const& row, std::uint16_t vlan)
+  VlanPlace(Path const& path, Lumo::Ptr<Entity const> entity, Row const& row, std::uint16_t vlan)
       : KeyedPlace(path), entity_(std::move(entity)), row_(row), vlan_(vlan) {}
 
-  Commit set(Json const& json) const override {
+  Change set(Json const& json) const override {
     if constexpr (hasValue) {
       bool value = false;
       readValue(value, row_.name, json, valueMember);
-      return [entity = entity_, &row = row_, vlan = vlan_, value] {
-        ((*entity).*row.entryIs)(vlan, value);
-      };
+      return Change::setEntry(entity_, row_, vlan_, value);
     } else {
       unsupported("set");
     }
   }
-  Commit create(Json const& given) const override {
+  Change create(Json const& given) const override {
     if constexpr (!hasValue) {
       requireAbsent(isPresent());
       requireNothing(given);
-      return [entity = entity_, &row = row_, vlan = vlan_] { ((*entity).*row.entryIs)(vlan); };
+      return Change::createEntry(entity_, row_, vlan_);
     } else {
       unsupported("create");
     }
   }
   // A member that differs in nothing from the one that was there: what is left is the change.
-  Commit replace(Json const& given) const override {
+  Change replace(Json const& given) const override {
     if constexpr (!hasValue) {
       requireNothing(given);
       return touch();
@@ -124,14 +120,13 @@ class VlanPlace final : public KeyedPlace {
       unsupported("replace");
     }
   }
-  Commit touch() const override {
+  Change touch() const override {
     requirePresent(isPresent());
-    return
-        [entity = entity_, id = row_.id, vlan = vlan_] { Stp::publishMember(*entity, id, vlan); };
+    return Change::touch(entity_, row_, vlan_);
   }
-  Commit erase() const override {
+  Change erase() const override {
     requirePresent(isPresent());
-    return [entity = entity_, &row = row_, vlan = vlan_] { ((*entity).*row.entryDel)(vlan); };
+    return Change::erase(entity_, row_, vlan_);
   }
 
  private:
@@ -143,7 +138,7 @@ class VlanPlace final : public KeyedPlace {
     }
   }
 
-  Lumo::Ptr<Entity> entity_;
+  Lumo::Ptr<Entity const> entity_;
   Row const& row_;
   std::uint16_t vlan_;
 };

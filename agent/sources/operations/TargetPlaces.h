@@ -2,13 +2,14 @@
 // its own, or by value.
 #pragma once
 
+#include <optional>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
 #include "Lumo/Ptr.h"
 #include "StpTypes/Collection.h"
-#include "agent/sources/operations/Places.h"
+#include "agent/sources/operations/AttributePlaces.h"
 #include "agent/text/Values.h"
 
 namespace Agent {
@@ -20,29 +21,26 @@ class RecordHolderPlace final : public KeyedPlace {
   using Key = typename Row::KeyType;
   using Member = typename Row::MemberType;
 
-  RecordHolderPlace(Path const& path, Lumo::Ptr<Entity> entity, Row const& row, Key key)
+  RecordHolderPlace(Path const& path, Lumo::Ptr<Entity const> entity, Row const& row, Key key)
       : KeyedPlace(path), entity_(std::move(entity)), row_(row), key_(key) {}
 
-  Commit set(Json const& json) const override {
-    auto const member = Stp::memberFind(((*entity_).*row_.members)(), key_);
+  Change set(Json const& json) const override {
+    Lumo::Ptr<Member const> const member = Stp::memberFind(((*entity_).*row_.members)(), key_);
     requirePresent(static_cast<bool>(member));
-    return
-        [member, value = changed((*member.*record.get)(), json)] { (*member.*record.set)(value); };
+    return Change::set(member, record, changed((*member.*record.get)(), json));
   }
-  Commit create(Json const& given) const override {
+  Change create(Json const& given) const override {
     requireAbsent(((*entity_).*row_.members)().find(key_) != nullptr);
     auto const fresh = Lumo::make<Member>();
-    return [entity = entity_, &row = row_, key = key_, stores = !given.empty(),
-            value = changed((*fresh.*record.get)(), given)] {
-      auto const member = ((*entity).*row.memberIs)(key);
-      if (stores) {
-        (*member.*record.set)(value);
-      }
-    };
+    auto value = std::optional(changed((*fresh.*record.get)(), given));
+    if (given.empty()) {
+      value.reset();
+    }
+    return Change::createHolder(entity_, row_, key_, record, std::move(value));
   }
-  Commit erase() const override {
+  Change erase() const override {
     requirePresent(((*entity_).*row_.members)().find(key_) != nullptr);
-    return [entity = entity_, &row = row_, key = key_] { ((*entity).*row.memberDel)(key); };
+    return Change::erase(entity_, row_, key_);
   }
 
  private:
@@ -54,7 +52,7 @@ class RecordHolderPlace final : public KeyedPlace {
     return value;
   }
 
-  Lumo::Ptr<Entity> entity_;
+  Lumo::Ptr<Entity const> entity_;
   Row const& row_;
   Key key_;
 };
@@ -66,10 +64,10 @@ class RecordPlace final : public KeyedPlace {
   using Key = typename Row::KeyType;
   using Record = typename Row::RecordType;
 
-  RecordPlace(Path const& path, Lumo::Ptr<Entity> entity, Row const& row, Key key)
+  RecordPlace(Path const& path, Lumo::Ptr<Entity const> entity, Row const& row, Key key)
       : KeyedPlace(path), entity_(std::move(entity)), row_(row), key_(key) {}
 
-  Commit set(Json const& json) const override {
+  Change set(Json const& json) const override {
     Record const* const stored = present();
     Record value = stored == nullptr ? Record{key_} : *stored;
     readValue(value, row_.name, json, valueMember);
@@ -78,17 +76,17 @@ class RecordPlace final : public KeyedPlace {
           std::get<0>(fieldsOf(static_cast<Record*>(nullptr))).name;
       Where(valueMember, keyName).refuse("not the key " + brief(path().back()));
     }
-    return [entity = entity_, &row = row_, value] { ((*entity).*row.recordIs)(value); };
+    return Change::setRecord(entity_, row_, std::move(value));
   }
-  Commit erase() const override {
+  Change erase() const override {
     requirePresent(present() != nullptr);
-    return [entity = entity_, &row = row_, key = key_] { ((*entity).*row.recordDel)(key); };
+    return Change::erase(entity_, row_, key_);
   }
 
  private:
   Record const* present() const { return Stp::recordFind(((*entity_).*row_.records)(), key_); }
 
-  Lumo::Ptr<Entity> entity_;
+  Lumo::Ptr<Entity const> entity_;
   Row const& row_;
   Key key_;
 };

@@ -104,7 +104,7 @@ OrderedJson global(Leaves const& config, Leaves const& state) {
 
 }  // namespace
 
-OrderedJson openConfigView(Targets const& targets) {
+OrderedJson openConfigView(TargetView const& targets) {
   OrderedJson stp = OrderedJson::object();
   memberAdd(
       stp, "global",

@@ -10,7 +10,7 @@ namespace Agent {
 
 /// The JSON document of RFC 7951. Lists are in the order of their keys; a list or container that
 /// would be empty is left out, and so is what the model has no key for.
-OrderedJson openConfigView(Targets const& targets);
+OrderedJson openConfigView(TargetView const& targets);
 
 /// Orders names as people do: runs of digits by their number, Ethernet2 before Ethernet10. Names
 /// that differ in leading zeros only follow each other by byte.

@@ -42,13 +42,13 @@ OrderedJson showTarget(Entity const& entity) {
 
 }  // namespace
 
-OrderedJson entitiesView(Targets const& targets) {
+OrderedJson entitiesView(TargetView const& targets) {
   OrderedJson view = OrderedJson::object();
   std::apply(
       [&](auto const&... root) {
         (memberAdd(view, root.name, showTarget(*(targets.*root.entity))), ...);
       },
-      Targets::roots());
+      TargetView::roots());
   return view;
 }
 

@@ -22,6 +22,6 @@ OrderedJson showRecord(Entity const& entity) {
 
 /// An object with a member for each target: its record, or its records by key in ascending order,
 /// names by byte, ids by number.
-OrderedJson entitiesView(Targets const& targets);
+OrderedJson entitiesView(TargetView const& targets);
 
 }  // namespace Agent

@@ -143,7 +143,8 @@ class MembersSubscription final : public EntitySubscription<MembersSubscription<
 
 template <class Entity>
 std::unique_ptr<Watch::Subscription> watchTarget(std::string_view name,
-                                                 Lumo::Ptr<Entity> const& entity, Output& output) {
+                                                 Lumo::Ptr<Entity const> const& entity,
+                                                 Output& output) {
   constexpr auto const& row = onlyAttribute<Entity>;
   Path path{name, row.name};
   if constexpr (requires { row.get; }) {
@@ -157,12 +158,12 @@ std::unique_ptr<Watch::Subscription> watchTarget(std::string_view name,
 
 }  // namespace
 
-Watch::Watch(Targets const& targets, Output& output) {
+Watch::Watch(TargetView const& targets, Output& output) {
   std::apply(
       [&](auto const&... root) {
         (subscriptions_.push_back(watchTarget(root.name, targets.*root.entity, output)), ...);
       },
-      Targets::roots());
+      TargetView::roots());
 }
 
 Watch::~Watch() = default;

@@ -14,7 +14,7 @@ namespace Agent {
 class Watch {
  public:
   /// `output` must outlive this.
-  Watch(Targets const& targets, Output& output);
+  Watch(TargetView const& targets, Output& output);
   Watch(Watch const&) = delete;
   Watch& operator=(Watch const&) = delete;
   ~Watch();

@@ -124,7 +124,7 @@ TEST_F(WatchedSession, InterfaceThatLosesItsConfigurationIsANewOne) {
 }
 
 TEST(Watch, ShowsMembersThatWereThereBeforeIt) {
-  Targets const targets;
+  TargetTree const targets;
   auto const interface = targets.interfaceConfigDir->interfaceIs(Lanx::IntfId::of("E1"));
   KeptOutput output;
   auto watch = std::make_unique<Watch>(targets, output);

@@ -1,4 +1,4 @@
-#include "agent/sources/engine/Snapshot.h"
+#include "agent/sources/engine/EngineSnapshot.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,9 @@
 #include <system_error>
 #include <unordered_set>
 
+#include "Stp/vlans/InstanceName.h"
 #include "agent/sources/engine/EngineJson.h"
+#include "agent/text/Values.h"
 
 namespace Agent {
 namespace {
@@ -25,7 +27,7 @@ using IdTable = std::array<std::uint16_t, maxId + 1>;
 
 /// Hands the content of a file to `read`, which throws a Refusal if it doesn't understand it.
 template <typename Read>
-void inFile(SnapshotSource const& source, std::string const& file, Read const read) {
+void inFile(SnapshotFiles const& source, std::string const& file, Read const read) {
   auto const text = source(file);
   if (!text) {
     throw SnapshotError({}, file, std::generic_category().message(ENOENT));
@@ -91,7 +93,7 @@ void idsAre(IdTable& owners, Json const& object, char const* const list, std::ui
   }
 }
 
-void readBridge(Snapshot& snapshot, Json const& list, std::string const& bridge) {
+void readBridge(EngineSnapshot& snapshot, Json const& list, std::string const& bridge) {
   bool found = false;
   eachEntry(list, [&](Json const& entry, std::string& name) {
     if (stringMember(entry, "bridge") != bridge) {
@@ -102,34 +104,36 @@ void readBridge(Snapshot& snapshot, Json const& list, std::string const& bridge)
       throw Refusal("listed twice");
     }
     found = true;
-    constexpr std::array<std::int32_t, 3> modes{0, 2, 3};
+    constexpr std::array modes{Stp::Mode::stp, Stp::Mode::rstp, Stp::Mode::mstp};
     snapshot.mode =
         modes.at(choiceMember(entry, "force-protocol-version", {"stp", "rstp", "mstp"}));
     bool const stpEnabled = isYes(entry, "stp-enabled");
     bool const enabled = isYes(entry, "enabled");
-    snapshot.activeProtocol = stpEnabled && enabled ? snapshot.mode : -1;
-    snapshot.instanceName = snapshot.mode == 3 ? "Mst" : "Rst";
+    snapshot.activeProtocol = stpEnabled && enabled ? snapshot.mode : EngineSnapshot::notRunning;
+    snapshot.instanceName = snapshot.mode == Stp::Mode::mstp ? Stp::mstpInstanceName() : "Rst";
   });
   if (!found) {
     throw Refusal("bridge " + inQuotes(bridge) + " is missing");
   }
 }
 
-void readPorts(Snapshot& snapshot, Json const& list, std::string const& bridge) {
-  std::unordered_set<std::string> names;
+void readPorts(EngineSnapshot& snapshot, Json const& list, std::string const& bridge) {
+  std::unordered_set<Lumo::String> names;
   eachEntry(list, [&](Json const& entry, std::string& name) {
-    Snapshot::Port port;
-    port.name = stringMember(entry, "port");
-    if (port.name.empty()) {
+    EngineSnapshot::Port port;
+    auto const& text = stringMember(entry, "port");
+    if (text.empty()) {
       throw Refusal("member \"port\" is empty");
     }
-    name = "port " + inQuotes(port.name);
+    name = "port " + inQuotes(text);
+    port.name = text;
     if (!names.insert(port.name).second) {
       throw Refusal("listed twice");
     }
     memberIs(entry, "bridge", bridge);
-    port.linkType = static_cast<std::uint8_t>(
-        choiceMember(entry, "admin-point-to-point", {"auto", "yes", "no"}));
+    using LinkType = Stp::Input::PortConfig::LinkType;
+    constexpr std::array links{LinkType::automatic, LinkType::pointToPoint, LinkType::shared};
+    port.linkType = links.at(choiceMember(entry, "admin-point-to-point", {"auto", "yes", "no"}));
     port.operPointToPointMac = isYes(entry, "point-to-point");
     port.adminEdgePort = isYes(entry, "admin-edge-port");
     bool const autoEdge = isYes(entry, "auto-edge-port");
@@ -137,12 +141,13 @@ void readPorts(Snapshot& snapshot, Json const& list, std::string const& bridge) 
     port.edgePortAuto = !port.adminEdgePort && autoEdge;
     port.edgePortDisable = !port.adminEdgePort && !autoEdge;
     port.operEdgePort = isYes(entry, "oper-edge-port");
-    port.bpduguard = isYes(entry, "bpdu-guard-port") ? 1 : 0;
+    port.bpduguard = isYes(entry, "bpdu-guard-port") ? EngineSnapshot::Guard::bpduguardEnabled
+                                                     : EngineSnapshot::Guard::bpduguardDefault;
     snapshot.ports.push_back(std::move(port));
   });
 }
 
-void readMstis(Snapshot& snapshot, Json const& object, std::string const& bridge) {
+void readMstis(EngineSnapshot& snapshot, Json const& object, std::string const& bridge) {
   memberIs(object, "bridge", bridge);
   std::bitset<maxId + 1> seen;
   for (auto const& entry : listMember(object, "mstids", true)) {
@@ -156,7 +161,7 @@ void readMstis(Snapshot& snapshot, Json const& object, std::string const& bridge
   }
 }
 
-void readTree(Snapshot::Msti& msti, Json const& object, std::string const& bridge) {
+void readTree(EngineSnapshot::Msti& msti, Json const& object, std::string const& bridge) {
   memberIs(object, "bridge", bridge);
   memberIs(object, "mstid", std::to_string(msti.id));
   auto const& id = stringMember(object, "bridge-id");
@@ -170,15 +175,17 @@ void readTree(Snapshot::Msti& msti, Json const& object, std::string const& bridg
 }
 
 /// The instance of every FID.
-IdTable instancesOfFids(Snapshot const& snapshot, Json const& object, std::string const& bridge) {
+IdTable instancesOfFids(EngineSnapshot const& snapshot, Json const& object,
+                        std::string const& bridge) {
   memberIs(object, "bridge", bridge);
   IdTable instances{};
   instances.fill(nowhere);
   eachEntry(listMember(object, "fid2mstid", false), [&](Json const& entry, std::string& name) {
     auto const id = numberOf(stringMember(entry, "mstid"), maxId, R"(member "mstid" is)");
     name = "instance " + std::to_string(id);
-    if (snapshot.mode == 3 && std::none_of(snapshot.mstis.begin(), snapshot.mstis.end(),
-                                           [id](auto const& msti) { return msti.id == id; })) {
+    if (snapshot.mode == Stp::Mode::mstp &&
+        std::none_of(snapshot.mstis.begin(), snapshot.mstis.end(),
+                     [id](auto const& msti) { return msti.id == id; })) {
       throw Refusal("not in showmstilist.json");
     }
     idsAre(instances, entry, "fid", id, "FID ", "instance ");
@@ -186,7 +193,7 @@ IdTable instancesOfFids(Snapshot const& snapshot, Json const& object, std::strin
   return instances;
 }
 
-void readVlans(Snapshot& snapshot, Json const& object, IdTable const& instances,
+void readVlans(EngineSnapshot& snapshot, Json const& object, IdTable const& instances,
                std::string const& bridge) {
   memberIs(object, "bridge", bridge);
   IdTable fids{};
@@ -206,15 +213,15 @@ void readVlans(Snapshot& snapshot, Json const& object, IdTable const& instances,
       throw Refusal("VLAN " + std::to_string(vlan) + " is mapped to instance " +
                     std::to_string(instance) + ", only VLANs 1 to 4094 can be");
     }
-    snapshot.vidToMsti.emplace_back(vlan, instance);
+    vlanMapPush(snapshot.mstConfig.vidToMsti, vlan, instance);
   }
 }
 
-void bridgeFrom(SnapshotSource const& source, Snapshot& snapshot, std::string const& bridge) {
+void bridgeFrom(SnapshotFiles const& source, EngineSnapshot& snapshot, std::string const& bridge) {
   inFile(source, "showbridge.json", [&](Json const& json) { readBridge(snapshot, json, bridge); });
 }
 
-void mstisFrom(SnapshotSource const& source, Snapshot& snapshot, std::string const& bridge) {
+void mstisFrom(SnapshotFiles const& source, EngineSnapshot& snapshot, std::string const& bridge) {
   inFile(source, "showmstilist.json", [&](Json const& json) { readMstis(snapshot, json, bridge); });
 }
 
@@ -239,12 +246,12 @@ std::string contentOf(std::filesystem::path const& dir, std::string const& file)
 
 }  // namespace
 
-Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge) {
-  Snapshot snapshot;
+EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& bridge) {
+  EngineSnapshot snapshot;
   bridgeFrom(source, snapshot, bridge);
   inFile(source, "showportdetail.json",
          [&](Json const& json) { readPorts(snapshot, json, bridge); });
-  if (snapshot.mode == 3) {
+  if (snapshot.mode == Stp::Mode::mstp) {
     mstisFrom(source, snapshot, bridge);
     for (auto& msti : snapshot.mstis) {
       inFile(source, "showtree-" + std::to_string(msti.id) + ".json",
@@ -253,8 +260,8 @@ Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge) 
   }
   inFile(source, "showmstconfid.json", [&](Json const& json) {
     memberIs(json, "bridge", bridge);
-    snapshot.regionName = stringMember(json, "configuration-name");
-    snapshot.revision =
+    snapshot.mstConfig.regionName = stringMember(json, "configuration-name");
+    snapshot.mstConfig.revision =
         numberOf(stringMember(json, "revision-level"), std::numeric_limits<std::uint64_t>::max(),
                  R"(member "revision-level" is)");
   });
@@ -266,21 +273,20 @@ Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge) 
   return snapshot;
 }
 
-std::vector<std::uint16_t> instancesToRead(SnapshotSource const& source,
-                                           std::string const& bridge) {
-  Snapshot snapshot;
+std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::string const& bridge) {
+  EngineSnapshot snapshot;
   bridgeFrom(source, snapshot, bridge);
-  if (snapshot.mode == 3) {
+  if (snapshot.mode == Stp::Mode::mstp) {
     mstisFrom(source, snapshot, bridge);
   }
   std::vector<std::uint16_t> ids;
-  for (Snapshot::Msti const& msti : snapshot.mstis) {
+  for (EngineSnapshot::Msti const& msti : snapshot.mstis) {
     ids.push_back(msti.id);
   }
   return ids;
 }
 
-Snapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge) {
+EngineSnapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge) {
   try {
     return parseSnapshot([&dir](std::string const& file) { return contentOf(dir, file); }, bridge);
   } catch (SnapshotError const& error) {

@@ -1,4 +1,4 @@
-#include "agent/sources/engine/Snapshot.h"
+#include "agent/sources/engine/EngineSnapshot.h"
 
 #include <gtest/gtest.h>
 
@@ -9,11 +9,13 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "agent/text/Values.h"
+
 namespace Agent {
 namespace {
 
 using Files = std::map<std::string, std::string>;
-using Port = Snapshot::Port;
+using Port = EngineSnapshot::Port;
 
 std::filesystem::path const captures = STP_CAPTURES_DIR;
 
@@ -27,7 +29,7 @@ Files filesOf(std::filesystem::path const& dir) {
   return files;
 }
 
-Snapshot parsed(Files const& files, std::string const& bridge = "br0") {
+EngineSnapshot parsed(Files const& files, std::string const& bridge = "br0") {
   return parseSnapshot(
       [&files](std::string const& file) {
         auto const found = files.find(file);
@@ -66,21 +68,37 @@ Port port(std::string const& name, bool operEdge) {
   return result;
 }
 
-void mapVlans(Snapshot& snapshot, std::uint16_t first, std::uint16_t last, std::uint16_t instance) {
+void mapVlans(EngineSnapshot& snapshot, std::uint16_t first, std::uint16_t last,
+              std::uint16_t instance) {
   for (auto vlan = first; vlan <= last; ++vlan) {
-    snapshot.vidToMsti.emplace_back(vlan, instance);
+    vlanMapPush(snapshot.mstConfig.vidToMsti, vlan, instance);
   }
 }
 
+using Pairs = std::vector<std::pair<std::uint16_t, std::uint16_t>>;
+
+/// The VLANs and their instances.
+Pairs mapOf(EngineSnapshot const& snapshot) {
+  auto const& bytes = snapshot.mstConfig.vidToMsti;
+  auto const number = [&](std::size_t at) {
+    return static_cast<std::uint16_t>(bytes[at] << 8U | bytes[at + 1]);
+  };
+  Pairs pairs;
+  for (std::size_t at = 0; at < bytes.size(); at += 4) {
+    pairs.emplace_back(number(at), number(at + 2));
+  }
+  return pairs;
+}
+
 /// The captures by folder, each as its name says it differs from the one before.
-std::vector<std::pair<std::string, Snapshot>> expectedCaptures() {
-  std::vector<std::pair<std::string, Snapshot>> all;
-  Snapshot now;
-  now.mode = 3;
-  now.activeProtocol = 3;
+std::vector<std::pair<std::string, EngineSnapshot>> expectedCaptures() {
+  std::vector<std::pair<std::string, EngineSnapshot>> all;
+  EngineSnapshot now;
+  now.mode = Stp::Mode::mstp;
+  now.activeProtocol = Stp::Mode::mstp;
   now.instanceName = "Mst";
-  now.regionName = "campus-west";
-  now.revision = 7;
+  now.mstConfig.regionName = "campus-west";
+  now.mstConfig.revision = 7;
   mapVlans(now, 10, 20, 5);
   now.mstis = {{0, 16384}, {1, 32768}, {5, 32768}};
   now.ports = {port("Ethernet1", false), port("Ethernet2", false), port("Ethernet3", true),
@@ -93,7 +111,7 @@ std::vector<std::pair<std::string, Snapshot>> expectedCaptures() {
   now.ports[3].edgePortDisable = true;
   now.ports[3].operEdgePort = false;
   all.emplace_back("02-admin-edge", now);
-  now.ports[2].bpduguard = 1;
+  now.ports[2].bpduguard = EngineSnapshot::Guard::bpduguardEnabled;
   all.emplace_back("03-bpdu-guard", now);
   // The priority that changes is another bridge's.
   all.emplace_back("04-msti5-root-moves", now);
@@ -106,23 +124,23 @@ std::vector<std::pair<std::string, Snapshot>> expectedCaptures() {
   now.ports.pop_back();
   all.emplace_back("08-port-removed", now);
   now.ports.push_back(port("Ethernet5", true));
-  now.ports[1].linkType = 2;
+  now.ports[1].linkType = Stp::Input::PortConfig::LinkType::shared;
   now.ports[1].operPointToPointMac = false;
   all.emplace_back("09-port-back-shared-link", now);
-  now.vidToMsti.clear();
+  now.mstConfig.vidToMsti = {};
   mapVlans(now, 30, 30, 1);
   mapVlans(now, 40, 45, 1);
   now.mstis.pop_back();
   all.emplace_back("10-msti5-deleted", now);
-  now.mode = 2;
-  now.activeProtocol = 2;
+  now.mode = Stp::Mode::rstp;
+  now.activeProtocol = Stp::Mode::rstp;
   now.instanceName = "Rst";
   now.mstis.clear();
   all.emplace_back("11-rstp", now);
   return all;
 }
 
-TEST(Snapshot, CapturesSayWhatTheirBridgeDid) {
+TEST(EngineSnapshot, CapturesSayWhatTheirBridgeDid) {
   auto const all = expectedCaptures();
   EXPECT_EQ(all.size(), 11U);
   for (auto const& [name, expected] : all) {
@@ -130,9 +148,9 @@ TEST(Snapshot, CapturesSayWhatTheirBridgeDid) {
     auto const snapshot = readSnapshot(captures / name, "br0");
     EXPECT_EQ(snapshot.mode, expected.mode);
     EXPECT_EQ(snapshot.activeProtocol, expected.activeProtocol);
-    EXPECT_EQ(snapshot.regionName, expected.regionName);
-    EXPECT_EQ(snapshot.revision, expected.revision);
-    EXPECT_EQ(snapshot.vidToMsti, expected.vidToMsti);
+    EXPECT_EQ(snapshot.mstConfig.regionName, expected.mstConfig.regionName);
+    EXPECT_EQ(snapshot.mstConfig.revision, expected.mstConfig.revision);
+    EXPECT_EQ(mapOf(snapshot), mapOf(expected));
     EXPECT_EQ(snapshot.instanceName, expected.instanceName);
     EXPECT_TRUE(snapshot.mstis == expected.mstis);
     EXPECT_TRUE(snapshot.ports == expected.ports);
@@ -141,7 +159,7 @@ TEST(Snapshot, CapturesSayWhatTheirBridgeDid) {
   }
 }
 
-TEST(Snapshot, AsksForEachFileOnceAndForInstancesOnlyInMstp) {
+TEST(EngineSnapshot, AsksForEachFileOnceAndForInstancesOnlyInMstp) {
   auto const asked = [](std::string const& capture) {
     std::vector<std::string> names;
     auto const files = filesOf(captures / capture);
@@ -163,34 +181,34 @@ TEST(Snapshot, AsksForEachFileOnceAndForInstancesOnlyInMstp) {
                                                         "showvid2fid.json"}));
 }
 
-TEST(Snapshot, EngineThatIsOffKeepsItsConfiguration) {
+TEST(EngineSnapshot, EngineThatIsOffKeepsItsConfiguration) {
   auto const on = parsed(filesOf(captures / "01-converged"));
   for (auto const* const member : {R"("stp-enabled":)", R"("enabled":)"}) {
     SCOPED_TRACE(member);
     auto const off = parsed(edited("showbridge.json", member + std::string(R"("yes")"),
                                    member + std::string(R"("no")")));
     EXPECT_FALSE(off.running());
-    EXPECT_EQ(off.activeProtocol, -1);
-    EXPECT_EQ(off.mode, 3);
+    EXPECT_EQ(off.activeProtocol, Stp::Mode(-1));
+    EXPECT_EQ(off.mode, Stp::Mode::mstp);
     EXPECT_EQ(off.instanceName, "Mst");
     EXPECT_TRUE(off.mstis == on.mstis);
     EXPECT_TRUE(off.ports == on.ports);
-    EXPECT_EQ(off.vidToMsti, on.vidToMsti);
+    EXPECT_EQ(mapOf(off), mapOf(on));
   }
 }
 
-TEST(Snapshot, PlainStpRunsTheRapidInstance) {
+TEST(EngineSnapshot, PlainStpRunsTheRapidInstance) {
   auto const snapshot =
       parsed(edited("showbridge.json", R"(version":"mstp")", R"(version":"stp")"));
-  EXPECT_EQ(snapshot.mode, 0);
-  EXPECT_EQ(snapshot.activeProtocol, 0);
+  EXPECT_EQ(snapshot.mode, Stp::Mode::stp);
+  EXPECT_EQ(snapshot.activeProtocol, Stp::Mode::stp);
   EXPECT_TRUE(snapshot.running());
   EXPECT_EQ(snapshot.instanceName, "Rst");
   EXPECT_TRUE(snapshot.mstis.empty());
-  EXPECT_EQ(snapshot.vidToMsti.size(), 11U);
+  EXPECT_EQ(mapOf(snapshot).size(), 11U);
 }
 
-TEST(Snapshot, PriorityIsTheFirstHexadecimalDigit) {
+TEST(EngineSnapshot, PriorityIsTheFirstHexadecimalDigit) {
   for (auto const& [digit, priority] : std::vector<std::pair<std::string, std::uint16_t>>{
            {"0", 0}, {"1", 4096}, {"9", 36864}, {"a", 40960}, {"f", 61440}, {"F", 61440}}) {
     SCOPED_TRACE(digit);
@@ -200,23 +218,23 @@ TEST(Snapshot, PriorityIsTheFirstHexadecimalDigit) {
   }
 }
 
-TEST(Snapshot, BridgeIsFoundAmongOthers) {
+TEST(EngineSnapshot, BridgeIsFoundAmongOthers) {
   auto files = edited("showbridge.json", "[{",
                       R"([{"bridge":"br7","stp-enabled":"?"},{"bridge":"b"r","stp-enabled":0},{)");
   EXPECT_TRUE(parsed(files) == parsed(filesOf(captures / "01-converged")));
   EXPECT_EQ(refusalOf(files, "br1"), R"(showbridge.json: bridge "br1" is missing)");
 }
 
-TEST(Snapshot, RegionNameIsRecoveredWhateverItHolds) {
+TEST(EngineSnapshot, RegionNameIsRecoveredWhateverItHolds) {
   for (std::string const name : {"", "\"", "\\", "a\"b", R"(a\"b)", "a\\", "a\nb", "},{", R"("})",
                                  R"("}])", R"(a","bridge":"b)", R"(x","revision-level":"9)",
                                  "\xC3\xA9t\xC3\xA9", R"(","revision-level":)"}) {
     SCOPED_TRACE(name);
-    EXPECT_EQ(parsed(edited("showmstconfid.json", "campus-west", name)).regionName, name);
+    EXPECT_EQ(parsed(edited("showmstconfid.json", "campus-west", name)).mstConfig.regionName, name);
   }
 }
 
-TEST(Snapshot, PortNameIsRecoveredWhateverItHolds) {
+TEST(EngineSnapshot, PortNameIsRecoveredWhateverItHolds) {
   for (std::string const name : {"\"", "\"\"", "\\", "a\"b", R"(a\"b)", "a\\", "},{", R"("})",
                                  R"("},{")", R"("}])", R"(a","b)", R"(a","bridge)", "\xC3\xA9"}) {
     SCOPED_TRACE(name);
@@ -224,7 +242,7 @@ TEST(Snapshot, PortNameIsRecoveredWhateverItHolds) {
   }
 }
 
-TEST(Snapshot, BridgeNameIsRecoveredWhateverItHolds) {
+TEST(EngineSnapshot, BridgeNameIsRecoveredWhateverItHolds) {
   auto const expected = parsed(filesOf(captures / "01-converged"));
   for (std::string const name : {"\"", "a\"b", "\\", R"("})", R"(a","b)"}) {
     SCOPED_TRACE(name);
@@ -239,7 +257,7 @@ TEST(Snapshot, BridgeNameIsRecoveredWhateverItHolds) {
   }
 }
 
-TEST(Snapshot, OddNamesInMembersThatAreNotReadDontMatter) {
+TEST(EngineSnapshot, OddNamesInMembersThatAreNotReadDontMatter) {
   auto const expected = parsed(filesOf(captures / "01-converged"));
   for (std::string const name : {"\"", "a\"b", "\\", R"(a","b)", R"("])", R"("}x)"}) {
     SCOPED_TRACE(name);
@@ -249,27 +267,26 @@ TEST(Snapshot, OddNamesInMembersThatAreNotReadDontMatter) {
   }
 }
 
-TEST(Snapshot, OuterListOfTheMapsMayBeClosedOrOpen) {
+TEST(EngineSnapshot, OuterListOfTheMapsMayBeClosedOrOpen) {
   auto const expected = parsed(filesOf(captures / "01-converged"));
   EXPECT_TRUE(parsed(edited("showvid2fid.json", "]}}", "]}]}")) == expected);
   EXPECT_TRUE(parsed(edited("showfid2mstid.json", "]}}", "]} ] }")) == expected);
   auto files = filesOf(captures / "01-converged");
   files["showvid2fid.json"] = R"({"bridge":"br0","vid2fid":[})";
-  EXPECT_TRUE(parsed(files).vidToMsti.empty());
+  EXPECT_TRUE(mapOf(parsed(files)).empty());
 }
 
-TEST(Snapshot, WhatIsNotAllocatedBelongsToTheCist) {
-  using Pairs = std::vector<std::pair<std::uint16_t, std::uint16_t>>;
+TEST(EngineSnapshot, WhatIsNotAllocatedBelongsToTheCist) {
   auto files = filesOf(captures / "01-converged");
   files["showfid2mstid.json"] = R"({"bridge":"br0","fid2mstid":[{"mstid":"5","fid":[ "7"]}})";
   files["showvid2fid.json"] =
       R"({"bridge":"br0","vid2fid":[{"fid":"7","vid":[ "4094","1"]},{"fid":"8","vid":[ "2-3"]}})";
-  EXPECT_EQ(parsed(files).vidToMsti, (Pairs{{1, 5}, {4094, 5}}));
+  EXPECT_EQ(mapOf(parsed(files)), (Pairs{{1, 5}, {4094, 5}}));
 }
 
-TEST(Snapshot, ReservedVlansAreIgnoredInTheCistOnly) {
+TEST(EngineSnapshot, ReservedVlansAreIgnoredInTheCistOnly) {
   auto files = edited("showvid2fid.json", R"("1-9","21-4094")", R"("0-9","21-4095")");
-  EXPECT_EQ(parsed(files).vidToMsti, parsed(filesOf(captures / "01-converged")).vidToMsti);
+  EXPECT_EQ(mapOf(parsed(files)), mapOf(parsed(filesOf(captures / "01-converged"))));
   files = edited("showvid2fid.json", R"("10-20")", R"("10-20","4095")");
   EXPECT_EQ(refusalOf(files),
             "showvid2fid.json: VLAN 4095 is mapped to instance 5, only VLANs 1 to 4094 can be");
@@ -278,20 +295,20 @@ TEST(Snapshot, ReservedVlansAreIgnoredInTheCistOnly) {
             "showvid2fid.json: VLAN 0 is mapped to instance 5, only VLANs 1 to 4094 can be");
 }
 
-TEST(Snapshot, InstancesUpToTheHighestIdAreTaken) {
+TEST(EngineSnapshot, InstancesUpToTheHighestIdAreTaken) {
   auto files = edited("showmstilist.json", R"("5")", R"("4095")");
   files["showtree-4095.json"] = R"({"bridge":"br0","mstid":"4095","bridge-id":"c.fff.x"})";
   files["showfid2mstid.json"] = R"({"bridge":"br0","fid2mstid":[{"mstid":"4095","fid":[ "1"]}})";
   auto const snapshot = parsed(files);
-  EXPECT_TRUE(snapshot.mstis.at(2) == (Snapshot::Msti{4095, 49152}));
-  EXPECT_EQ(snapshot.vidToMsti.at(0), (std::pair<std::uint16_t, std::uint16_t>{10, 4095}));
+  EXPECT_TRUE(snapshot.mstis.at(2) == (EngineSnapshot::Msti{4095, 49152}));
+  EXPECT_EQ(mapOf(snapshot).at(0), (Pairs::value_type{10, 4095}));
 }
 
-TEST(Snapshot, OutsideMstpInstancesNeedNoList) {
+TEST(EngineSnapshot, OutsideMstpInstancesNeedNoList) {
   auto files = filesOf(captures / "11-rstp");
   files["showfid2mstid.json"] = R"({"bridge":"br0","fid2mstid":[{"mstid":"9","fid":[ "2"]}})";
-  EXPECT_EQ(parsed(files).vidToMsti.size(), 7U);
-  EXPECT_EQ(parsed(files).vidToMsti.at(0).second, 9);
+  EXPECT_EQ(mapOf(parsed(files)).size(), 7U);
+  EXPECT_EQ(mapOf(parsed(files)).at(0).second, 9);
 }
 
 struct Refused {
@@ -383,14 +400,14 @@ constexpr Refused refusedEdits[] = {
     {"showvid2fid.json", R"({"fid":"1")", R"({"fid":"1","":[[[[[[)", "nested deeper than 8 levels"},
 };
 
-TEST(Snapshot, RefusalNamesWhatIsAtFault) {
+TEST(EngineSnapshot, RefusalNamesWhatIsAtFault) {
   for (auto const& [file, from, to, reason] : refusedEdits) {
     SCOPED_TRACE(std::string(file) + ": " + from + " -> " + to);
     EXPECT_EQ(refusalOf(edited(file, from, to)), std::string(file) + ": " + reason);
   }
 }
 
-TEST(Snapshot, EachFileIsRequired) {
+TEST(EngineSnapshot, EachFileIsRequired) {
   auto const files = filesOf(captures / "01-converged");
   for (auto const& [file, content] : files) {
     SCOPED_TRACE(file);
@@ -403,7 +420,7 @@ TEST(Snapshot, EachFileIsRequired) {
   }
 }
 
-TEST(Snapshot, ReadErrorsNameTheFolderAsGiven) {
+TEST(EngineSnapshot, ReadErrorsNameTheFolderAsGiven) {
   auto const refusal = [](std::filesystem::path const& dir) {
     try {
       readSnapshot(dir, "br0");
@@ -440,7 +457,7 @@ Files smallCapture() {
   return files;
 }
 
-TEST(Snapshot, CutFileIsRefused) {
+TEST(EngineSnapshot, CutFileIsRefused) {
   auto const files = smallCapture();
   for (auto const& [file, content] : files) {
     auto cut = files;
@@ -451,7 +468,7 @@ TEST(Snapshot, CutFileIsRefused) {
   }
 }
 
-TEST(Snapshot, ChangedByteGivesASoundSnapshotOrARefusal) {
+TEST(EngineSnapshot, ChangedByteGivesASoundSnapshotOrARefusal) {
   auto const files = smallCapture();
   for (auto const& [file, content] : files) {
     auto changed = files;
@@ -461,7 +478,8 @@ TEST(Snapshot, ChangedByteGivesASoundSnapshotOrARefusal) {
         changed[file][position] = byte;
         try {
           auto const snapshot = parsed(changed);
-          ASSERT_TRUE(std::is_sorted(snapshot.vidToMsti.begin(), snapshot.vidToMsti.end()));
+          auto const map = mapOf(snapshot);
+          ASSERT_TRUE(std::is_sorted(map.begin(), map.end()));
           ASSERT_EQ(snapshot.ports.size(), 2U);
         } catch (SnapshotError const& error) {
           ASSERT_NE(error.reason(), "");
@@ -472,7 +490,7 @@ TEST(Snapshot, ChangedByteGivesASoundSnapshotOrARefusal) {
   }
 }
 
-TEST(Snapshot, HostileFilesAreRefused) {
+TEST(EngineSnapshot, HostileFilesAreRefused) {
   auto const repeated = [](std::string_view text) {
     std::string all;
     while (all.size() + text.size() < maxSnapshotFile) {

@@ -24,13 +24,18 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
+
+#include "Lumo/String.h"
+#include "StpTypes/ConfigBase.h"
+#include "StpTypes/Input.h"
 
 namespace Agent {
 
 /// What one snapshot says. Members name the `mstpctl` command and the member they come from.
-struct Snapshot {
+struct EngineSnapshot {
+  using Guard = Stp::PortConfigBase::BpduguardEnabledState;
+
   /// One spanning-tree instance of the bridge.
   struct Msti {
     /// 0 (the CIST) to 4095, `showmstilist` `mstids`.
@@ -45,18 +50,18 @@ struct Snapshot {
   /// One port of the bridge, all of it from its entry in `showportdetail`.
   struct Port {
     /// Not empty, valid UTF-8, `port`.
-    std::string name;
-    /// `admin-point-to-point`: 0 for `auto`, 1 for `yes` (point-to-point), 2 for `no` (shared).
-    std::uint8_t linkType = 0;
+    Lumo::String name;
+    /// `admin-point-to-point`: `auto`, `yes` (point-to-point), `no` (shared).
+    Stp::Input::PortConfig::LinkType linkType = Stp::Input::PortConfig::LinkType::automatic;
     /// Exactly one of the three is true. Enabled with `admin-edge-port` `yes`, ...
     bool edgePortEnable = false;
     /// ... else automatic with `auto-edge-port` `yes`, ...
     bool edgePortAuto = false;
     /// ... else disabled.
     bool edgePortDisable = false;
-    /// `bpdu-guard-port`: 1 (enabled) for `yes`, 0 (default) for `no`. The engine doesn't tell a
-    /// port that is disabled explicitly, so 2 doesn't occur.
-    std::uint8_t bpduguard = 0;
+    /// `bpdu-guard-port`: enabled for `yes`, default for `no`. The engine doesn't tell a port that
+    /// is disabled explicitly.
+    Guard bpduguard = Guard::bpduguardDefault;
     /// `admin-edge-port`.
     bool adminEdgePort = false;
     /// `oper-edge-port`. Means nothing unless the snapshot is `running`.
@@ -67,22 +72,21 @@ struct Snapshot {
     bool operator==(Port const&) const = default;
   };
 
-  /// The configured protocol, `showbridge` `force-protocol-version`: 0 `stp`, 2 `rstp`, 3 `mstp`.
-  std::int32_t mode = 0;
-  /// `mode` while `showbridge` says `yes` to both `stp-enabled` and `enabled`, else -1.
-  std::int32_t activeProtocol = -1;
-  /// `showmstconfid` `configuration-name` (IEEE 802.1Q, 13.8); may be empty, is valid UTF-8.
-  std::string regionName;
-  /// `showmstconfid` `revision-level` (IEEE 802.1Q, 13.8). The engine prints 0 to 65535; any
-  /// unsigned 64-bit value is taken.
-  std::uint64_t revision = 0;
-  /// (VLAN 1 to 4094, instance 1 to 4095), by ascending VLAN, each VLAN at most once: `showvid2fid`
-  /// joined with `showfid2mstid`. VLANs of instance 0 are left out. A VLAN that no FID lists, and a
+  /// The configured protocol, `showbridge` `force-protocol-version`: `stp`, `rstp` or `mstp`.
+  Stp::Mode mode = Stp::Mode::stp;
+  /// `mode` while `showbridge` says `yes` to both `stp-enabled` and `enabled`, else `notRunning`.
+  Stp::Mode activeProtocol = notRunning;
+  /// Stands for the protocol while none runs.
+  static constexpr Stp::Mode notRunning{-1};
+  /// `regionName` is `showmstconfid` `configuration-name` (IEEE 802.1Q, 13.8); it may be empty, and
+  /// is valid UTF-8. `revision` is `revision-level`; the engine prints 0 to 65535, and any unsigned
+  /// 64-bit value is taken. `vidToMsti` has the VLANs 1 to 4094 that belong to an instance from 1
+  /// to 4095, each once: `showvid2fid` joined with `showfid2mstid`. A VLAN that no FID lists, and a
   /// FID that no instance lists, belong to instance 0, as everything does that isn't allocated.
-  std::vector<std::pair<std::uint16_t, std::uint16_t>> vidToMsti;
-  /// "Mst" while `mode` is 3, else "Rst".
-  std::string instanceName = "Rst";
-  /// The instances in the engine's order, ids distinct. Empty unless `mode` is 3. They are
+  Stp::MstConfig mstConfig;
+  /// "Mst" while `mode` is `mstp`, else "Rst".
+  Lumo::String instanceName = "Rst";
+  /// The instances in the engine's order, ids distinct. Empty unless `mode` is `mstp`. They are
   /// configured whether or not the snapshot is `running`.
   std::vector<Msti> mstis;
   /// The ports in the engine's order, names distinct. They are configured whether or not the
@@ -91,9 +95,9 @@ struct Snapshot {
 
   /// Whether the protocol runs. While it doesn't, the running instance has neither ports nor MST
   /// instances; `ports` and `mstis` tell the configuration only.
-  bool running() const { return activeProtocol >= 0; }
+  bool running() const { return activeProtocol != notRunning; }
 
-  bool operator==(Snapshot const&) const = default;
+  bool operator==(EngineSnapshot const&) const = default;
 };
 
 /// A snapshot that is refused. `what()` is `DIR/FILE: reason`, the reason on one line.
@@ -117,26 +121,26 @@ class SnapshotError : public std::runtime_error {
 /// Gives the content of a file of the snapshot (`showbridge.json`, `showtree-5.json`, ...), or
 /// nothing when there is no such file. May throw, a SnapshotError for instance: parseSnapshot lets
 /// it pass.
-using SnapshotSource = std::function<std::optional<std::string>(std::string const& file)>;
+using SnapshotFiles = std::function<std::optional<std::string>(std::string const& file)>;
 
 /// The longest file that is read, in bytes: several times the ports that an engine can have.
 inline constexpr std::size_t maxSnapshotFile = std::size_t{8} << 20U;
 
 /// Reads the snapshot of the bridge named from `source`, which must not be empty. Each file is
-/// asked for once, in this order: `showbridge.json`, `showportdetail.json`, while the mode is 3
+/// asked for once, in this order: `showbridge.json`, `showportdetail.json`, while the mode is MSTP
 /// `showmstilist.json` and `showtree-ID.json` for each of its ids, then `showmstconfid.json`,
 /// `showfid2mstid.json`, `showvid2fid.json`. Throws SnapshotError for the first file that is
 /// missing, longer than `maxSnapshotFile`, about another bridge or not understood; its `what()` has
 /// no folder.
-Snapshot parseSnapshot(SnapshotSource const& source, std::string const& bridge);
+EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& bridge);
 
-/// The instances whose trees the snapshot consists of, in the engine's order: while the mode is 3
-/// those of `showmstilist.json`, else none. Asks for no other file than that and `showbridge.json`;
-/// throws as parseSnapshot does.
-std::vector<std::uint16_t> instancesToRead(SnapshotSource const& source, std::string const& bridge);
+/// The instances whose trees the snapshot consists of, in the engine's order: while the mode is
+/// MSTP those of `showmstilist.json`, else none. Asks for no other file than that and
+/// `showbridge.json`; throws as parseSnapshot does.
+std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::string const& bridge);
 
 /// A snapshot from the files in `dir`. `what()` of a SnapshotError starts with `dir` as given here.
 /// A file that can't be read is refused with the system's text for the error.
-Snapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge);
+EngineSnapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge);
 
 }  // namespace Agent

@@ -1,15 +1,14 @@
 // The places that sources and targets have alike: attributes, and whole collections.
 //
 // There is a class for each kind of row in an entity's table of attributes. Each checks against the
-// present state and returns the change; see PathTable.h.
+// present state and returns the change; see Place.h.
 #pragma once
 
 #include <string>
 #include <utility>
 
-#include "Lumo/FieldId.h"
 #include "Lumo/Ptr.h"
-#include "agent/sources/operations/PathTable.h"
+#include "agent/sources/operations/Place.h"
 #include "agent/text/Refusal.h"
 #include "agent/text/Values.h"
 
@@ -33,48 +32,42 @@ class KeyedPlace : public Place {
 template <class Entity, class Row>
 class AttributePlace final : public Place {
  public:
-  AttributePlace(Path const& path, Lumo::Ptr<Entity> entity, Row const& row, bool isTarget)
+  AttributePlace(Path const& path, Lumo::Ptr<Entity const> entity, Row const& row, bool isTarget)
       : Place(path), entity_(std::move(entity)), row_(row), isTarget_(isTarget) {}
 
-  Commit set(Json const& json) const override {
+  Change set(Json const& json) const override {
     auto value = present();
     readValue(value, row_.name, json, valueMember);
-    return [entity = entity_, &row = row_, value] { ((*entity).*row.set)(value); };
+    return Change::set(entity_, row_, std::move(value));
   }
 
-  Commit touch() const override {
+  Change touch() const override {
     if (isTarget_) {
       unsupported("touch");
     }
-    return [entity = entity_, id = row_.id, value = present()] {
-      entity->publisher().publishChangeRecursive(static_cast<Lumo::FieldId>(id), &value, &value);
-    };
+    return Change::touch(entity_, row_);
   }
 
  private:
   auto present() const { return ((*entity_).*row_.get)(); }
 
-  Lumo::Ptr<Entity> entity_;
+  Lumo::Ptr<Entity const> entity_;
   Row const& row_;
   bool isTarget_;
 };
 
 /// A whole collection or table.
-template <class Entity>
+template <class Entity, class Row>
 class CollectionPlace final : public Place {
  public:
-  using DelAll = void (Entity::*)();
+  CollectionPlace(Path const& path, Lumo::Ptr<Entity const> entity, Row const& row)
+      : Place(path), entity_(std::move(entity)), row_(row) {}
 
-  CollectionPlace(Path const& path, Lumo::Ptr<Entity> entity, DelAll delAll)
-      : Place(path), entity_(std::move(entity)), delAll_(delAll) {}
-
-  Commit clear() const override {
-    return [entity = entity_, delAll = delAll_] { ((*entity).*delAll)(); };
-  }
+  Change clear() const override { return Change::clear(entity_, row_); }
 
  private:
-  Lumo::Ptr<Entity> entity_;
-  DelAll delAll_;
+  Lumo::Ptr<Entity const> entity_;
+  Row const& row_;
 };
 
 }  // namespace Agent

@@ -1,4 +1,4 @@
-#include "agent/sources/operations/PathTable.h"
+#include "agent/sources/operations/Place.h"
 
 #include <algorithm>
 #include <string>
@@ -34,67 +34,67 @@ class ChangeCounter {
 
 struct Case {
   char const* path;
-  Lumo::Entity const& (*owner)(Sources const&, Targets const&);
+  Lumo::Entity const& (*owner)(SourceView const&, TargetView const&);
   Lumo::FieldId field;
   char const* operations;  // that the path supports
   char const* value;       // for `set`
 };
 
-Lumo::Entity const& input(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& input(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.input;
 }
-Lumo::Entity const& config(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& config(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.config;
 }
-Lumo::Entity const& status(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& status(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.status;
 }
-Lumo::Entity const& vlans(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& vlans(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.vlanConfigDir;
 }
-Lumo::Entity const& inputPort(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& inputPort(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.input->portConfig("E1");
 }
-Lumo::Entity const& inputMst(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& inputMst(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.input->stpiConfig("Mst");
 }
-Lumo::Entity const& inputMsti(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& inputMsti(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.input->stpiConfig("Mst")->mstiConfig("MST5");
 }
-Lumo::Entity const& configPort(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& configPort(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.config->portConfig("E1");
 }
-Lumo::Entity const& statusMst(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& statusMst(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.status->stpiStatus("Mst");
 }
-Lumo::Entity const& statusPort(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& statusPort(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.status->stpiStatus("Mst")->stpiPortStatus("E1");
 }
-Lumo::Entity const& statusMsti(Sources const& sources, Targets const& /*unused*/) {
+Lumo::Entity const& statusMsti(SourceView const& sources, TargetView const& /*unused*/) {
   return *sources.status->stpiStatus("Mst")->mstiStatus("MST5");
 }
-Lumo::Entity const& globalConfig(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& globalConfig(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.globalConfig;
 }
-Lumo::Entity const& globalState(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& globalState(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.globalState;
 }
-Lumo::Entity const& interfaces(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& interfaces(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.interfaceConfigDir;
 }
-Lumo::Entity const& interface(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& interface(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.interfaceConfigDir->interface(Lanx::IntfId::of("E1"));
 }
-Lumo::Entity const& interfaceStates(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& interfaceStates(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.interfaceStateDir;
 }
-Lumo::Entity const& instances(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& instances(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.mstiConfigDir;
 }
-Lumo::Entity const& instance(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& instance(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.mstiConfigDir->mstInstance(5);
 }
-Lumo::Entity const& instanceStates(Sources const& /*unused*/, Targets const& targets) {
+Lumo::Entity const& instanceStates(SourceView const& /*unused*/, TargetView const& targets) {
   return *targets.mstiStateDir;
 }
 
@@ -220,7 +220,7 @@ bool anySupports(char const* path, std::string const& op) {
   });
 }
 
-TEST(PathTable, SupportedOperationAnnouncesOneChangeOfItsAttribute) {
+TEST(Place, SupportedOperationAnnouncesOneChangeOfItsAttribute) {
   for (Case const& given : cases) {
     for (std::string const& op : operations) {
       if (supports(given, op)) {
@@ -236,7 +236,7 @@ TEST(PathTable, SupportedOperationAnnouncesOneChangeOfItsAttribute) {
   }
 }
 
-TEST(PathTable, UnsupportedOperationIsRefusedAndChangesNothing) {
+TEST(Place, UnsupportedOperationIsRefusedAndChangesNothing) {
   for (Case const& given : cases) {
     for (std::string const& op : operations) {
       if (!anySupports(given.path, op)) {
@@ -254,7 +254,7 @@ TEST(PathTable, UnsupportedOperationIsRefusedAndChangesNothing) {
   }
 }
 
-TEST(PathTable, MissingKeyIsRefused) {
+TEST(Place, MissingKeyIsRefused) {
   for (Case const& given : cases) {
     std::string const path = elsewhere(given.path);
     for (char const* const op : {"replace", "touch", "delete"}) {
@@ -269,7 +269,7 @@ TEST(PathTable, MissingKeyIsRefused) {
   }
 }
 
-TEST(PathTable, PresentKeyIsNotCreatedAgain) {
+TEST(Place, PresentKeyIsNotCreatedAgain) {
   for (Case const& given : cases) {
     if (supports(given, "create")) {
       Tree tree;
@@ -281,7 +281,7 @@ TEST(PathTable, PresentKeyIsNotCreatedAgain) {
   }
 }
 
-TEST(PathTable, StepThatLeadsNowhereIsRefused) {
+TEST(Place, StepThatLeadsNowhereIsRefused) {
   struct Refused {
     char const* path;
     char const* reason;
@@ -328,7 +328,7 @@ TEST(PathTable, StepThatLeadsNowhereIsRefused) {
   }
 }
 
-TEST(PathTable, InstanceNameIsWrittenInOneWay) {
+TEST(Place, InstanceNameIsWrittenInOneWay) {
   for (char const* const name : {"MST0", "MST05", "MST4096", "MST65541", "MST", "mst5", "cist",
                                  "CIST", "5", "MST5 ", "MST+5", "Cist0"}) {
     for (std::string const collection : {R"(["input","stpiConfig","Mst","mstiConfig",")",

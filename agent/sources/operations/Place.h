@@ -14,11 +14,11 @@
 //     ocInterfaceStateDir.state.Ethernet1      a target's record   set, delete
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "agent/state/Change.h"
 #include "agent/state/Database.h"
 #include "agent/text/Json.h"
 
@@ -30,12 +30,9 @@ using Path = Json::array_t;
 /// The first `count` steps of a path, as they stand in a message: "input.portConfig.Ethernet1".
 std::string pathText(Path const& path, std::size_t count);
 
-/// A change that was checked against the present state and can't be refused any more, as long as
-/// nothing else changes first. What the library throws from it is a broken invariant.
-using Commit = std::function<void()>;
-
-/// One place in the tree. Each operation checks everything and changes nothing: it returns the
-/// change, or throws a Refusal. The default is that the place does not support it.
+/// One place in the tree. Each operation checks everything against the present state and changes
+/// nothing: it returns the change, which can't be refused as long as nothing else changes first, or
+/// throws a Refusal. The default is that the place does not support it.
 class Place {
  public:
   /// `path`, which leads here, must outlive the place.
@@ -44,13 +41,13 @@ class Place {
   Place& operator=(Place const&) = delete;
   virtual ~Place() = default;
 
-  virtual Commit set(Json const& value) const;
+  virtual Change set(Json const& value) const;
   /// `value` is an object of attributes, empty where none is given.
-  virtual Commit create(Json const& value) const;
-  virtual Commit replace(Json const& value) const;
-  virtual Commit touch() const;
-  virtual Commit erase() const;
-  virtual Commit clear() const;
+  virtual Change create(Json const& value) const;
+  virtual Change replace(Json const& value) const;
+  virtual Change touch() const;
+  virtual Change erase() const;
+  virtual Change clear() const;
 
  protected:
   Path const& path() const { return path_; }

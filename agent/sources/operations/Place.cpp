@@ -1,11 +1,11 @@
-#include "agent/sources/operations/PathTable.h"
+#include "agent/sources/operations/Place.h"
 
 #include <cstddef>
 #include <tuple>
 #include <type_traits>
 
 #include "StpTypes/AttributeTable.h"
-#include "agent/sources/operations/Places.h"
+#include "agent/sources/operations/AttributePlaces.h"
 #include "agent/sources/operations/SourcePlaces.h"
 #include "agent/sources/operations/TargetPlaces.h"
 
@@ -74,10 +74,10 @@ constexpr bool keyedByInstanceName =
     std::is_same_v<Member, Stp::Input::MstiConfig> || std::is_same_v<Member, Stp::MstiStatus>;
 
 template <class Entity>
-std::unique_ptr<Place> inEntity(Lumo::Ptr<Entity> const& entity, Steps steps);
+std::unique_ptr<Place> inEntity(Lumo::Ptr<Entity const> const& entity, Steps steps);
 
 template <class Entity, class Id, class Owner, class Get, class Set>
-std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
+std::unique_ptr<Place> atRow(Lumo::Ptr<Entity const> const& entity,
                              Stp::Attribute<Id, Owner, Get, Set> const& row, Steps steps) {
   using Row = Stp::Attribute<Id, Owner, Get, Set>;
   steps.requireEnd();
@@ -85,12 +85,12 @@ std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
 }
 
 template <class Entity, class Id, class Owner, class Key, class Member>
-std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
+std::unique_ptr<Place> atRow(Lumo::Ptr<Entity const> const& entity,
                              Stp::CollectionAttribute<Id, Owner, Key, Member> const& row,
                              Steps steps) {
   using Row = Stp::CollectionAttribute<Id, Owner, Key, Member>;
   if (steps.atEnd()) {
-    return std::make_unique<CollectionPlace<Owner>>(steps.path, entity, row.memberDelAll);
+    return std::make_unique<CollectionPlace<Entity, Row>>(steps.path, entity, row);
   }
   auto const key = readKey<Key>(steps);
   if (keyedByInstanceName<Member> && !isInstanceName(key)) {
@@ -99,7 +99,7 @@ std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
   if (steps.next().atEnd()) {
     return std::make_unique<MemberPlace<Entity, Row>>(steps.path, entity, row, key);
   }
-  auto const member = Stp::memberFind(((*entity).*row.members)(), key);
+  Lumo::Ptr<Member const> const member = Stp::memberFind(((*entity).*row.members)(), key);
   if (!member) {
     steps.refuse(steps.takenText() + " has no " + brief(steps.step()));
   }
@@ -107,11 +107,11 @@ std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
 }
 
 template <class Entity, class Id, class Owner, class... Value>
-std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
+std::unique_ptr<Place> atRow(Lumo::Ptr<Entity const> const& entity,
                              Stp::VlanAttribute<Id, Owner, Value...> const& row, Steps steps) {
   using Row = Stp::VlanAttribute<Id, Owner, Value...>;
   if (steps.atEnd()) {
-    return std::make_unique<CollectionPlace<Owner>>(steps.path, entity, row.entryDelAll);
+    return std::make_unique<CollectionPlace<Entity, Row>>(steps.path, entity, row);
   }
   std::uint16_t const vlan = readVlanId(steps.step(), Where(pathMember, steps.taken));
   steps.next().requireEnd();
@@ -120,12 +120,12 @@ std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
 }
 
 template <class Entity, class Id, class Owner, class Key, class Member>
-std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
+std::unique_ptr<Place> atRow(Lumo::Ptr<Entity const> const& entity,
                              Stp::CreatedCollectionAttribute<Id, Owner, Key, Member> const& row,
                              Steps steps) {
   using Row = Stp::CreatedCollectionAttribute<Id, Owner, Key, Member>;
   if (steps.atEnd()) {
-    return std::make_unique<CollectionPlace<Owner>>(steps.path, entity, row.memberDelAll);
+    return std::make_unique<CollectionPlace<Entity, Row>>(steps.path, entity, row);
   }
   auto const key = readKey<Key>(steps);
   steps.next().requireEnd();
@@ -133,12 +133,12 @@ std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
 }
 
 template <class Entity, class Id, class Owner, class Key, class Record>
-std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
+std::unique_ptr<Place> atRow(Lumo::Ptr<Entity const> const& entity,
                              Stp::RecordCollectionAttribute<Id, Owner, Key, Record> const& row,
                              Steps steps) {
   using Row = Stp::RecordCollectionAttribute<Id, Owner, Key, Record>;
   if (steps.atEnd()) {
-    return std::make_unique<CollectionPlace<Owner>>(steps.path, entity, row.recordDelAll);
+    return std::make_unique<CollectionPlace<Entity, Row>>(steps.path, entity, row);
   }
   auto const key = readKey<Key>(steps);
   steps.next().requireEnd();
@@ -146,7 +146,7 @@ std::unique_ptr<Place> atRow(Lumo::Ptr<Entity> const& entity,
 }
 
 template <class Entity>
-std::unique_ptr<Place> inEntity(Lumo::Ptr<Entity> const& entity, Steps steps) {
+std::unique_ptr<Place> inEntity(Lumo::Ptr<Entity const> const& entity, Steps steps) {
   if (steps.atEnd()) {
     return std::make_unique<EntityPlace>(steps.path);
   }
@@ -191,22 +191,22 @@ std::string pathText(Path const& path, std::size_t count) {
   return text;
 }
 
-Commit Place::set(Json const& /*value*/) const {
+Change Place::set(Json const& /*value*/) const {
   unsupported("set");
 }
-Commit Place::create(Json const& /*value*/) const {
+Change Place::create(Json const& /*value*/) const {
   unsupported("create");
 }
-Commit Place::replace(Json const& /*value*/) const {
+Change Place::replace(Json const& /*value*/) const {
   unsupported("replace");
 }
-Commit Place::touch() const {
+Change Place::touch() const {
   unsupported("touch");
 }
-Commit Place::erase() const {
+Change Place::erase() const {
   unsupported("delete");
 }
-Commit Place::clear() const {
+Change Place::clear() const {
   unsupported("clear");
 }
 

@@ -1,0 +1,128 @@
+// An agent that is started anew: what its mirror makes of the last snapshot alone, beside what one
+// that went through all snapshots has. What differs depends on history by design, and is named
+// here.
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "agent/program/TestSupport.h"
+#include "agent/sources/engine/EngineDifference.h"
+#include "agent/sources/engine/EngineSnapshot.h"
+#include "agent/text/Values.h"
+
+namespace Agent {
+namespace {
+
+// A session whose mirror was started before the first snapshot.
+class Mirrored : public TestSession {
+ public:
+  Mirrored() { apply(R"({"op":"start"})"); }
+
+  void follow(EngineSnapshot const& snapshot) { session.apply(differences(snapshot, sources())); }
+  OrderedJson shown() const { return entitiesView(targets()); }
+};
+
+// What the mirror makes of this snapshot when it is the first.
+OrderedJson freshlyShown(EngineSnapshot const& snapshot) {
+  Mirrored fresh;
+  fresh.follow(snapshot);
+  return fresh.shown();
+}
+
+std::vector<EngineSnapshot> captures() {
+  std::vector<EngineSnapshot> all;
+  std::vector<std::filesystem::path> folders;
+  for (auto const& entry : std::filesystem::directory_iterator(STP_CAPTURES_DIR)) {
+    folders.push_back(entry.path());
+  }
+  std::ranges::sort(folders);
+  for (auto const& folder : folders) {
+    all.push_back(readSnapshot(folder, "br0"));
+  }
+  return all;
+}
+
+EngineSnapshot mstp() {
+  EngineSnapshot snapshot;
+  snapshot.mode = Stp::Mode::mstp;
+  snapshot.activeProtocol = Stp::Mode::mstp;
+  snapshot.instanceName = "Mst";
+  snapshot.mstis = {{.id = 0}, {.id = 5}};
+  vlanMapPush(snapshot.mstConfig.vidToMsti, 10, 5);
+  for (char const* const name : {"E1", "E2"}) {
+    EngineSnapshot::Port port;
+    port.name = name;
+    port.edgePortAuto = true;
+    snapshot.ports.push_back(port);
+  }
+  return snapshot;
+}
+
+TEST(Restart, LosesNothingOfTheCapturesButWhatHistoryLeaves) {
+  auto const all = captures();
+  ASSERT_EQ(all.size(), 11U);
+  Mirrored through;
+  for (std::size_t at = 0; at < all.size(); ++at) {
+    SCOPED_TRACE("capture " + std::to_string(at + 1));
+    through.follow(all[at]);
+    OrderedJson shown = through.shown();
+    if (at + 1 == 8) {  // a port left, and its state stays
+      EXPECT_EQ(shown["ocInterfaceStateDir"].erase("Ethernet5"), 1U);
+    }
+    EXPECT_EQ(shown.dump(), freshlyShown(all[at]).dump());
+  }
+}
+
+TEST(Restart, LosesNoSettingOfAPort) {
+  using LinkType = Stp::Input::PortConfig::LinkType;
+  using Guard = EngineSnapshot::Guard;
+  Mirrored through;
+  through.follow(mstp());
+  for (auto const linkType : {LinkType::shared, LinkType::pointToPoint, LinkType::automatic}) {
+    for (auto const guard : {Guard::bpduguardEnabled, Guard::bpduguardDefault}) {
+      for (int const edge : {0, 1, 2}) {
+        SCOPED_TRACE(std::to_string(static_cast<int>(linkType)) + ", " +
+                     std::to_string(static_cast<int>(guard)) + ", " + std::to_string(edge));
+        EngineSnapshot now = mstp();
+        EngineSnapshot::Port& port = now.ports[0];
+        port.linkType = linkType;
+        port.bpduguard = guard;
+        port.edgePortEnable = edge == 0;
+        port.edgePortAuto = edge == 1;
+        port.edgePortDisable = edge == 2;
+        port.adminEdgePort = port.edgePortEnable;
+        port.operEdgePort = port.edgePortEnable;
+        port.operPointToPointMac = linkType != LinkType::shared;
+        through.follow(now);
+        EXPECT_EQ(through.shown().dump(), freshlyShown(now).dump());
+      }
+    }
+  }
+}
+
+TEST(Restart, LinkTypeAndGuardFromBeforeTheAgentAreInTheConfiguration) {
+  EngineSnapshot before = mstp();
+  before.ports[1].linkType = Stp::Input::PortConfig::LinkType::shared;
+  before.ports[1].bpduguard = EngineSnapshot::Guard::bpduguardEnabled;
+  EXPECT_EQ(freshlyShown(before).at("ocInterfaceConfigDir").at("E2").dump(),
+            R"({"name":"E2","linkType":1,"edgePort":2,"bpduGuard":1})");
+}
+
+TEST(Restart, SettlesTheStateOfAnInstanceThatLostItsVlans) {
+  Mirrored through;
+  through.follow(mstp());
+  EngineSnapshot now = mstp();
+  now.mstConfig.vidToMsti = {};
+  through.follow(now);
+  OrderedJson const kept = through.shown();
+  OrderedJson const fresh = freshlyShown(now);
+  EXPECT_EQ(kept.at("ocMstiConfigDir").dump(), fresh.at("ocMstiConfigDir").dump());
+  EXPECT_EQ(kept.at("ocMstiStateDir").at("5").dump(),
+            R"({"mstId":5,"bridgePriority":32768,"vlan":[10]})");
+  EXPECT_EQ(fresh.at("ocMstiStateDir").at("5").dump(),
+            R"({"mstId":5,"bridgePriority":32768,"vlan":[]})");
+}
+
+}  // namespace
+}  // namespace Agent

@@ -9,9 +9,10 @@ Session::Session(Settings const& settings, Output& output)
     : shown_(settings.show),
       output_(output),
       mirror_(database_),
+      observed_(database_.targets()),
       operations_(database_, mirror_, [this] { show(); }) {
   if (settings.watch) {
-    watch_.emplace(database_.targets(), output_);
+    watch_.emplace(observed_, output_);
   }
   if (!settings.manualStart) {
     mirror_.startAll();

@@ -9,6 +9,7 @@
 #include "agent/sources/operations/Operations.h"
 #include "agent/state/Database.h"
 #include "agent/state/Mirror.h"
+#include "agent/state/TargetObserver.h"
 #include "agent/views/lines/Watch.h"
 
 namespace Agent {
@@ -49,6 +50,7 @@ class Session {
   Output& output_;
   Database database_;
   Mirror mirror_;
+  ObservedTargets observed_;
   std::optional<Watch> watch_;
   Operations operations_;
 };

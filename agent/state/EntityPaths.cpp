@@ -14,16 +14,6 @@ namespace {
 
 using Paths = std::unordered_map<Lumo::Node const*, std::string>;
 
-std::string pathKey(Lumo::String const& key) {
-  return key.toString();
-}
-auto pathKey(Lanx::IntfId key) {
-  return plainKey(key);
-}
-auto pathKey(std::uint16_t key) {
-  return plainKey(key);
-}
-
 template <class Entity>
 void addEntity(Paths& paths, Entity const& entity, Json const& path);
 
@@ -37,7 +27,7 @@ void addMembers(Paths& paths, Entity const& entity, Row const& row, Json const& 
     for (auto const& member : (entity.*row.members)()) {
       Json below = path;
       below.push_back(row.name);
-      below.push_back(pathKey(member.key));
+      below.push_back(plainKey(member.key));
       addEntity(paths, *member.value, below);
     }
   }

@@ -159,6 +159,9 @@ OrderedJson showPlain(Stp::SharedList<Stp::VlanIdOrRange> const& value);
 inline std::string plainKey(Lanx::IntfId key) {
   return key.stringValue().toString();
 }
+inline std::string plainKey(Lumo::String const& key) {
+  return key.toString();
+}
 inline std::uint16_t plainKey(std::uint16_t key) {
   return key;
 }

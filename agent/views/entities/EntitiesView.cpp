@@ -4,6 +4,9 @@
 #include <string>
 #include <utility>
 
+#include "agent/state/TargetRecord.h"
+#include "agent/text/Values.h"
+
 namespace Agent {
 
 namespace {
@@ -19,7 +22,7 @@ template <class Entity>
 OrderedJson showTarget(Entity const& entity) {
   constexpr auto const& row = onlyAttribute<Entity>;
   if constexpr (requires { row.get; }) {
-    return showRecord(entity);
+    return showValue(recordOf(entity));
   } else {
     using Key = typename std::remove_cvref_t<decltype(row)>::KeyType;
     std::map<decltype(plainKey(std::declval<Key>())), OrderedJson> sorted;
@@ -29,7 +32,7 @@ OrderedJson showTarget(Entity const& entity) {
       }
     } else {
       for (auto const& member : (entity.*row.members)()) {
-        sorted.emplace(plainKey(member.key), showRecord(*member.value));
+        sorted.emplace(plainKey(member.key), showValue(recordOf(*member.value)));
       }
     }
     OrderedJson object = OrderedJson::object();

@@ -1,35 +1,25 @@
 // Shows every change of a target as it is published.
 #pragma once
 
-#include <memory>
-#include <vector>
-
 #include "agent/host/Output.h"
-#include "agent/state/Database.h"
+#include "agent/state/TargetObserver.h"
 
 namespace Agent {
 
-/// Watches the targets, and each of their members while it is one. It should come before those
-/// who change the targets: what happened before it came it does not show.
-class Watch {
+/// Prints one line of JSON a change. It should come before those who change the targets: what
+/// happened before it came it does not show.
+class Watch final : public TargetObserver {
  public:
-  /// `output` must outlive this.
-  Watch(TargetView const& targets, Output& output);
-  Watch(Watch const&) = delete;
-  Watch& operator=(Watch const&) = delete;
-  ~Watch();
+  /// Both must outlive this.
+  Watch(ObservedTargets& targets, Output& output);
+  ~Watch() override;
 
-  /// One target, or one member of a target.
-  class Subscription {
-   public:
-    Subscription() = default;
-    Subscription(Subscription const&) = delete;
-    Subscription& operator=(Subscription const&) = delete;
-    virtual ~Subscription() = default;
-  };
+  void recordIs(TargetPlace const& place, TargetRecord const& record) noexcept override;
+  void recordGone(TargetPlace const& place) noexcept override;
 
  private:
-  std::vector<std::unique_ptr<Subscription>> subscriptions_;
+  ObservedTargets& targets_;
+  Output& output_;
 };
 
 }  // namespace Agent

@@ -125,9 +125,10 @@ TEST_F(WatchedSession, InterfaceThatLosesItsConfigurationIsANewOne) {
 
 TEST(Watch, ShowsMembersThatWereThereBeforeIt) {
   TargetTree const targets;
+  ObservedTargets observed(targets);
   auto const interface = targets.interfaceConfigDir->interfaceIs(Lanx::IntfId::of("E1"));
   KeptOutput output;
-  auto watch = std::make_unique<Watch>(targets, output);
+  auto watch = std::make_unique<Watch>(observed, output);
   interface->configIs({});
   EXPECT_THAT(output.take(),
               ElementsAre(interfaceChanged(

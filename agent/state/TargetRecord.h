@@ -1,0 +1,51 @@
+// The records of the targets, as one type.
+#pragma once
+
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+#include "agent/state/Database.h"
+
+namespace Agent {
+
+/// The one attribute that a target, or a member of a target, consists of.
+template <class Entity>
+requires(std::tuple_size_v<std::remove_cvref_t<decltype(Entity::attributes)>> ==
+         1) inline constexpr auto const& onlyAttribute = std::get<0>(Entity::attributes);
+
+/// The record of an entity that holds one.
+template <class Entity>
+auto const& recordOf(Entity const& entity) {
+  return (entity.*onlyAttribute<Entity>.get)();
+}
+
+namespace Impl {
+
+// What a target keeps: one record of its own, records by key, or a member with a record by key.
+template <class Entity>
+constexpr auto kept() {
+  using Row = std::remove_cvref_t<decltype(onlyAttribute<Entity>)>;
+  if constexpr (requires { typename Row::RecordType; }) {
+    return std::type_identity<typename Row::RecordType>();
+  } else if constexpr (requires { typename Row::MemberType; }) {
+    return kept<typename Row::MemberType>();
+  } else {
+    return std::type_identity<std::remove_cvref_t<decltype(recordOf(std::declval<Entity>()))>>();
+  }
+}
+
+template <class Roots>
+struct Records;
+template <class... Entities>
+struct Records<std::tuple<Root<TargetView, Entities>...>> {
+  using Any = std::variant<typename decltype(kept<Entities>())::type...>;
+};
+
+}  // namespace Impl
+
+/// A record of one of the targets.
+using TargetRecord = Impl::Records<decltype(TargetView::roots())>::Any;
+
+}  // namespace Agent

@@ -136,23 +136,6 @@ std::unique_ptr<ObservedTargets::Subscription> subscriptionTo(
   }
 }
 
-// Calls `record` for every record of a target.
-template <class Entity, class Record>
-void eachRecord(std::string_view name, Entity const& entity, Record const& record) {
-  constexpr auto const& row = onlyAttribute<Entity>;
-  if constexpr (requires { row.get; }) {
-    record(TargetPlace{name, row.name, {}}, recordOf(entity));
-  } else if constexpr (requires { row.records; }) {
-    for (auto const& member : (entity.*row.records)()) {
-      record(TargetPlace{name, row.name, member.key}, *member.value);
-    }
-  } else {
-    for (auto const& member : (entity.*row.members)()) {
-      record(TargetPlace{name, row.name, member.key}, recordOf(*member.value));
-    }
-  }
-}
-
 }  // namespace
 
 ObservedTargets::~ObservedTargets() = default;
@@ -236,12 +219,9 @@ void ObservedTargets::settle() {
 
 std::vector<ObservedTargets::Event> ObservedTargets::presentState() const {
   std::vector<Event> events;
-  auto const add = [&](TargetPlace const& place, auto const& record) {
+  eachRecord(targets_, [&](TargetPlace const& place, TargetRecord const& record) {
     events.push_back({place, record, last_});
-  };
-  std::apply(
-      [&](auto const&... root) { (eachRecord(root.name, *(targets_.*root.entity), add), ...); },
-      TargetView::roots());
+  });
   return events;
 }
 

@@ -14,15 +14,6 @@
 
 namespace Agent {
 
-/// Where a record stands: the name of its target and of the attribute that holds it, and its key.
-struct TargetPlace {
-  std::string_view target;
-  std::string_view attribute;
-  Key key;
-
-  bool operator==(TargetPlace const&) const = default;
-};
-
 /// Is told from inside notifications, one thing at a time, in the order in which things happen: of
 /// what happens because of what it does when it is told, it and all others hear afterwards.
 class TargetObserver {

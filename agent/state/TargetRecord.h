@@ -1,11 +1,13 @@
 // The records of the targets, as one type.
 #pragma once
 
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
+#include "agent/state/Change.h"
 #include "agent/state/Database.h"
 
 namespace Agent {
@@ -47,5 +49,34 @@ struct Records<std::tuple<Root<TargetView, Entities>...>> {
 
 /// A record of one of the targets.
 using TargetRecord = Impl::Records<decltype(TargetView::roots())>::Any;
+
+/// Where a record stands: the name of its target and of the attribute that holds it, and its key.
+struct TargetPlace {
+  std::string_view target;
+  std::string_view attribute;
+  Key key;
+};
+
+/// Calls `visit(place, record)` for all records that are there, target by target. The targets must
+/// not change meanwhile.
+template <class Visit>
+void eachRecord(TargetView const& targets, Visit const& visit) {
+  auto const inTarget = [&](std::string_view name, auto const& entity) {
+    constexpr auto const& row = onlyAttribute<std::remove_cvref_t<decltype(entity)>>;
+    if constexpr (requires { row.get; }) {
+      visit(TargetPlace{name, row.name, {}}, recordOf(entity));
+    } else if constexpr (requires { row.records; }) {
+      for (auto const& member : (entity.*row.records)()) {
+        visit(TargetPlace{name, row.name, member.key}, *member.value);
+      }
+    } else {
+      for (auto const& member : (entity.*row.members)()) {
+        visit(TargetPlace{name, row.name, member.key}, recordOf(*member.value));
+      }
+    }
+  };
+  std::apply([&](auto const&... root) { (inTarget(root.name, *(targets.*root.entity)), ...); },
+             TargetView::roots());
+}
 
 }  // namespace Agent

@@ -4,11 +4,14 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <utility>
+#include <variant>
+#include <vector>
 
-#include "agent/text/Values.h"
-#include "agent/views/document/OpenConfigLeaves.h"
+#include "agent/state/TargetRecord.h"
+#include "agent/views/document/Leaves.h"
 
 namespace Agent {
 
@@ -32,95 +35,113 @@ int compareNumbers(std::string_view a, std::string_view b) {
   return a.size() == b.size() ? a.compare(b) : (a.size() < b.size() ? -1 : 1);
 }
 
-struct NaturalLess {
-  bool operator()(std::string const& a, std::string const& b) const { return naturalLess(a, b); }
+// Keys of one list are of one type.
+struct KeyLess {
+  bool operator()(LeafValue const& a, LeafValue const& b) const {
+    auto const* const name = std::get_if<std::string>(&a);
+    return name != nullptr ? naturalLess(*name, std::get<std::string>(b)) : a < b;
+  }
 };
 
-// The leaves of one list entry, where there is a record.
-struct Entry {
-  std::optional<Leaves> config;
-  std::optional<Leaves> state;
+// What stands at one node of the schema: by the key of the list, if it is one, the containers with
+// their leaves.
+struct Node {
+  std::string_view path;
+  std::string_view listKey;
+  std::map<LeafValue, OrderedJson, KeyLess> entries;
 };
-using Interfaces = std::map<std::string, Entry, NaturalLess>;
-using MstInstances = std::map<std::uint16_t, Entry>;
 
-void leavesAdd(OrderedJson& container, Leaves const& leaves) {
-  for (Leaf const& leaf : leaves) {
-    memberAdd(container, leaf.name, leaf.value);
+OrderedJson jsonOf(bool value) {
+  return value;
+}
+OrderedJson jsonOf(std::uint64_t value) {
+  return value;
+}
+OrderedJson jsonOf(std::string const& value) {
+  return value;
+}
+OrderedJson jsonOf(Identity value) {
+  return value.name;
+}
+OrderedJson jsonOf(std::vector<LeafEntry> const& entries) {
+  OrderedJson list = OrderedJson::array();
+  for (LeafEntry const& entry : entries) {
+    list.push_back(std::visit([](auto const& value) { return jsonOf(value); }, entry));
   }
+  return list;
+}
+OrderedJson jsonOf(LeafValue const& value) {
+  return std::visit([](auto const& of) { return jsonOf(of); }, value);
 }
 
-OrderedJson container(std::string_view name, OrderedJson content) {
-  OrderedJson object = OrderedJson::object();
-  memberAdd(object, name, std::move(content));
-  return object;
-}
-
-// A list by its key leaf. The key refers to the one in `config`, which is there in any case.
-template <class Entries>
-OrderedJson list(std::string_view keyName, Entries const& entries) {
-  OrderedJson result = OrderedJson::array();
-  for (auto const& [key, entry] : entries) {
-    OrderedJson object = container(keyName, key);
-    OrderedJson config = container(keyName, key);
-    leavesAdd(config, entry.config.value_or(Leaves()));
-    memberAdd(object, "config", std::move(config));
-    if (entry.state) {
-      OrderedJson state = container(keyName, key);
-      leavesAdd(state, *entry.state);
-      memberAdd(object, "state", std::move(state));
+class Document {
+ public:
+  void add(Key const& key, TargetRecord const& record) {
+    LeafTable const& table = leafTableOf(record);
+    OrderedJson leaves = OrderedJson::object();
+    std::optional<LeafValue> listKey;
+    for (Leaf const& leaf : table.leaves) {
+      if (auto const value = LeafTable::value(leaf, key, record)) {
+        memberAdd(leaves, leaf.name, jsonOf(*value));
+        if (leaf.name == table.listKey) {
+          listKey = value;
+        }
+      }
     }
-    result.push_back(std::move(object));
-  }
-  return result;
-}
-
-// The entries of a list, from the directory of its configurations and that of its states.
-template <class Entries, class ConfigDir, class StateDir>
-Entries entriesOf(ConfigDir const& configs, StateDir const& states) {
-  Entries entries;
-  for (auto const& member : configs) {
-    if (auto const key = plainKey(member.key); inModel(key)) {
-      entries[key].config = leavesOf(member.value->config());
+    bool const isList = !table.listKey.empty();
+    if (isList && !listKey) {
+      return;  // the model has no such key
     }
-  }
-  for (auto const& member : states) {
-    if (auto const key = plainKey(member.key); inModel(key)) {
-      entries[key].state = leavesOf(*member.value);
+    auto [entry, isNew] =
+        nodeOf(table).entries.try_emplace(listKey.value_or(false), OrderedJson::object());
+    OrderedJson& containers = entry->second;
+    if (isNew && isList) {
+      // The key of the list refers to the one in `config`, which is there in any case.
+      memberAdd(containers, table.listKey, jsonOf(*listKey));
+      containers["config"][std::string(table.listKey)] = jsonOf(*listKey);
     }
+    containers[std::string(table.container)] = std::move(leaves);
   }
-  return entries;
-}
 
-OrderedJson global(Leaves const& config, Leaves const& state) {
-  OrderedJson object = OrderedJson::object();
-  for (auto const& [name, leaves] : {std::pair{"config", &config}, std::pair{"state", &state}}) {
-    OrderedJson content = OrderedJson::object();
-    leavesAdd(content, *leaves);
-    memberAdd(object, name, std::move(content));
+  OrderedJson take() const {
+    OrderedJson document = OrderedJson::object();
+    for (Node const& node : nodes_) {
+      OrderedJson* at = &document;
+      bool isTop = true;
+      for (auto const step : std::views::split(node.path.substr(1), '/')) {
+        std::string_view const name(&*step.begin(), std::ranges::distance(step));
+        at = &(*at)[std::string(isTop ? "openconfig-spanning-tree:" : "").append(name)];
+        isTop = false;
+      }
+      for (auto const& [key, entry] : node.entries) {
+        if (node.listKey.empty()) {
+          *at = entry;
+        } else {
+          at->push_back(entry);
+        }
+      }
+    }
+    return document;
   }
-  return object;
-}
+
+ private:
+  Node& nodeOf(LeafTable const& table) {
+    auto const found = std::ranges::find(nodes_, table.node, &Node::path);
+    return found != nodes_.end() ? *found
+                                 : nodes_.emplace_back(Node{table.node, table.listKey, {}});
+  }
+
+  std::vector<Node> nodes_;  // in the order in which they are shown
+};
 
 }  // namespace
 
 OrderedJson openConfigView(TargetView const& targets) {
-  OrderedJson stp = OrderedJson::object();
-  memberAdd(
-      stp, "global",
-      global(leavesOf(targets.globalConfig->config()), leavesOf(targets.globalState->state())));
-  auto const interfaces = entriesOf<Interfaces>(targets.interfaceConfigDir->interface(),
-                                                targets.interfaceStateDir->state());
-  if (!interfaces.empty()) {
-    memberAdd(stp, "interfaces", container("interface", list("name", interfaces)));
-  }
-  auto const instances =
-      entriesOf<MstInstances>(targets.mstiConfigDir->mstInstance(), targets.mstiStateDir->state());
-  if (!instances.empty()) {
-    memberAdd(stp, "mstp",
-              container("mst-instances", container("mst-instance", list("mst-id", instances))));
-  }
-  return container("openconfig-spanning-tree:stp", std::move(stp));
+  Document document;
+  eachRecord(targets, [&](TargetPlace const& place, TargetRecord const& record) {
+    document.add(place.key, record);
+  });
+  return document.take();
 }
 
 bool naturalLess(std::string_view a, std::string_view b) {

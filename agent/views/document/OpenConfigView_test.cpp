@@ -22,6 +22,11 @@ class OpenConfigView : public SessionTest {
     return stp.contains(path) ? stp.at(path).dump() : "null";
   }
 
+  void create(char const* name) {
+    Json const path{"ocInterfaceConfigDir", "interface", name};
+    apply(R"({"op":"create","path":)" + path.dump() + "}");
+  }
+
   // A target with everything that the document has to deal with.
   void stageEverything() {
     for (char const* const line : {
@@ -101,8 +106,34 @@ TEST_F(OpenConfigView, InterfacesHaveConfigAndWhereReportedState) {
 }
 
 TEST_F(OpenConfigView, NamesThatYangHasNotAreLeftOut) {
+  for (char const* const name :
+       {"a\x01", "\x07z", "\x1F", "\xEF\xB7\x90", "\xEF\xB7\xAF", "\xEF\xBF\xBE", "a\xEF\xBF\xBF",
+        "\xF0\x9F\xBF\xBE", "\xF0\x9F\xBF\xBF", "\xF0\xAF\xBF\xBE", "\xF0\xBF\xBF\xBFz",
+        "\xF3\xBF\xBF\xBE", "\xF4\x8F\xBF\xBF"}) {
+    SCOPED_TRACE(Json(name).dump(-1, ' ', true));
+    create(name);
+    EXPECT_EQ(at("/interfaces"), "null");
+    apply(R"({"op":"clear","path":["ocInterfaceConfigDir","interface"]})");
+  }
+}
+
+TEST_F(OpenConfigView, NamesThatYangHasAreThere) {
+  for (char const* const name :
+       {"\t", "a\n", "\r", " ", "\x7F", "\xEF\xB7\x8F", "\xEF\xB7\xB0", "\xEF\xBF\xBD",
+        "\xEF\xBE\xBE", "\xF0\x9F\xBF\xBD", "\xF0\x90\x80\x80", "\xF0\x9E\xBF\xBF",
+        "\xF4\x8F\xBF\xBD", "\xC3\xBF", "\xE1\xBF\xBE"}) {
+    SCOPED_TRACE(Json(name).dump(-1, ' ', true));
+    create(name);
+    EXPECT_EQ(at("/interfaces/interface/0/name"), OrderedJson(name).dump());
+    EXPECT_EQ(at("/interfaces/interface/1"), "null");
+    apply(R"({"op":"clear","path":["ocInterfaceConfigDir","interface"]})");
+  }
+}
+
+TEST_F(OpenConfigView, AllOfWhatIsStagedIsThereButWhatTheModelHasNot) {
   stageEverything();
   EXPECT_EQ(at("/interfaces/interface/5"), "null");
+  EXPECT_EQ(at("/mstp/mst-instances/mst-instance/3"), "null");
 }
 
 TEST_F(OpenConfigView, InstancesAreThoseThatTheModelKnows) {
@@ -147,6 +178,8 @@ TEST(NaturalOrder, RunsOfDigitsAreNumbers) {
                                        "00",
                                        "01",
                                        "1",
+                                       "01a",
+                                       "1a",
                                        "2",
                                        "10",
                                        "99999999999999999999",

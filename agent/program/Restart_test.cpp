@@ -9,6 +9,7 @@
 #include "agent/program/TestSupport.h"
 #include "agent/sources/engine/EngineDifference.h"
 #include "agent/sources/engine/EngineSnapshot.h"
+#include "agent/state/Departed.h"
 #include "agent/text/Values.h"
 
 namespace Agent {
@@ -17,10 +18,19 @@ namespace {
 // A session whose mirror was started before the first snapshot.
 class Mirrored : public TestSession {
  public:
-  Mirrored() { apply(R"({"op":"start"})"); }
+  explicit Mirrored(bool forgetDeparted = false) : TestSession(settings(forgetDeparted)) {
+    apply(R"({"op":"start"})");
+  }
 
   void follow(EngineSnapshot const& snapshot) { session.apply(differences(snapshot, sources())); }
   OrderedJson shown() const { return entitiesView(targets()); }
+
+ private:
+  static Settings settings(bool forgetDeparted) {
+    Settings settings = TestSession::settings();
+    settings.forgetDeparted = forgetDeparted;
+    return settings;
+  }
 };
 
 // What the mirror makes of this snapshot when it is the first.
@@ -122,6 +132,49 @@ TEST(Restart, SettlesTheStateOfAnInstanceThatLostItsVlans) {
             R"({"mstId":5,"bridgePriority":32768,"vlan":[10]})");
   EXPECT_EQ(fresh.at("ocMstiStateDir").at("5").dump(),
             R"({"mstId":5,"bridgePriority":32768,"vlan":[]})");
+}
+
+TEST(Restart, LeavesNothingToSettleOfPortsThatAreForgotten) {
+  auto const all = captures();
+  Mirrored through(true);
+  for (std::size_t at = 0; at < all.size(); ++at) {
+    SCOPED_TRACE("capture " + std::to_string(at + 1));
+    through.follow(all[at]);
+    EXPECT_EQ(through.shown().dump(), freshlyShown(all[at]).dump());
+  }
+}
+
+TEST(ForgetDeparted, WhoIsConfiguredOrRunsIsNotForgotten) {
+  Mirrored through(true);
+  through.follow(mstp());
+  EngineSnapshot stopped = mstp();
+  stopped.activeProtocol = EngineSnapshot::notRunning;
+  through.follow(stopped);
+  EXPECT_EQ(through.shown().at("ocInterfaceStateDir").size(), 2U);
+
+  // One port is known by nothing but its status, another by one configuration.
+  through.apply(R"({"op":"create","path":["status","stpiStatus","Mst","stpiPortStatus","E9"]})");
+  through.apply(R"({"op":"create","path":["input","portConfig","E8"]})");
+  for (char const* const name : {"E7", "E8", "E9"}) {
+    through.apply(R"({"op":"set","path":["ocInterfaceStateDir","state",")" + std::string(name) +
+                  R"("],"value":{}})");
+  }
+  auto const left = departed(through.sources(), through.targets());
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_EQ(left[0].kind(), Change::Kind::erase);
+  EXPECT_EQ(left[0].key(), Key(Lanx::IntfId::of("E7")));
+}
+
+TEST(ForgetDeparted, PortIsForgottenAfterItsLastChangeWasTold) {
+  Mirrored through(true);
+  through.follow(mstp());
+  EngineSnapshot without = mstp();
+  without.ports.pop_back();
+  through.printed();
+  through.follow(without);
+  EXPECT_EQ(through.printed().back(), R"({"deleted":["ocInterfaceStateDir","state","E2"]})");
+  through.follow(mstp());
+  EXPECT_EQ(through.shown().dump(), freshlyShown(mstp()).dump());
 }
 
 }  // namespace

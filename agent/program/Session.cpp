@@ -1,5 +1,6 @@
 #include "agent/program/Session.h"
 
+#include "agent/state/Departed.h"
 #include "agent/views/document/OpenConfigView.h"
 #include "agent/views/entities/EntitiesView.h"
 
@@ -7,6 +8,7 @@ namespace Agent {
 
 Session::Session(Settings const& settings, Output& output)
     : shown_(settings.show),
+      forgetsDeparted_(settings.forgetDeparted),
       output_(output),
       mirror_(database_),
       observed_(database_.targets()),
@@ -16,6 +18,13 @@ Session::Session(Settings const& settings, Output& output)
   }
   if (!settings.manualStart) {
     mirror_.startAll();
+  }
+}
+
+void Session::apply(Changes const& changes) {
+  database_.apply(changes);
+  if (forgetsDeparted_ && !changes.empty()) {
+    database_.apply(departed(database_.sources(), database_.targets()));
   }
 }
 

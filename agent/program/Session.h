@@ -23,6 +23,8 @@ struct Settings {
   bool watch = false;
   bool manualStart = false;
   bool trace = false;
+  /// Whether the state of ports that every source has lost is deleted.
+  bool forgetDeparted = false;
   /// Where the fast trace goes, if anywhere.
   std::optional<std::string> flashlog;
 };
@@ -40,13 +42,14 @@ class Session {
   void apply(Operation const& operation) { operations_.apply(operation); }
 
   /// Applies what a source found to have changed, all of it one moment of that source.
-  void apply(Changes const& changes) { database_.apply(changes); }
+  void apply(Changes const& changes);
 
   /// Prints the targets.
   void show();
 
  private:
   Show shown_;
+  bool forgetsDeparted_;
   Output& output_;
   Database database_;
   Mirror mirror_;

@@ -34,7 +34,14 @@ class KeptOutput final : public Output {
 /// A session, watched, that shows entities; the mirror waits to be started.
 class TestSession {
  public:
-  TestSession() : session(settings(), output) {}
+  static Settings settings() {
+    Settings settings;
+    settings.show = Show::entities;
+    settings.watch = true;
+    settings.manualStart = true;
+    return settings;
+  }
+  explicit TestSession(Settings const& asked = settings()) : session(asked, output) {}
 
   /// Applies a line that is not refused.
   void apply(std::string const& line) {
@@ -63,15 +70,6 @@ class TestSession {
 
   KeptOutput output;
   Session session;
-
- private:
-  static Settings settings() {
-    Settings settings;
-    settings.show = Show::entities;
-    settings.watch = true;
-    settings.manualStart = true;
-    return settings;
-  }
 };
 
 /// Nothing is mirrored yet.

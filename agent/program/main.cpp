@@ -95,6 +95,11 @@ void addSettings(CLI::App& command, Agent::Settings& settings) {
   addRunSettings(command, settings);
 }
 
+void addForgetDeparted(CLI::App& command, Agent::Settings& settings) {
+  command.add_flag("--forget-departed", settings.forgetDeparted,
+                   "Delete the state of ports that have left the engine and the configuration");
+}
+
 int run(Words const& words) {
   Agent::Settings settings;
   Words files;
@@ -119,6 +124,7 @@ int replay(Words const& words) {
   command.add_option("DIR", folders, "Folders with one snapshot each, in order")
       ->required()
       ->type_name("");
+  addForgetDeparted(command, settings);
   addSettings(command, settings);
   auto const status = parseCommand(command, words);
   return status ? *status : Agent::replaySnapshots(settings, bridge, folders);
@@ -157,6 +163,7 @@ int follow(Words const& words) {
   command.add_option("--mstpctl", following.program, "The engine's control program")
       ->type_name("PROGRAM")
       ->capture_default_str();
+  addForgetDeparted(command, settings);
   addSettings(command, settings);
   if (auto const status = parseCommand(command, words)) {
     return *status;

@@ -94,6 +94,19 @@ TEST(Replay, WatchShowsTheChangesOfEachSnapshot) {
                                 "\"Ethernet5\"]}\n"));
 }
 
+TEST(Replay, DepartedPortsAreForgottenIfAskedFor) {
+  std::vector<std::string> arguments =
+      replayOf({capture("07-link-up"), capture("08-port-removed")});
+  std::string const state = R"("ocInterfaceStateDir":{"Ethernet1":)";
+  std::string const port = R"("Ethernet5":)";
+  EXPECT_THAT(runAgent(arguments).out, testing::HasSubstr(port));
+  arguments.emplace_back("--forget-departed");
+  Outcome const outcome = runAgent(arguments);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, testing::HasSubstr(state));
+  EXPECT_THAT(outcome.out, testing::Not(testing::HasSubstr(port)));
+}
+
 TEST(Replay, MirrorThatWasNotStartedShowsNothing) {
   std::vector<std::string> arguments = replayOf({capture("01-converged")});
   arguments.insert(arguments.end(), {"--manual-start", "--watch"});

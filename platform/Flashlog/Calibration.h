@@ -9,8 +9,8 @@
 
 namespace Flashlog {
 
-/// Relates ticks to time by two moments of the traced process. What is too long for a type ends at
-/// the type's limit.
+/// Relates ticks to time by two moments of the traced process. Whatever exceeds
+/// its type is cut off at the limit.
 class STP_API Calibration {
  public:
   /// One tick is one nanosecond, and tick 0 was in 1970.
@@ -18,10 +18,6 @@ class STP_API Calibration {
 
   /// Both the ticks and the monotonic time of `latest` are beyond those of `first`.
   Calibration(ClockPair const& first, ClockPair const& latest) noexcept;
-
-  [[nodiscard]] double nanosecondsPerTick() const noexcept {
-    return static_cast<double>(nanosecondsPerTick_);
-  }
 
   /// The wall-clock time of a moment.
   [[nodiscard]] std::chrono::sys_time<std::chrono::nanoseconds> time(

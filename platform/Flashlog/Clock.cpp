@@ -21,7 +21,7 @@ std::int64_t nanoseconds(clockid_t clock) noexcept {
 }  // namespace
 
 ClockPair clockPair() noexcept {
-  // Between two readings of the counter anything may interrupt; the narrowest try is the best.
+  // Anything may interrupt between two readings of the counter; the narrowest try is the best.
   constexpr int tries = 4;
   ClockPair best{};
   std::uint64_t narrowest = std::numeric_limits<std::uint64_t>::max();

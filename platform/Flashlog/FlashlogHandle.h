@@ -30,8 +30,6 @@ class STP_API FlashlogHandle {
   FlashlogHandle(FlashlogHandle const&) = delete;
   FlashlogHandle& operator=(FlashlogHandle const&) = delete;
 
-  [[nodiscard]] bool multiThreaded() const noexcept { return multiThreaded_; }
-
   /// The one file, owned by the handle; null when the handle is multi-threaded.
   [[nodiscard]] TraceFile* traceFile() const noexcept { return file_.get(); }
 

@@ -29,7 +29,6 @@ TEST(FlashlogHandle, NothingIsTracedByDefault) {
 TEST(FlashlogHandle, SingleThreadedHandleHasOneFile) {
   TemporaryFolder const folder;
   FlashlogHandle handle(folder.file("trace"));
-  EXPECT_FALSE(handle.multiThreaded());
   ASSERT_NE(handle.traceFile(), nullptr);
   EXPECT_EQ(handle.traceFile()->path(), folder.file("trace"));
   EXPECT_EQ(handle.mtTraceFile(), handle.traceFile());
@@ -87,7 +86,6 @@ TEST(FlashlogHandle, OptionsReachTheFile) {
 TEST(FlashlogHandle, MultiThreadedHandleHasNoFileUntilAThreadAsks) {
   TemporaryFolder const folder;
   FlashlogHandle handle(folder.file("trace"), true);
-  EXPECT_TRUE(handle.multiThreaded());
   EXPECT_EQ(handle.traceFile(), nullptr);
   EXPECT_FALSE(std::filesystem::exists(folder.file("trace")));
   DefaultHandleScope const scope(handle);

@@ -168,7 +168,7 @@ TEST(Reader, ClocksThatDoNotAdvanceAreRefused) {
           c.advances ? first : ClockPair{2000, 6, 3000};  // the one that is not looked at
       put(bytes, 0, header);
       if (c.advances) {
-        EXPECT_EQ(parseTrace("NAME", bytes).calibration.nanosecondsPerTick(), 1);
+        EXPECT_EQ(parseTrace("NAME", bytes).calibration.duration(7).count(), 7);
       } else {
         EXPECT_EQ(refusal(bytes), "NAME: is damaged: its clocks ran backwards");
       }

@@ -16,8 +16,8 @@ namespace Lumo {
 /// run; any of them may have dropped the entity, so a setter touches nothing after publishing.
 class STP_API Entity : public Node {
  public:
-  /// The publisher of this entity's changes. Watching does not change an entity, so a reader has it
-  /// too.
+  /// The publisher of this entity's changes. Watching does not change an entity, so those who may
+  /// only read it have the publisher, too.
   Publisher& publisher() const noexcept { return publisher_; }
 
   /// Calls one subscriber for every present value, as for a change of it.
@@ -33,14 +33,14 @@ class STP_API Entity : public Node {
     publisher_.publishChangeRecursive(static_cast<FieldId>(id), oldValue, newValue);
   }
 
-  /// Sets a plain attribute; a value that it has already changes and announces nothing. What the
-  /// copy of the value throws passes, and nothing is changed.
+  /// Sets a plain attribute; setting the value that it already has changes and announces nothing.
+  /// If copying the value throws, nothing is changed.
   template <class Id, class Value>
   void attributeIs(Id id, Value& stored, std::type_identity_t<Value> const& value) {
     if (stored == value) {
       return;
     }
-    Value after = value;  // copied first: where memory is short the stored one stays whole
+    Value after = value;  // copied first: when memory is short the stored one stays whole
     Value const before = std::exchange(stored, std::move(after));
     publish(id, &before, &stored);
   }

@@ -14,9 +14,10 @@
 namespace Lumo {
 
 /// The hash of a key. Keys are names (by identity), integers, or value types that convert to one
-/// with `value()`. Integer keys are ids that are dense or nearly so: as they are they spread best,
-/// and neighbours lie side by side. Names that came one after the other lie at even distances in
-/// memory, and are met one after the other again: within a mebibyte their order is kept.
+/// with `value()`. Integer keys are ids that are dense or nearly so: left as they are they spread
+/// best, and neighbours lie side by side. Names that were made one after the other lie at even
+/// distances in memory, and are looked up one after the other again: within a mebibyte their order
+/// is kept.
 template <std::integral Key>
 std::uint64_t hashOf(Key key) noexcept {
   return static_cast<std::uint64_t>(key);
@@ -33,8 +34,8 @@ std::uint64_t hashOf(Key const& key) noexcept {
   return hashOf(key.value());
 }
 
-/// Finds positions in a sequence of the owner's by hash. It stores positions only; the owner
-/// says, by position, which key is there. Half of the cells stay free.
+/// Finds positions in a sequence of its owner's by hash. It stores positions only; the owner tells
+/// which key is at a position. Half of the cells stay free.
 template <template <class> class Allocator>
 class BasicHashIndex {
  public:

@@ -44,7 +44,7 @@ class STP_API ChildIterator {
   virtual Ptr<Node> child() const = 0;
 };
 
-/// One a class; stateless.
+/// One for each class; stateless.
 class STP_API HideMe {
  public:
   HideMe() = default;
@@ -53,9 +53,9 @@ class STP_API HideMe {
   virtual ~HideMe();
 
   /// Reads an attribute, argument, single child or text of `node`, or invokes an operation with
-  /// its arguments. Throws InspectException when `node` is of another class, when the field is none
-  /// of the class or is a set of children, or when the arguments do not fit; what the operation
-  /// throws passes.
+  /// its arguments. Throws InspectException when `node` is of another class, when the field is not
+  /// the class's or is a set of children, or when the arguments do not fit, and whatever the
+  /// operation throws.
   virtual InspectValue inspectOperation(Node& node, FieldDescriptor const& field,
                                         std::span<InspectValue const> arguments) const = 0;
   InspectValue inspectOperation(Node& node, FieldDescriptor const& field) const {
@@ -68,7 +68,7 @@ class STP_API HideMe {
   virtual Ptr<Node> genericIfConstructFromCtorArgs(
       std::span<InspectValue const> arguments) const = 0;
 
-  /// Walks a keyed set of children. Throws InspectException when the field is none.
+  /// Walks a keyed set of children. Throws InspectException when the field is not one.
   virtual std::unique_ptr<ChildIterator> childIterator(Node& node,
                                                        FieldDescriptor const& field) const = 0;
 };

@@ -27,8 +27,7 @@ consteval bool takesInitialisers(std::index_sequence<I...>) {
   };
 }
 
-// Counted from the top: members without a default need an initialiser each, so that fewer than all
-// would not do.
+// Counted down: each member without a default needs an initialiser, so fewer than all might not do.
 template <class Aggregate, std::size_t count = 8>
 consteval std::size_t memberCount() {
   if constexpr (count == 0 || takesInitialisers<Aggregate>(std::make_index_sequence<count>())) {

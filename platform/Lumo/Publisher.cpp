@@ -5,7 +5,7 @@
 
 namespace Lumo {
 
-// GCC takes the cursor, which is linked for the time of a notification, for one that stays linked.
+// GCC mistakes the cursor, which is linked only during a notification, for one that stays linked.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wdangling-pointer"
 #endif
@@ -67,8 +67,8 @@ class Publisher::Cursor {
   }
 
  private:
-  // The same place, but the compiler does not know: it must not go on with the one of two equal
-  // pointers that comes from memory.
+  // The same pointer, though the compiler cannot tell: of two equal pointers it must not go on with
+  // the one that it has to load from memory.
   static Impl::Link* unrelated(Impl::Link* link) {
     asm("" : "+r"(link));
     return link;
@@ -93,7 +93,7 @@ class Publisher::Relay {
 
   Subscriber& slot() { return slot_; }
 
-  /// The one whom the values are for; null once it has left.
+  /// Whom the values are for; null once it has left.
   Subscriber* subscriber() const { return cursor_.next(); }
 
  private:
@@ -141,7 +141,7 @@ void Publisher::cursorsPass(Subscriber const& removed) noexcept {
   Cursor::slotRemoved(cursors_, &removed);
 }
 
-// Aligned, since where the loop lies in its cache lines makes a sixth of what it costs.
+// Aligned: where the loop lies in its cache lines accounts for a sixth of its cost.
 [[gnu::aligned(64)]] void Publisher::publishToAll(FieldId field, void const* oldValue,
                                                   void const* newValue) {
   Cursor cursor(*this, ring_.next, ring_.previous);

@@ -21,10 +21,10 @@ namespace Pebble {
 
 namespace {
 
-// Small sizes have a class every 8 bytes, so that objects waste next to nothing; larger ones, as
-// lists have them, a class each power of two. A cache line is added to that: a list of a power of
-// two fits with its header, and the beginnings of pieces, where lists are written in turns, do not
-// all compete for the same few places of the cache. What is larger still goes to the global heap.
+// Small sizes have a class every 8 bytes, so that objects waste next to nothing. Larger ones,
+// mostly lists, have a class for each power of two plus a cache line: a list of a power of two fits
+// with its header, and lists that are written in turn do not compete for the same few places of the
+// cache. Anything larger goes to the global heap.
 constexpr std::size_t step = 8;
 constexpr std::size_t fineLimit = 1024;
 constexpr std::size_t line = 64;
@@ -61,8 +61,8 @@ void unpoison([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t size) 
 #endif
 }
 
-// Chunks are kept for good; the leak sanitizer finds no way to those of which all pieces are free,
-// because it does not look into poisoned memory.
+// Chunks are kept for good. The leak sanitizer finds no way to those whose pieces are all free,
+// since it does not look into poisoned memory.
 void keep([[maybe_unused]] void* chunk) {
 #ifdef PEBBLE_POISON
   __lsan_ignore_object(chunk);

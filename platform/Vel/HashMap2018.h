@@ -44,13 +44,13 @@ class HashMap2018Generic {
     return position == Lumo::HashIndex::none ? nullptr : &nodes_[position].value;
   }
 
-  /// The same, to be changed in its place; it must not become null.
+  /// The same, to be changed in place; it must not become null.
   Value* find(Key const& key) {
     return const_cast<Value*>(static_cast<HashMap2018Generic const&>(*this).find(key));
   }
 
   /// Puts a non-null value under `key`: at the end, or in the place of the one that is there.
-  /// Where memory is short it throws and changes nothing.
+  /// When memory is short it throws and changes nothing.
   void newMemberG(Key const& key, Value value) {
     std::uint32_t const position = positionOf(key);
     if (position != Lumo::HashIndex::none) {

@@ -14,36 +14,12 @@
 #include "StpTypes/OpenConfigConfig.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
+#include "StpTypes/TestSupport.h"
 
 namespace Stp {
 namespace {
 
-// Subscribes for its life and hands each change to a function.
-class Watcher {
- public:
-  using Heard = std::function<void(Lumo::FieldId, void const*, void const*)>;
-
-  Watcher(Lumo::Entity const& entity, Heard heard, bool present = false)
-      : publisher_(entity.publisher()), heard_(std::move(heard)) {
-    slot_.routineIs(&called, this);
-    publisher_.subscriberAdd(slot_, present);
-  }
-  Watcher(Watcher const&) = delete;
-  Watcher& operator=(Watcher const&) = delete;
-  ~Watcher() { slot_.unsubscribeFrom(publisher_); }
-
-  bool subscribed() const { return slot_.subscribed(); }
-
- private:
-  static void called(Lumo::Publisher*, Lumo::Subscriber* slot, Lumo::FieldId field,
-                     void const* oldValue, void const* newValue) {
-    static_cast<Watcher*>(slot->owner())->heard_(field, oldValue, newValue);
-  }
-
-  Lumo::Publisher& publisher_;
-  Heard heard_;
-  Lumo::Subscriber slot_;
-};
+using TestSupport::Watcher;
 
 // Another value than the given one.
 template <class Value>

@@ -17,6 +17,7 @@
 #include "StpTypes/OpenConfigConfig.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
+#include "StpTypes/TestSupport.h"
 
 namespace Stp {
 namespace {
@@ -119,32 +120,22 @@ class Subject {
   static void setKey(OCMstiState& record, std::uint16_t key) { record.mstId = key; }
 };
 
-// Subscribes for its life and hands the key of each change of its collection to a function.
+// Hands the key of each change of its collection to a function.
 template <class Collection>
 class Watcher {
  public:
   using Heard = std::function<void(void const*)>;
 
   Watcher(Lumo::Entity const& entity, Heard heard)
-      : publisher_(entity.publisher()), heard_(std::move(heard)) {
-    slot_.routineIs(&called, this);
-    publisher_.subscriberAdd(slot_, false);
-  }
-  Watcher(Watcher const&) = delete;
-  Watcher& operator=(Watcher const&) = delete;
-  ~Watcher() { slot_.unsubscribeFrom(publisher_); }
+      : watcher_(entity, [heard = std::move(heard)](Lumo::FieldId field, void const* key,
+                                                    void const* newValue) {
+          EXPECT_EQ(field, static_cast<Lumo::FieldId>(Collection::row.id));
+          EXPECT_EQ(newValue, nullptr);
+          heard(key);
+        }) {}
 
  private:
-  static void called(Lumo::Publisher*, Lumo::Subscriber* slot, Lumo::FieldId field,
-                     void const* oldValue, void const* newValue) {
-    EXPECT_EQ(field, static_cast<Lumo::FieldId>(Collection::row.id));
-    EXPECT_EQ(newValue, nullptr);
-    static_cast<Watcher*>(slot->owner())->heard_(oldValue);
-  }
-
-  Lumo::Publisher& publisher_;
-  Heard heard_;
-  Lumo::Subscriber slot_;
+  TestSupport::Watcher watcher_;
 };
 
 template <class Collection>

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <random>
 #include <set>
 #include <string>
@@ -12,66 +11,40 @@
 #include "StpTypes/OpenConfigConfig.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
+#include "StpTypes/TestSupport.h"
 
 namespace Stp {
 namespace {
 
-// Subscribes for its life and counts the changes.
-class Counter {
- public:
-  explicit Counter(Lumo::Entity const& entity) : publisher_(entity.publisher()) {
-    slot_.routineIs(
-        [](Lumo::Publisher*, Lumo::Subscriber* slot, Lumo::FieldId field, void const* oldValue,
-           void const*) {
-          auto& self = *static_cast<Counter*>(slot->owner());
-          ++self.changes;
-          self.field = field;
-          auto const react = self.react;
-          react(oldValue);
-        },
-        this);
-    publisher_.subscriberAdd(slot_, false);
-  }
-  Counter(Counter const&) = delete;
-  Counter& operator=(Counter const&) = delete;
-  ~Counter() { slot_.unsubscribeFrom(publisher_); }
-
-  int changes = 0;
-  Lumo::FieldId field = 0;
-  std::function<void(void const*)> react = [](void const*) {};
-
- private:
-  Lumo::Publisher& publisher_;
-  Lumo::Subscriber slot_;
-};
+using TestSupport::Watcher;
 
 TEST(Members, AreNotAnnouncedWhenTheyAreThereAlready) {
   auto const input = Lumo::make<Input::Config>();
   auto const member = Lumo::make<Input::PortConfig>();
-  Counter const counter(*input);
+  Watcher const watcher(*input);
   input->portConfigIs("a", member);
   input->portConfigIs("a", member);
-  EXPECT_EQ(counter.changes, 1);
-  EXPECT_EQ(counter.field, 386);
+  EXPECT_EQ(watcher.changes(), 1);
+  EXPECT_EQ(watcher.lastField(), 386);
   EXPECT_EQ(input->portConfig("a"), member);
   input->portConfigIs("b", member);
-  EXPECT_EQ(counter.changes, 2) << "one entity under two names";
+  EXPECT_EQ(watcher.changes(), 2) << "one entity under two names";
   input->portConfigIs("a", Lumo::make<Input::PortConfig>());
-  EXPECT_EQ(counter.changes, 3);
+  EXPECT_EQ(watcher.changes(), 3);
   EXPECT_NE(input->portConfig("a"), member);
   EXPECT_EQ(member->references(), 2U);
 }
 
 TEST(Members, MustNotBeAbsent) {
   auto const status = Lumo::make<Status>();
-  Counter const counter(*status);
+  Watcher const watcher(*status);
   EXPECT_THROW(status->stpiStatusIs("Mst", nullptr), Lumo::AbsentPointerException);
   EXPECT_TRUE(status->stpiStatus().empty());
   status->stpiStatusIs("Mst", Lumo::make<StpiStatus>());
   auto const member = status->stpiStatus("Mst");
   EXPECT_THROW(status->stpiStatusIs("Mst", nullptr), Lumo::AbsentPointerException);
   EXPECT_EQ(status->stpiStatus("Mst"), member);
-  EXPECT_EQ(counter.changes, 1);
+  EXPECT_EQ(watcher.changes(), 1);
 }
 
 TEST(Members, AreAbsentUnderAnUnknownKey) {
@@ -85,37 +58,37 @@ TEST(Members, TellTheirOwnSubscribersNothingWhenTheyAreRemoved) {
   auto const input = Lumo::make<Input::Config>();
   auto const port = Lumo::make<Input::PortConfig>();
   input->portConfigIs("a", port);
-  Counter const counter(*port);
+  Watcher const watcher(*port);
   input->portConfigDel("a");
-  EXPECT_EQ(counter.changes, 0);
+  EXPECT_EQ(watcher.changes(), 0);
   port->edgePortAutoIs(true);
-  EXPECT_EQ(counter.changes, 1) << "it lives on for those who hold it";
+  EXPECT_EQ(watcher.changes(), 1) << "it lives on for those who hold it";
 }
 
 TEST(CreatedMembers, AreFreshAndMadeOnce) {
   auto const dir = Lumo::make<OCInterfaceConfigDir>();
-  Counter const counter(*dir);
+  Watcher const watcher(*dir);
   auto const member = dir->interfaceIs(Lanx::IntfId::of("Ethernet1"));
   EXPECT_EQ(member->config(), InterfaceConfig());
   EXPECT_EQ(dir->interfaceIs(Lanx::IntfId::of("Ethernet1")), member);
-  EXPECT_EQ(counter.changes, 1);
+  EXPECT_EQ(watcher.changes(), 1);
   dir->interfaceDel(Lanx::IntfId::of("Ethernet1"));
   EXPECT_NE(dir->interfaceIs(Lanx::IntfId::of("Ethernet1")), member) << "it comes back as new";
 }
 
 TEST(CreatedMembers, AreReturnedThoughASubscriberRemovesThem) {
   auto dir = Lumo::make<OCMstiConfigDir>();
-  Counter counter(*dir);
-  counter.react = [&](void const* key) {
-    counter.react = [](void const*) {};
+  Watcher watcher(*dir);
+  watcher.heardIs([&](Lumo::FieldId, void const* key, void const*) {
+    watcher.heardIs({});
     dir->mstInstanceDel(*static_cast<std::uint16_t const*>(key));
-  };
+  });
   auto const removed = dir->mstInstanceIs(5);
   ASSERT_NE(removed, nullptr);
   EXPECT_EQ(dir->mstInstance(5), nullptr);
   EXPECT_EQ(removed->references(), 1U);
 
-  counter.react = [&](void const*) { dir = nullptr; };
+  watcher.heardIs([&](Lumo::FieldId, void const*, void const*) { dir = nullptr; });
   OCMstiConfigDir& going = *dir;
   auto const orphan = going.mstInstanceIs(6);
   ASSERT_NE(orphan, nullptr);
@@ -127,10 +100,10 @@ TEST(Records, AreAnnouncedAlwaysAndTakeTheirOwnPlace) {
   OCMstiState record(5);
   record.vlanPush(Bridging::VlanId(10));
   dir->stateIs(record);
-  Counter const counter(*dir);
+  Watcher const watcher(*dir);
   dir->stateIs(record);
   dir->stateIs(*dir->state(std::uint16_t{5}));
-  EXPECT_EQ(counter.changes, 2);
+  EXPECT_EQ(watcher.changes(), 2);
   EXPECT_EQ(*dir->state(std::uint16_t{5}), record);
   record.bridgePriority = OCBridgePriority(4096);
   dir->stateIs(record);
@@ -154,35 +127,37 @@ TYPED_TEST(DisabledVlan, AnnounceEveryEntryThatChanges) {
     int changes;
   };
   auto& entity = *this->entity;
-  Counter counter(entity);
+  Watcher watcher(entity);
   for (Case const& given :
        {Case{"false where there was none", false, 1}, Case{"false again", false, 1},
         Case{"true", true, 2}, Case{"true again", true, 2}, Case{"false", false, 3}}) {
     SCOPED_TRACE(given.what);
-    counter.react = [&](void const* key) {
+    watcher.heardIs([&](Lumo::FieldId, void const* key, void const*) {
       EXPECT_EQ(*static_cast<std::uint16_t const*>(key), 10);
       EXPECT_EQ(entity.disabledVlan(10), given.value);
-    };
+    });
     entity.disabledVlanIs(10, given.value);
-    EXPECT_EQ(counter.changes, given.changes);
-    EXPECT_EQ(counter.field, 303);
+    EXPECT_EQ(watcher.changes(), given.changes);
+    EXPECT_EQ(watcher.lastField(), 303);
     EXPECT_EQ(entity.disabledVlan(10), given.value);
   }
-  counter.react = [&](void const*) { EXPECT_EQ(entity.disabledVlan(10), std::nullopt); };
+  watcher.heardIs([&](Lumo::FieldId, void const*, void const*) {
+    EXPECT_EQ(entity.disabledVlan(10), std::nullopt);
+  });
   EXPECT_TRUE(entity.disabledVlanDel(10));
   EXPECT_FALSE(entity.disabledVlanDel(10));
   EXPECT_FALSE(entity.disabledVlanDel(65535));
-  EXPECT_EQ(counter.changes, 4);
+  EXPECT_EQ(watcher.changes(), 4);
 }
 
 TYPED_TEST(DisabledVlan, TakesTheReservedIdsButNoneAbove) {
   auto& entity = *this->entity;
   entity.disabledVlanIs(0, true);
   entity.disabledVlanIs(4095, true);
-  Counter const counter(entity);
+  Watcher const watcher(entity);
   EXPECT_THROW(entity.disabledVlanIs(4096, true), Lumo::RangeException);
   EXPECT_THROW(entity.disabledVlanIs(65535, false), Lumo::RangeException);
-  EXPECT_EQ(counter.changes, 0);
+  EXPECT_EQ(watcher.changes(), 0);
   EXPECT_EQ(entity.disabledVlan(0), true);
   EXPECT_EQ(entity.disabledVlan(4095), true);
   EXPECT_EQ(entity.disabledVlan(4096), std::nullopt);
@@ -228,11 +203,11 @@ TYPED_TEST(VlanTables, RemoveAllInTheOrderOfArrivalEachAnnouncedAsItGoes) {
   TypeParam::remove(*this->entity, 10);
   this->put({10, 20});
   std::vector<Ids> rest;
-  Counter counter(*this->entity);
-  counter.react = [&](void const* key) {
+  Watcher watcher(*this->entity);
+  watcher.heardIs([&](Lumo::FieldId, void const* key, void const*) {
     this->heard.push_back(*static_cast<std::uint16_t const*>(key));
     rest.push_back(TypeParam::ids(*this->entity));
-  };
+  });
   TypeParam::removeAll(*this->entity);
   EXPECT_EQ(this->heard, (Ids{20, 4094, 30, 1, 10}));
   EXPECT_EQ(rest, (std::vector<Ids>{{4094, 30, 1, 10}, {30, 1, 10}, {1, 10}, {10}, {}}));
@@ -240,16 +215,16 @@ TYPED_TEST(VlanTables, RemoveAllInTheOrderOfArrivalEachAnnouncedAsItGoes) {
 
 TYPED_TEST(VlanTables, RemoveOnlyWhatWasThereWhenAllAreRemoved) {
   this->put({1, 2, 3});
-  Counter counter(*this->entity);
+  Watcher watcher(*this->entity);
   bool reacting = true;
-  counter.react = [&](void const* key) {
+  watcher.heardIs([&](Lumo::FieldId, void const* key, void const*) {
     this->heard.push_back(*static_cast<std::uint16_t const*>(key));
     if (reacting) {
       reacting = false;
       this->put({1, 7});
       TypeParam::remove(*this->entity, 2);
     }
-  };
+  });
   TypeParam::removeAll(*this->entity);
   EXPECT_EQ(this->heard, (Ids{1, 1, 7, 2, 3}));
   EXPECT_EQ(TypeParam::ids(*this->entity), (Ids{1, 7}));
@@ -262,9 +237,9 @@ TYPED_TEST(VlanTables, SurviveTheirEntityBeingDroppedByASubscriber) {
     TypeParam::put(*entity, 1);
     TypeParam::put(*entity, 2);
     auto& going = *entity;
-    Counter counter(going);
-    Counter const other(going);
-    counter.react = [&](void const*) { entity = nullptr; };
+    Watcher watcher(going);
+    Watcher const other(going);
+    watcher.heardIs([&](Lumo::FieldId, void const*, void const*) { entity = nullptr; });
     if (change == 0) {
       TypeParam::put(going, 3);
     } else if (change == 1) {
@@ -273,13 +248,13 @@ TYPED_TEST(VlanTables, SurviveTheirEntityBeingDroppedByASubscriber) {
       TypeParam::removeAll(going);
     }
     EXPECT_EQ(entity, nullptr);
-    EXPECT_EQ(other.changes, change == 2 ? 2 : 0);
+    EXPECT_EQ(other.changes(), change == 2 ? 2 : 0);
   }
 }
 
 TEST(VlanConfigDir, TakesVlanIdsOnly) {
   auto const dir = Lumo::make<VlanConfigDir>();
-  Counter const counter(*dir);
+  Watcher const watcher(*dir);
   for (unsigned const id : {0U, 4095U, 4096U, 65535U}) {
     auto const vlan = static_cast<std::uint16_t>(id);
     try {
@@ -291,16 +266,16 @@ TEST(VlanConfigDir, TakesVlanIdsOnly) {
     EXPECT_FALSE(dir->vlanConfig(vlan));
     EXPECT_FALSE(dir->vlanConfigDel(vlan));
   }
-  EXPECT_EQ(counter.changes, 0);
+  EXPECT_EQ(watcher.changes(), 0);
   dir->vlanConfigIs(1);
   dir->vlanConfigIs(4094);
   dir->vlanConfigIs(1);
-  EXPECT_EQ(counter.changes, 2);
-  EXPECT_EQ(counter.field, 258);
+  EXPECT_EQ(watcher.changes(), 2);
+  EXPECT_EQ(watcher.lastField(), 258);
   EXPECT_TRUE(dir->vlanConfig(1));
   EXPECT_TRUE(dir->vlanConfig().contains(4094));
   EXPECT_TRUE(dir->vlanConfigDel(1));
-  EXPECT_EQ(counter.changes, 3);
+  EXPECT_EQ(watcher.changes(), 3);
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "StpTypes/TestSupport.h"
+
 namespace Stp {
 namespace {
 
@@ -24,14 +26,6 @@ static_assert(std::is_nothrow_copy_assignable_v<List>);
 
 std::vector<std::uint16_t> contentOf(List const& list) {
   return {list.begin(), list.end()};
-}
-
-std::uint64_t piecesInUse() {
-  std::uint64_t sum = 0;
-  for (Pebble::SlabCounters const& counters : Pebble::slabCounters()) {
-    sum += counters.inUse;
-  }
-  return sum;
 }
 
 TEST(SharedList, IsEmptyAtFirst) {
@@ -212,7 +206,7 @@ TEST(SharedList, HoldsElementsOfEverySizeThatItTakes) {
 
 // Lists that are copied from each other behave as vectors do, and give all memory back.
 TEST(SharedList, AgreesWithVectorsUnderRandomUse) {
-  std::uint64_t const before = piecesInUse();
+  std::uint64_t const before = TestSupport::slabPiecesInUse();
   for (unsigned seed = 0; seed < 100; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
@@ -269,7 +263,7 @@ TEST(SharedList, AgreesWithVectorsUnderRandomUse) {
       }
     }
   }
-  EXPECT_EQ(piecesInUse(), before);
+  EXPECT_EQ(TestSupport::slabPiecesInUse(), before);
 }
 
 // Other threads hold copies while this one changes its list. The last copy goes here, where the

@@ -146,7 +146,7 @@ TEST(FlashlogDump, SummaryHasTheLargestTotalFirst) {
   trace.message("never");
   trace.record(1, 1000, rare);
   trace.record(2, 300, frequent);
-  trace.record(3, 401, frequent);
+  trace.record(3, 301, frequent);
   trace.record(4, 500, frequent);
 
   Result const result = dump({"--summary", trace.saved(folder.file("trace"))});
@@ -154,8 +154,43 @@ TEST(FlashlogDump, SummaryHasTheLargestTotalFirst) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output,
             "count  total ns  min ns  mean ns  max ns  source             message\n"
-            "    3     1,201     300      400     500  /src/A:7           frequent\n"
+            "    3     1,101     300      367     500  /src/A:7           frequent\n"
             "    1     1,000   1,000    1,000   1,000  /src/Stp/Mode:156  rare\n");
+}
+
+TEST(FlashlogDump, TotalThatIsTooLargeEndsAtTheLimit) {
+  TemporaryFolder const folder;
+  DumpedTrace trace(folder.file("open"), 4);
+  int const id = trace.message("long");
+  for (std::uint64_t start = 1; start <= 3; ++start) {
+    trace.record(start, ~std::uint64_t{0}, id);
+  }
+  Result const result = dump({"--summary", trace.saved(folder.file("trace"))});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(linesOf(result.output).back(),
+              StartsWith("    3  18,446,744,073,709,551,615  9,223,372,036,854,775,807  "
+                         "6,148,914,691,236,517,205  9,223,372,036,854,775,807  "));
+}
+
+TEST(FlashlogDump, SourcesAreAlignedUnlessTheyAreTooLong) {
+  TemporaryFolder const folder;
+  DumpedTrace trace(folder.file("open"), 4);
+  trace.record(1, 5, trace.message("of a short one", "/src/A", 7));
+  trace.record(2, 5, trace.message("of the widest", "/" + std::string(57, 'w'), 1));
+  trace.record(3, 5, trace.message("of a longer one", "/" + std::string(98, 'l'), 1));
+  std::string const path = trace.saved(folder.file("trace"));
+  std::vector<std::string> const texts{
+      "/src/A:7" + std::string(52, ' ') + "  of a short one",
+      "/" + std::string(57, 'w') + ":1  of the widest",
+      "/" + std::string(98, 'l') + ":1  of a longer one",
+  };
+  for (std::vector<std::string> const& arguments :
+       std::vector<std::vector<std::string>>{{path}, {"--summary", path}}) {
+    Result const result = dump(arguments);
+    for (std::string const& text : texts) {
+      EXPECT_THAT(result.output, HasSubstr("  " + text + "\n"));
+    }
+  }
 }
 
 TEST(FlashlogDump, EmptyTracePrintsNothing) {
@@ -188,6 +223,27 @@ TEST(FlashlogDump, LostAndTornRecordsAreNoted) {
                               path + ": the last record is torn: the traced process ended in it\n");
 }
 
+TEST(FlashlogDump, NotesNameTheFileThatTheyAreOf) {
+  TemporaryFolder const folder;
+  DumpedTrace whole(folder.file("open1"), 4);
+  DumpedTrace wrapped(folder.file("open2"), 4);
+  int const id = wrapped.message("text");
+  for (std::uint64_t start = 0; start < 5; ++start) {
+    wrapped.record(start, 1, id);
+  }
+  std::string const path = wrapped.saved(folder.file("wrapped"));
+  std::string const absent = folder.file("absent");
+  Result const result = dump({absent, whole.saved(folder.file("whole")), path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(linesOf(result.output).size(), 4U);
+  EXPECT_EQ(linesOf(result.error),
+            (std::vector<std::string>{
+                "flashlog-dump: " + absent + ": cannot be opened: No such file or directory",
+                "flashlog-dump: " + path +
+                    ": 1 older records were lost: newer ones took their "
+                    "place"}));
+}
+
 TEST(FlashlogDump, TextsCannotCommandATerminal) {
   TemporaryFolder const folder;
   DumpedTrace trace(folder.file("open"), 4);
@@ -214,9 +270,17 @@ TEST(FlashlogDump, UnreadableFileIsNamedAndTheOthersArePrinted) {
 }
 
 TEST(FlashlogDump, NameInBracketsIsTheNameOfOneFile) {
-  Result const result = dump({"[a,b]"});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.error, "flashlog-dump: [a,b]: cannot be opened: No such file or directory\n");
+  struct Case {
+    std::string name;
+    std::string shown;
+  };
+  for (Case const& c : {Case{"[a,b]", "[a,b]"}, Case{"\x01[a,b]", "\\x01[a,b]"},
+                        Case{"\x01\x01", "\\x01\\x01"}, Case{"[", "["}}) {
+    Result const result = dump({c.name});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "flashlog-dump: " + c.shown + ": cannot be opened: No such file or directory\n");
+  }
 }
 
 TEST(FlashlogDump, WrongCommandLineExitsWithTwo) {

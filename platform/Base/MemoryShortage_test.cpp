@@ -99,12 +99,17 @@ unsigned failUntilItFits(Change change, Unchanged unchanged) {
 }
 
 TEST(MemoryShortage, LeavesTheTextsAsTheyWere) {
+  Lumo::String const first = "the first text, which makes the table";
   for (int count = 0; count < 2000; ++count) {
     std::string const text = "scarce name " + std::to_string(count);
     std::vector<Lumo::String> kept;
     kept.reserve(1);
+    std::int64_t const before = allocationsInUse;
     unsigned const failures = failUntilItFits([&] { kept.emplace_back(std::string_view(text)); },
-                                              [&] { ASSERT_TRUE(kept.empty()); });
+                                              [&] {
+                                                ASSERT_TRUE(kept.empty());
+                                                ASSERT_EQ(allocationsInUse, before);
+                                              });
     EXPECT_GE(failures, 2U) << "a text and its place in the table";
     EXPECT_EQ(kept.front().view(), text);
   }

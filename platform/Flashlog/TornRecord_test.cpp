@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,12 +11,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Base/FileDescriptor.h"
+#include "Flashlog/Clock.h"
 #include "Flashlog/Reader.h"
 #include "Flashlog/TestSupport.h"
 #include "Flashlog/TraceFile.h"
@@ -118,33 +116,49 @@ TEST(TornRecord, DeathBetweenTheStoresOfARecordLosesThatRecordOnly) {
   }
 }
 
-// A file as another process changes it. To look at it takes next to no time: a process that is
-// stepped slowly never gets through a reading of its clock, which starts anew when the time
-// changes.
-class FileView {
- public:
-  explicit FileView(std::string const& path)
-      : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)), size_(std::filesystem::file_size(path)) {
-    void* const mapping = mmap(nullptr, size_, PROT_READ, MAP_SHARED, file_.number(), 0);
-    if (mapping == MAP_FAILED) {
-      throw std::runtime_error("cannot map " + path);
+// Runs `work` in a child process, one instruction after the other, and hands `look` the bytes of
+// the file whenever they are others than before. Returns whether a process can be traced here.
+//
+// To see that nothing changed takes next to no time: a process that is stepped slowly never gets
+// through a reading of its clock, which starts anew when the time changes.
+template <class Work, class Look>
+bool stepThrough(std::string const& path, Work work, Look look) {
+  Base::FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_TRUE(file.isOpen());
+  pid_t const pid = fork();
+  EXPECT_GE(pid, 0);
+  if (pid == 0) {
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+      _exit(1);
     }
-    begin_ = static_cast<std::byte const*>(mapping);
+    raise(SIGSTOP);
+    work();
+    _exit(0);
   }
-  ~FileView() { munmap(const_cast<std::byte*>(begin_), size_); }
-  FileView(FileView const&) = delete;
-  FileView& operator=(FileView const&) = delete;
-
-  std::vector<std::byte> bytes() const { return {begin_, begin_ + size_}; }
-  bool differsFrom(std::vector<std::byte> const& bytes) const {
-    return std::memcmp(begin_, bytes.data(), size_) != 0;
+  Child child(pid);
+  int status = 0;
+  EXPECT_EQ(waitpid(pid, &status, 0), pid);
+  if (WIFEXITED(status)) {
+    return false;
   }
-
- private:
-  Base::FileDescriptor file_;
-  std::size_t size_;
-  std::byte const* begin_ = nullptr;
-};
+  std::vector<std::byte> seen;
+  std::vector<std::byte> now;
+  while (!WIFEXITED(status)) {
+    now.resize(8192);
+    now.resize(static_cast<std::size_t>(pread(file.number(), now.data(), now.size(), 0)));
+    if (now != seen) {
+      look(now);
+      seen = now;
+    }
+    if (testing::Test::HasFatalFailure() || ptrace(PTRACE_SINGLESTEP, pid, nullptr, nullptr) != 0 ||
+        waitpid(pid, &status, 0) != pid) {
+      ADD_FAILURE() << "the process could not be stepped to its end";
+      return true;
+    }
+  }
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  return true;
+}
 
 TEST(TornRecord, NoInstructionOfTheWriterLeavesAWrongRecord) {
   TemporaryFolder const folder;
@@ -152,59 +166,94 @@ TEST(TornRecord, NoInstructionOfTheWriterLeavesAWrongRecord) {
   int const fizz = newMessage(file, "fizz");
   int const other = newMessage(file, "other");
   constexpr std::uint64_t records = 10;
-
-  pid_t const pid = fork();
-  ASSERT_GE(pid, 0);
-  if (pid == 0) {
-    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
-      _exit(1);
-    }
-    raise(SIGSTOP);
+  std::uint64_t tornSeen = 0;
+  std::uint64_t begun = 0;
+  Layout::Header before = headerOf(file.path());
+  auto const write = [&] {
     for (std::uint64_t i = 0; i < records; ++i) {
       writeRecord(file, i, fizz, other);
     }
-    _exit(0);
-  }
-  Child child(pid);
-  int status = 0;
-  ASSERT_EQ(waitpid(pid, &status, 0), pid);
-  if (WIFEXITED(status)) {
+  };
+  auto const look = [&](std::vector<std::byte> const& bytes) {
+    Trace const trace = parseTrace("stepped", bytes);
+    ASSERT_LE(trace.torn, 1U);
+    tornSeen += trace.torn;
+    expectRecordsAsWritten(trace);
+    std::uint64_t const seen = trace.lost + trace.records.size() + trace.torn;
+    ASSERT_TRUE(seen == begun || seen == begun + 1) << seen << " after " << begun;
+    begun = seen;
+    // A clock pair that is valid stays what it is until the other one is.
+    Layout::Header const header = headerOf(bytes);
+    ASSERT_LE(header.clockGeneration - before.clockGeneration, 1U);
+    if (header.clockGeneration == before.clockGeneration) {
+      ClockPair const now = latestClockOf(header);
+      ClockPair const then = latestClockOf(before);
+      ASSERT_EQ(std::memcmp(&now, &then, sizeof now), 0);
+    }
+    before = header;
+  };
+  if (!stepThrough(file.path(), write, look)) {
     GTEST_SKIP() << "a process cannot be traced here";
   }
-
-  std::uint64_t tornSeen = 0;
-  std::uint64_t begun = 0;
-  FileView const view(file.path());
-  std::vector<std::byte> bytes = view.bytes();
-  Layout::Header before = headerOf(bytes);
-  while (!WIFEXITED(status)) {
-    if (view.differsFrom(bytes)) {
-      bytes = view.bytes();
-      Trace const trace = parseTrace("stepped", bytes);
-      ASSERT_LE(trace.torn, 1U);
-      tornSeen += trace.torn;
-      expectRecordsAsWritten(trace);
-      std::uint64_t const seen = trace.lost + trace.records.size() + trace.torn;
-      ASSERT_TRUE(seen == begun || seen == begun + 1) << seen << " after " << begun;
-      begun = seen;
-      // A clock pair that is valid stays what it is until the other one is.
-      Layout::Header const header = headerOf(bytes);
-      ASSERT_LE(header.clockGeneration - before.clockGeneration, 1U);
-      if (header.clockGeneration == before.clockGeneration) {
-        ClockPair const now = latestClockOf(header);
-        ClockPair const then = latestClockOf(before);
-        ASSERT_EQ(std::memcmp(&now, &then, sizeof now), 0);
-      }
-      before = header;
-    }
-    ASSERT_EQ(ptrace(PTRACE_SINGLESTEP, pid, nullptr, nullptr), 0);
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-  }
-  EXPECT_EQ(WEXITSTATUS(status), 0);
   EXPECT_EQ(begun, records);
   // Each record is torn from its first store to its last one.
   EXPECT_EQ(tornSeen, records * 3);
   EXPECT_EQ(readTrace(file.path()).lost, records - 4);
+}
+
+TEST(TornRecord, NoInstructionOfTheWriterLeavesAWrongMessage) {
+  TemporaryFolder const folder;
+  TraceFile file(folder.file("trace"), smallTrace(4));
+  std::vector<std::string> const texts{"a text", "", "a third text, which is longer"};
+  std::size_t complete = 0;
+  auto const write = [&] {
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      file.registerMessage(static_cast<int>(7 + i), "/src/A", 42, texts[i]);
+    }
+  };
+  auto const look = [&](std::vector<std::byte> const& bytes) {
+    Trace const trace = parseTrace("stepped", bytes);
+    ASSERT_GE(trace.messages.size(), complete);
+    complete = trace.messages.size();
+    ASSERT_LE(complete, texts.size());
+    for (std::size_t i = 0; i < complete; ++i) {
+      ASSERT_EQ(trace.messages[i].id, static_cast<int>(7 + i));
+      ASSERT_EQ(trace.messages[i].sourcePath, "/src/A");
+      ASSERT_EQ(trace.messages[i].line, 42U);
+      ASSERT_EQ(trace.messages[i].text, texts[i]);
+    }
+  };
+  if (!stepThrough(file.path(), write, look)) {
+    GTEST_SKIP() << "a process cannot be traced here";
+  }
+  EXPECT_EQ(complete, texts.size());
+}
+
+TEST(TornRecord, NoInstructionOfTheWriterLeavesAFileThatOnlyLooksFinished) {
+  TemporaryFolder const folder;
+  std::string const path = folder.file("trace");
+  bytesAre(path, {});
+  static_cast<void>(calibratedClockPair());  // the child need not wait for its first one
+  std::size_t refused = 0;
+  std::size_t read = 0;
+  auto const create = [&] { TraceFile const file(path, smallTrace(4)); };
+  auto const look = [&](std::vector<std::byte> const& bytes) {
+    try {
+      Trace const trace = parseTrace("stepped", bytes);
+      ASSERT_NE(trace.processId, 0U);
+      ASSERT_TRUE(trace.messages.empty() && trace.records.empty());
+      ASSERT_EQ(headerOf(bytes).ringCapacity, 4U);
+      ++read;
+    } catch (ReadError const&) {
+      ASSERT_EQ(read, 0U) << "it was finished already";
+      ++refused;
+    }
+  };
+  if (!stepThrough(path, create, look)) {
+    GTEST_SKIP() << "a process cannot be traced here";
+  }
+  EXPECT_GT(refused, 8U) << "each member of the header is stored before the file is valid";
+  EXPECT_GT(read, 1U) << "the clock is refreshed at the end";
 }
 
 TEST(TornRecord, KilledProcessLeavesAReadableTrace) {

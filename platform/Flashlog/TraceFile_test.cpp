@@ -1,5 +1,6 @@
 #include "Flashlog/TraceFile.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -8,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <system_error>
@@ -253,6 +256,43 @@ TEST(TraceFile, EmptyMessageAreaRefusesEveryMessage) {
   TraceFile file(folder.file("trace"), {.ringCapacity = 1, .messageAreaBytes = 0});
   EXPECT_FALSE(file.registerMessage(1, "", 0, ""));
   EXPECT_TRUE(readTrace(file.path()).messages.empty());
+}
+
+TEST(TraceFile, HoldsManyRecordsAndMessagesByDefault) {
+  TemporaryFolder const folder;
+  TraceFile const file(folder.file("trace"));
+  EXPECT_EQ(headerOf(file.path()).ringCapacity, 32768U);
+  EXPECT_EQ(headerOf(file.path()).messageAreaBytes, 1048576U);
+}
+
+// The descriptors of this process that refer to `path`.
+std::vector<int> descriptorsOf(std::string const& path) {
+  std::vector<int> result;
+  for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code gone;
+    if (std::filesystem::read_symlink(entry.path(), gone) == path) {
+      result.push_back(std::stoi(entry.path().filename()));
+    }
+  }
+  return result;
+}
+
+TEST(TraceFile, LeavesNothingOpenAndIsNotInherited) {
+  TemporaryFolder const folder;
+  std::string const path = folder.file("trace");
+  auto const mapped = [&] {
+    std::ifstream maps("/proc/self/maps");
+    std::string const text{std::istreambuf_iterator<char>(maps), std::istreambuf_iterator<char>()};
+    return text.find(path) != std::string::npos;
+  };
+  {
+    TraceFile const file(path, smallTrace(4));
+    EXPECT_TRUE(mapped());
+    ASSERT_EQ(descriptorsOf(path).size(), 1U);
+    EXPECT_EQ(fcntl(descriptorsOf(path).front(), F_GETFD), FD_CLOEXEC);
+  }
+  EXPECT_FALSE(mapped());
+  EXPECT_TRUE(descriptorsOf(path).empty());
 }
 
 TEST(TraceFile, NewTraceReplacesTheOldOne) {

@@ -173,6 +173,31 @@ TEST_F(Threads, NumberNamesTogether) {
   EXPECT_EQ(different.size(), std::size_t{count});
 }
 
+// They set out for each name together, so that some find it without a number at the same time.
+TEST_F(Threads, GiveANameOneNumberThoughTheyAskAtOnce) {
+  constexpr unsigned count = 300;
+  std::vector<String> names;
+  for (unsigned name = 0; name < count; ++name) {
+    names.emplace_back("asked for at once " + std::to_string(name));
+  }
+  std::vector<std::vector<std::uint32_t>> numbers(threadCount, std::vector<std::uint32_t>(count));
+  std::atomic<unsigned> arrived = 0;
+  run(
+      [&](unsigned thread) {
+        for (unsigned name = 0; name < count; ++name) {
+          ++arrived;
+          while (arrived < (name + 1) * threadCount) {
+            std::this_thread::yield();
+          }
+          numbers[thread][name] = names[name].ordinal();
+        }
+      },
+      [] {});
+  for (unsigned thread = 1; thread < threadCount; ++thread) {
+    EXPECT_EQ(numbers[thread], numbers.front());
+  }
+}
+
 // The table of numbers grows while others look into it.
 TEST_F(Threads, FindNamesByNumberWhileOthersAreNumbered) {
   String const first = "the first of many";

@@ -64,6 +64,8 @@ TEST(FlashlogHandle, DestroyedDefaultHandleIsNoLongerTheDefault) {
 
 TEST(FlashlogHandle, ScopeThatOutlivesItsHandleRestoresNothing) {
   TemporaryFolder const folder;
+  FlashlogHandle outer(folder.file("outer"));
+  DefaultHandleScope const outerScope(outer);
   auto first = std::make_unique<FlashlogHandle>(folder.file("first"));
   {
     DefaultHandleScope const scope(*first);
@@ -71,6 +73,18 @@ TEST(FlashlogHandle, ScopeThatOutlivesItsHandleRestoresNothing) {
     EXPECT_EQ(defaultFlashlogHandle, nullptr);
   }
   EXPECT_EQ(defaultFlashlogHandle, nullptr);
+}
+
+TEST(FlashlogHandle, ScopeLeavesAHandleAloneThatCameMeanwhile) {
+  TemporaryFolder const folder;
+  FlashlogHandle first(folder.file("first"));
+  FlashlogHandle second(folder.file("second"));
+  {
+    DefaultHandleScope const scope(first);
+    defaultFlashlogHandle = &second;
+  }
+  EXPECT_EQ(defaultFlashlogHandle, &second);
+  defaultFlashlogHandle = nullptr;
 }
 
 TEST(FlashlogHandle, OptionsReachTheFile) {

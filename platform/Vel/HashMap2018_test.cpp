@@ -91,6 +91,25 @@ TEST_F(HashMap2018Test, KeepsThePlaceOfAMemberThatIsReplaced) {
   EXPECT_EQ(walk(), "ABC");
 }
 
+TEST_F(HashMap2018Test, VisitsEachMemberInOrderAndNoneThatWent) {
+  auto const visited = [this] {
+    std::string names;
+    map->eachMember([&](Map::Node const& member) {
+      EXPECT_EQ(member.key, Lumo::String(member.value->name));
+      names += member.value->name;
+    });
+    return names;
+  };
+  EXPECT_EQ(visited(), "");
+  add("abcd");
+  remove("ac");
+  EXPECT_EQ(visited(), "bd");
+  add("ca");
+  EXPECT_EQ(visited(), "bdca");
+  remove("bdca");
+  EXPECT_EQ(visited(), "");
+}
+
 TEST_F(HashMap2018Test, GivesBackWhatItRemoves) {
   add("ab");
   Lumo::Ptr<Member> const removed = map->deleteMemberG("a");

@@ -11,11 +11,6 @@ namespace Vel {
 
 namespace {
 
-TraceSink& currentSink() {
-  static auto& sink = *new TraceSink;
-  return sink;
-}
-
 std::string timeText(std::chrono::system_clock::time_point time) {
   auto const sinceEpoch =
       std::chrono::duration_cast<std::chrono::microseconds>(time.time_since_epoch()).count();
@@ -38,10 +33,15 @@ void writeToStandardError(TraceLine const& line) {
   (void)std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
+TraceSink& currentSink() {
+  static auto& sink = *new TraceSink(writeToStandardError);
+  return sink;
+}
+
 }  // namespace
 
 TraceSink traceSinkIs(TraceSink sink) {
-  return std::exchange(currentSink(), std::move(sink));
+  return std::exchange(currentSink(), sink ? std::move(sink) : TraceSink(writeToStandardError));
 }
 
 TraceHelper::TraceHelper(TraceHandle const& handle, unsigned level, std::string_view sourcePath,
@@ -62,11 +62,7 @@ TraceHelper::~TraceHelper() {
                        sourceLine_,
                        function_,
                        text};
-  if (currentSink()) {
-    currentSink()(line);
-  } else {
-    writeToStandardError(line);
-  }
+  currentSink()(line);
 }
 
 }  // namespace Vel

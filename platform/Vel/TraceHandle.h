@@ -47,7 +47,7 @@ class STP_API TraceHandle {
 using TraceSink = std::function<void(TraceLine const&)>;
 
 /// Replaces the sink; an empty one stands for the default, which writes lines to standard error as
-/// "TIME HANDLE LEVEL PATH:LINE TEXT". Returns the sink before.
+/// "TIME HANDLE LEVEL PATH:LINE TEXT". Returns the sink before, which is never empty.
 STP_API TraceSink traceSinkIs(TraceSink sink);
 
 }  // namespace Vel

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Vel/TraceHelper.h"
 
@@ -70,6 +72,43 @@ TEST(TraceHelper, WritesToStandardErrorByDefault) {
   traceSinkIs(before);
   EXPECT_THAT(written, testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"
                                              "\\.[0-9]{6}Z StpSm 8 /src/Stp/Sm:156 two\nlines \n"));
+}
+
+TEST(TraceSink, DefaultOneWritesTheTimeToTheMicrosecond) {
+  TraceSink const standard = traceSinkIs({});
+  using std::chrono::microseconds;
+  for (auto const& [time, expected] : std::vector<std::pair<microseconds, std::string>>{
+           {microseconds(0), "1970-01-01T00:00:00.000000Z"},
+           {microseconds(1'800'000'000'000'042), "2027-01-15T08:00:00.000042Z"},
+           {microseconds(1'799'999'999'999'999), "2027-01-15T07:59:59.999999Z"}}) {
+    TraceLine line;
+    line.time = std::chrono::system_clock::time_point(time);
+    line.handle = "Sm";
+    line.level = 7;
+    line.sourcePath = "/src/A";
+    line.sourceLine = 12;
+    line.text = "text";
+    testing::internal::CaptureStderr();
+    standard(line);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), expected + " Sm 7 /src/A:12 text\n");
+  }
+}
+
+TEST(TraceSink, IsReplacedUntilTheDefaultIsAskedForAgain) {
+  int lines = 0;
+  TraceHandle const handle("Sm", false);
+  auto const trace = [&] { TraceHelper(handle, 8, "/src/A", 1, "f").stream() << "text"; };
+  traceSinkIs([&](TraceLine const&) { ++lines; });
+  trace();
+  TraceSink const ours = traceSinkIs({});
+  testing::internal::CaptureStderr();
+  trace();
+  EXPECT_EQ(lines, 1);
+  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  traceSinkIs(ours);
+  trace();
+  EXPECT_EQ(lines, 2);
+  traceSinkIs({});
 }
 
 TEST(TraceHelperDeathTest, EndsTheProcessWhenTheSinkThrows) {

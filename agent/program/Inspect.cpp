@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "agent/program/Inspection.h"
+#include "agent/program/ObjectTree.h"
 #include "agent/program/OperationFiles.h"
 #include "agent/program/Run.h"
 #include "agent/program/SnapshotFolders.h"

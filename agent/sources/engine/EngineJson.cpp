@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "agent/sources/engine/MemberReader.h"
+
 namespace Agent {
 namespace {
 
@@ -11,6 +13,30 @@ namespace {
 constexpr std::size_t maxDepth = 8;
 
 constexpr std::string_view blanks = " \t\r\n";
+
+/// The members that snapshots are made of; of all others nothing is kept.
+constexpr std::array<std::string_view, 20> readMembers{
+    "admin-edge-port",
+    "admin-point-to-point",
+    "auto-edge-port",
+    "bpdu-guard-port",
+    "bridge",
+    "bridge-id",
+    "configuration-name",
+    "enabled",
+    "fid",
+    "fid2mstid",
+    "force-protocol-version",
+    "mstid",
+    "mstids",
+    "oper-edge-port",
+    "point-to-point",
+    "port",
+    "revision-level",
+    "stp-enabled",
+    "vid",
+    "vid2fid",
+};
 
 std::string_view withoutLeadingBlanks(std::string_view text) {
   return text.substr(std::min(text.find_first_not_of(blanks), text.size()));
@@ -33,6 +59,11 @@ bool endsValue(std::string_view rest, bool const isLast) {
       rest.find_first_not_of("-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", 1);
   return rest.starts_with('"') && end != std::string_view::npos && rest[end] == '"' &&
          withoutLeadingBlanks(rest.substr(end + 1)).starts_with(':');
+}
+
+/// Whether a byte of a string stands for itself in JSON, whatever is beside it.
+bool isPlain(char const c) {
+  return c >= ' ' && c < '\x7F' && c != '"' && c != '\\';
 }
 
 /// Makes JSON of what the engine prints, as EngineSnapshot.h describes. Strings, brackets and the
@@ -97,7 +128,11 @@ class Mender {
       member_ = content;
     }
     try {
-      result_ += Json(content).dump();
+      if (std::ranges::all_of(content, isPlain)) {
+        result_.append("\"").append(content).append("\"");
+      } else {
+        result_ += Json(content).dump();
+      }
     } catch (Json::type_error const&) {
       throw Refusal("member " + inQuotes(member_) + " is not UTF-8: " + inQuotes(content));
     }
@@ -158,7 +193,7 @@ class Mender {
 Json engineJson(std::string_view const text, bool const lacksBracket) {
   auto const mended = Mender(text, lacksBracket).mended();
   try {
-    return Json::parse(mended);
+    return parseMembers(mended, readMembers);
   } catch (Json::parse_error const& error) {
     constexpr std::size_t before = 40;
     auto const begin = std::min(std::max(error.byte, before) - before, mended.size());

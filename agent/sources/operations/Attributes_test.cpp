@@ -140,6 +140,11 @@ TEST_F(Attributes, RefusalNamesValueAndLimit) {
             "value: 1.0 is not an integer from 0 to 255 (written without fraction or exponent)");
   EXPECT_EQ(refusalOf(set(R"(["input","mode"])", "\"mstp\"")),
             "value: \"mstp\" is not an integer from -2147483648 to 2147483647");
+  for (char const* const large :
+       {"2147483648", "9223372036854775807", "9223372036854775808", "18446744073709551615"}) {
+    EXPECT_EQ(refusalOf(set(R"(["status","activeProtocol"])", large)),
+              std::string("value: ") + large + " is not an integer from -2147483648 to 2147483647");
+  }
   EXPECT_EQ(refusalOf(set(R"(["input","portfastBpduguard"])", "1")),
             "value: 1 is not true or false");
 }

@@ -108,7 +108,9 @@ TEST_F(OperationNotation, DeepNestingIsRefused) {
 TEST_F(OperationNotation, BracketsInTextsAreNoNesting) {
   std::string const name = std::string(100, '[') + R"(\"{\\)";
   apply(R"({"op":"create","path":["input","portConfig",")" + name + R"("]})");
-  EXPECT_EQ(sources().input->portConfig().size(), 1U);
+  apply(R"({"op":"create","path":["input","portConfig","\"[[[[[[[[[[[[[[[[["]})");
+  apply(R"({"op":"create","path":["input","portConfig","\\"],"value":{}})");
+  EXPECT_EQ(sources().input->portConfig().size(), 3U);
 }
 
 TEST_F(OperationNotation, ReasonIsShortAndOnOneLine) {

@@ -47,6 +47,8 @@ std::vector<std::pair<char const*, char const*>> const noGlobals{
      "value.disabledVlan[0]: 4095 is not an integer from 1 to 4094"},
     {R"({"bpduGuard":true,"disabledVlan":[5,[0,5]]})",
      "value.disabledVlan[1][0]: 0 is not an integer from 1 to 4094"},
+    {R"({"bpduGuard":true,"disabledVlan":[[5,4095]]})",
+     "value.disabledVlan[0][1]: 4095 is not an integer from 1 to 4094"},
     {R"({"bpduGuard":true,"disabledVlan":[[1,2,3]]})",
      "value.disabledVlan[0]: an array of 3 is not a VLAN id or a pair [first, last]"},
     {R"({"bpduGuard":true,"disabledVlan":["10"]})",

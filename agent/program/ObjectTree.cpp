@@ -1,4 +1,4 @@
-#include "agent/program/Inspection.h"
+#include "agent/program/ObjectTree.h"
 
 #include <algorithm>
 #include <cstdint>

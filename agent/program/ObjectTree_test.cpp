@@ -1,5 +1,5 @@
 // What is shown of the library's objects and wiring.
-#include "agent/program/Inspection.h"
+#include "agent/program/ObjectTree.h"
 
 #include <fstream>
 #include <sstream>
@@ -14,17 +14,17 @@ namespace {
 
 using testing::HasSubstr;
 
-class Inspection : public SessionTest {
+class ObjectTree : public SessionTest {
  protected:
   void start(std::string const& name) { apply(R"({"op":"start","object":")" + name + "\"}"); }
   std::string tree() const { return objectTree(session.database(), session.mirror()); }
 };
 
-TEST_F(Inspection, NoObjectsMakeNoTree) {
+TEST_F(ObjectTree, NoObjectsMakeNoTree) {
   EXPECT_EQ(tree(), "");
 }
 
-TEST_F(Inspection, ObjectsStandWithTheirFieldsAndChildren) {
+TEST_F(ObjectTree, ObjectsStandWithTheirFieldsAndChildren) {
   apply(R"({"op":"create","path":["input","portConfig","Ethernet1"]})");
   apply(R"({"op":"create","path":["status","stpiStatus","Rst"]})");
   apply(R"({"op":"create","path":["status","stpiStatus","Rst","stpiPortStatus","Ethernet1"]})");
@@ -51,7 +51,7 @@ OCInterfaceConfigDirSm: active
 )");
 }
 
-TEST_F(Inspection, SingleChildrenAndValuesAreShown) {
+TEST_F(ObjectTree, SingleChildrenAndValuesAreShown) {
   start("OCMstpMainStateSm");
   EXPECT_THAT(tree(), HasSubstr("  134 ocMstSm owns none\n  135 ocMstiStatusSm owns 0\n"));
   apply(R"({"op":"create","path":["status","stpiStatus","Mst"]})");
@@ -65,7 +65,7 @@ TEST_F(Inspection, SingleChildrenAndValuesAreShown) {
                                 "      131 ocMstpTrigger holds an object of Stp::OCMstpTrigger\n"));
 }
 
-TEST_F(Inspection, FlagsAreThoseOfTheMoment) {
+TEST_F(ObjectTree, FlagsAreThoseOfTheMoment) {
   start("OCGlobalConfigSm");
   auto const object = session.mirror().object(*topLevelClass("OCGlobalConfigSm"));
   object->markAndSweepFlagSet(true);
@@ -75,7 +75,7 @@ TEST_F(Inspection, FlagsAreThoseOfTheMoment) {
   EXPECT_THAT(tree(), HasSubstr("OCGlobalConfigSm: inactive\n"));
 }
 
-TEST_F(Inspection, EntityThatLeftTheDatabaseIsNoneOfIts) {
+TEST_F(ObjectTree, EntityThatLeftTheDatabaseIsNoneOfIts) {
   apply(R"({"op":"create","path":["ocInterfaceConfigDir","interface","Ethernet1"]})");
   apply(R"({"op":"create","path":["input","portConfig","Ethernet1"]})");
   start("OCInterfaceConfigDirSm");
@@ -83,7 +83,7 @@ TEST_F(Inspection, EntityThatLeftTheDatabaseIsNoneOfIts) {
   EXPECT_THAT(tree(), HasSubstr("132 externalIntf writes an entity outside the database\n"));
 }
 
-TEST_F(Inspection, AllocationsAreCountedByClass) {
+TEST_F(ObjectTree, AllocationsAreCountedByClass) {
   EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm       | 0    | "));
   start("OCGlobalConfigSm");
   EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm       | 1    | "));

@@ -103,7 +103,11 @@ function(stp_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} StpOptions GTest::gtest_main GTest::gmock)
   # Tests are compiled far more often than they run: what they test is optimised, they are not. Lines
   # of theirs are named where a sanitizer reports them.
-  target_compile_options(${name} PRIVATE -O0 $<IF:$<BOOL:${STP_SANITIZE}>,-g1,-g0>)
+  set(lines -g0)
+  if(STP_SANITIZE)
+    set(lines -g1)
+  endif()
+  target_compile_options(${name} PRIVATE -O0 ${lines})
   target_precompile_headers(${name} PRIVATE <gtest/gtest.h> <gmock/gmock.h> ${arg_PRECOMPILE})
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST)
 endfunction()

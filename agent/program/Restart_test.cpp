@@ -152,10 +152,11 @@ TEST(ForgetDeparted, WhoIsConfiguredOrRunsIsNotForgotten) {
   through.follow(stopped);
   EXPECT_EQ(through.shown().at("ocInterfaceStateDir").size(), 2U);
 
-  // One port is known by nothing but its status, another by one configuration.
+  // Each port but E7 is known by one source alone.
   through.apply(R"({"op":"create","path":["status","stpiStatus","Mst","stpiPortStatus","E9"]})");
   through.apply(R"({"op":"create","path":["input","portConfig","E8"]})");
-  for (char const* const name : {"E7", "E8", "E9"}) {
+  through.apply(R"({"op":"create","path":["config","portConfig","E6"]})");
+  for (char const* const name : {"E6", "E7", "E8", "E9"}) {
     through.apply(R"({"op":"set","path":["ocInterfaceStateDir","state",")" + std::string(name) +
                   R"("],"value":{}})");
   }

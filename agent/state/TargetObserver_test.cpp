@@ -148,6 +148,17 @@ TEST_F(Observed, WhoLeavesWhileItIsToldIsToldNoMore) {
   EXPECT_FALSE(isWatched());
 }
 
+TEST_F(Observed, WhoLeavesTakesNobodysTurn) {
+  targets.observerAdd(first, From::now);
+  targets.observerAdd(second, From::now);
+  first.once = [this] { targets.observerDel(first); };
+  stateIs("E1");
+  EXPECT_THAT(second.take(), ElementsAre("ocInterfaceStateDir.state E1"));
+  stateIs("E2");
+  EXPECT_THAT(first.take(), ElementsAre("ocInterfaceStateDir.state E1"));
+  EXPECT_THAT(second.take(), ElementsAre("ocInterfaceStateDir.state E2"));
+}
+
 TEST_F(Observed, LastOneLeavesFromWithinTheChangeOfAMember) {
   targets.observerAdd(first, From::now);
   auto const interface = tree.interfaceConfigDir->interfaceIs(id("E1"));

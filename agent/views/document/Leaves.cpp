@@ -18,6 +18,9 @@ struct Named {
   Enumeration value;
   std::string_view name;
 };
+template <class Enumeration>
+Named(Enumeration, char const*) -> Named<Enumeration>;
+
 constexpr std::array protocols{
     Named{Stp::OcStpEnabledProtocol::rstp, "openconfig-spanning-tree-types:RSTP"},
     Named{Stp::OcStpEnabledProtocol::mstp, "openconfig-spanning-tree-types:MSTP"},

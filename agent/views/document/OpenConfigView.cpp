@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <ranges>
 #include <string>
 #include <utility>
 #include <variant>
@@ -107,11 +106,12 @@ class Document {
     OrderedJson document = OrderedJson::object();
     for (Node const& node : nodes_) {
       OrderedJson* at = &document;
-      bool isTop = true;
-      for (auto const step : std::views::split(node.path.substr(1), '/')) {
-        std::string_view const name(&*step.begin(), std::ranges::distance(step));
-        at = &(*at)[std::string(isTop ? "openconfig-spanning-tree:" : "").append(name)];
-        isTop = false;
+      std::string_view rest = node.path;
+      while (!rest.empty()) {
+        rest.remove_prefix(1);
+        std::string_view const name = rest.substr(0, rest.find('/'));
+        at = &(*at)[std::string(at == &document ? "openconfig-spanning-tree:" : "").append(name)];
+        rest.remove_prefix(name.size());
       }
       for (auto const& [key, entry] : node.entries) {
         if (node.listKey.empty()) {

@@ -1,9 +1,11 @@
 #include "agent/host/Fatal.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <string>
+#include <utility>
 
 namespace Agent {
 
@@ -14,6 +16,20 @@ struct Applying {
   std::size_t line = 0;
 };
 constinit Applying applying;
+
+std::function<void()>& lastAct() {
+  static std::function<void()> act;
+  return act;
+}
+
+// Who sends a signal to end is not kept waiting any more.
+void letSignalsEnd() {
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  ::sigaddset(&signals, SIGINT);
+  ::sigaddset(&signals, SIGTERM);
+  (void)::sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+}
 
 std::string describe(std::exception_ptr const& error) {
   try {
@@ -36,6 +52,10 @@ std::string describe(std::exception_ptr const& error) {
   }
   line += describe(std::current_exception()) + "\n";
   (void)std::fwrite(line.data(), 1, line.size(), stderr);
+  letSignalsEnd();
+  if (lastAct()) {
+    lastAct()();
+  }
   std::abort();
 }
 
@@ -47,6 +67,10 @@ void installFatalHandler() {
 
 void applyingIs(std::string_view source, std::size_t line) noexcept {
   applying = {source, line};
+}
+
+void beforeFatalEnd(std::function<void()> act) {
+  lastAct() = std::move(act);
 }
 
 }  // namespace Agent

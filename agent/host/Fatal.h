@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string_view>
 
 namespace Agent {
@@ -13,5 +14,9 @@ void installFatalHandler();
 /// What is being applied from now on, for that line. `source` must outlive it; line 0 stands for
 /// the source as a whole, an empty source for nothing.
 void applyingIs(std::string_view source, std::size_t line) noexcept;
+
+/// What is to be done before the process ends that way, after its line is written; nothing for
+/// null. It must not throw.
+void beforeFatalEnd(std::function<void()> act);
 
 }  // namespace Agent

@@ -1,38 +1,27 @@
-// SIGINT and SIGTERM as a request to end, which the run notices between two operations and while
-// it waits for input.
+// SIGINT and SIGTERM as a request to end.
 #pragma once
 
-#include <poll.h>
-
-#include <chrono>
-#include <optional>
-#include <span>
+#include "agent/host/Loop.h"
 
 namespace Agent {
 
-/// Takes both signals over for the life of the process; SIGPIPE is ignored from then on, so that
-/// output into a closed pipe is an error of the write, and SIGCHLD is no longer ignored, if it was.
+/// Takes both signals over for as long as it lives. SIGPIPE is ignored from then on, so that output
+/// into a closed pipe is an error of the write, and SIGCHLD is no longer ignored, if it was, so
+/// that how children ended can be asked.
 class Interrupt {
  public:
-  Interrupt() = delete;
-
-  static void install();
+  explicit Interrupt(Loop& loop);
 
   /// Whether one of the signals came.
-  static bool requested() noexcept;
+  bool requested() const { return signals_ > 0; }
 
   /// Whether one came after that: whoever sends it waits no longer for what is under way.
-  static bool urged() noexcept;
+  bool urged() const { return signals_ > 1; }
 
-  using Clock = std::chrono::steady_clock;
-
-  /// Waits until one of the descriptors is ready, as poll(2) does, or until `deadline`, if there is
-  /// one; `revents` tell which is. False when one of the signals came, before or meanwhile.
-  static bool wait(std::span<pollfd> awaited, std::optional<Clock::time_point> deadline);
-
-  /// Waits until `descriptor` can be read, or has ended or failed. False when one of the signals
-  /// came, before or meanwhile.
-  static bool waitReadable(int descriptor);
+ private:
+  int signals_ = 0;
+  Loop::Registration interrupted_;
+  Loop::Registration terminated_;
 };
 
 }  // namespace Agent

@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <system_error>
 
-#include "agent/host/Interrupt.h"
-
 namespace Agent {
 
 std::optional<std::string_view> LineReader::next() {
@@ -23,28 +21,28 @@ std::optional<std::string_view> LineReader::next() {
     if (end != std::string_view::npos) {
       return line_;
     }
-    if (!fill()) {
-      if (line_.empty() || Interrupt::requested()) {
-        return std::nullopt;
-      }
+    Filled const filled = fill();
+    if (filled == Filled::ended && !line_.empty()) {
       return line_;
+    }
+    if (filled != Filled::some) {
+      return std::nullopt;
     }
   }
 }
 
-// False at the end of the file, or of the run.
-bool LineReader::fill() {
-  while (Interrupt::waitReadable(descriptor_)) {
+LineReader::Filled LineReader::fill() {
+  while (wait_(descriptor_)) {
     ssize_t const size = ::read(descriptor_, buffer_.data(), buffer_.size());
     if (size >= 0) {
       unread_ = std::string_view(buffer_.data(), static_cast<std::size_t>(size));
-      return size > 0;
+      return size > 0 ? Filled::some : Filled::ended;
     }
     if (errno != EINTR && errno != EAGAIN) {
       throw std::system_error(errno, std::system_category());
     }
   }
-  return false;
+  return Filled::interrupted;
 }
 
 }  // namespace Agent

@@ -1,32 +1,31 @@
 // The service manager that watches over the process, if one does (sd_notify(3)).
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <string>
+
+#include "agent/host/Loop.h"
 
 namespace Agent {
 
 /// Tells the service manager how the process is. Where none has started it, nothing is told.
 class ServiceManager {
  public:
-  ServiceManager();
+  explicit ServiceManager(Loop& loop);
 
-  /// The process works: the service is up from the first call on, and alive. `status` is what the
-  /// manager shows of it.
+  /// The process works: the service is up from the first call on, and alive as long as the loop
+  /// turns. `status` is what the manager shows of it.
   void working(std::string const& status);
-
-  /// The process is alive.
-  static void alive();
 
   /// The process is about to end.
   static void stopping();
 
-  /// Longer than this the process must not be silent; half of what the manager bears.
-  std::optional<std::chrono::microseconds> patience() const { return patience_; }
-
  private:
-  std::optional<std::chrono::microseconds> patience_;
+  void alive();
+
+  Loop& loop_;
+  std::optional<Loop::Clock::duration> period_;  // half of what the manager bears
+  Loop::Registration nextSign_;
 };
 
 }  // namespace Agent

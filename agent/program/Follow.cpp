@@ -1,25 +1,24 @@
 #include "agent/program/Follow.h"
 
-#include <poll.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
+#include <cstddef>
 #include <optional>
 #include <set>
 #include <system_error>
+#include <utility>
+#include <variant>
+#include <vector>
 
 #include "agent/host/Diagnostics.h"
-#include "agent/host/Interrupt.h"
 #include "agent/host/ServiceManager.h"
 #include "agent/program/Run.h"
+#include "agent/sources/engine/AskingTimes.h"
 #include "agent/sources/engine/EngineSource.h"
+#include "agent/sources/engine/LinkEvents.h"
 
 namespace Agent {
 
 namespace {
-
-using Clock = Interrupt::Clock;
 
 // The time in which no snapshot can be taken, and what was told of it.
 class Outage {
@@ -48,76 +47,109 @@ class Follower {
   Follower(Run& run, Following const& following)
       : run_(run),
         following_(following),
-        source_(following.program, following.bridge, limit(service_)) {}
+        service_(run.loop()),
+        source_(run.loop(), following.program, following.bridge),
+        times_(following.interval, run.loop().now()) {
+    constexpr std::chrono::seconds patience{2};
+    run_.readersPatienceIs(patience);
+    run_.output().readerIsWatched();
+    try {
+      events_.emplace(run_.loop(), following_.bridge, [this] { event(); });
+    } catch (std::system_error const& error) {
+      Diagnostics::error(following_.bridge +
+                         ": the kernel tells of no changes, the engine is asked " +
+                         "every interval alone: " + error.what());
+    }
+    schedule();
+  }
 
   void follow() {
-    auto begun = Clock::now();
-    while (run_.goesOn() && step()) {
-      begun = std::max(begun + following_.interval, Clock::now());
-      if (!waitUntil(begun)) {
-        break;
-      }
-    }
+    run_.wait();
     ServiceManager::stopping();
+    if (!hasBegun_) {
+      run_.unseen(following_.bridge + ": the engine gave no answer, nothing is mirrored");
+    }
   }
 
  private:
-  // How long the engine may take to answer.
-  static std::chrono::milliseconds limit(ServiceManager const& service) {
-    constexpr std::chrono::milliseconds limit{5000};
-    auto const patience = service.patience();
-    return patience ? std::min(limit, std::chrono::ceil<std::chrono::milliseconds>(*patience))
-                    : limit;
+  void schedule() {
+    next_ = run_.loop().at(times_.next(), [this] { ask(); });
   }
 
-  // False when a signal to end came.
-  bool step() {
-    try {
-      auto const snapshot = source_.next();
-      if (!snapshot) {
-        return false;
-      }
+  void event() {
+    times_.event(run_.loop().now());
+    if (!source_.isAsking()) {
+      schedule();
+    }
+  }
+
+  void ask() {
+    times_.asks(run_.loop().now());
+    source_.ask([this](EngineSource::Taken const& taken) { take(taken); });
+  }
+
+  void take(EngineSource::Taken const& taken) {
+    if (auto const* const error = std::get_if<EngineError>(&taken.result)) {
+      outage_.continues(error->kind(), error->what());
+      service_.working(error->what());
+    } else if (isRead()) {
       outage_.ends(following_.bridge);
-      run_.apply(*snapshot, following_.bridge);
+      remark(taken.remarks);
+      apply(std::get<EngineSnapshot>(taken.result));
       service_.working("Following " + following_.bridge);
-    } catch (EngineError const& error) {
-      fails(error.kind(), error.what());
-    } catch (std::system_error const& error) {
-      fails("system", following_.program + ": " + error.what());
+    } else {
+      service_.working("Waiting for the reader of standard output");
     }
-    return true;
+    times_.answered(run_.loop().now());
+    schedule();
   }
 
-  void fails(std::string const& kind, std::string const& reason) {
-    outage_.continues(kind, reason);
-    service_.working(reason);
+  // Whether somebody reads what following prints. Who does not gets no more before he has read:
+  // what changed in between is then printed as one change.
+  bool isRead() {
+    constexpr std::size_t enough = std::size_t{16} << 20U;
+    bool const was = std::exchange(isRead_, run_.output().waiting() < enough);
+    if (was && !isRead_) {
+      Diagnostics::error("standard output: nobody reads, no further changes until somebody does");
+    }
+    return isRead_;
   }
 
-  // False when there is nobody left to work for. The service manager hears of the process
-  // meanwhile.
-  bool waitUntil(Clock::time_point end) const {
-    std::array<pollfd, 1> reader{pollfd{STDOUT_FILENO, 0, 0}};  // tells when it goes
-    while (Clock::now() < end) {
-      auto const patience = service_.patience();
-      auto const until = patience ? std::min(end, Clock::now() + *patience) : end;
-      if (!Interrupt::wait(reader, until) || reader.front().revents != 0) {
-        return false;
+  void apply(EngineSnapshot const& snapshot) {
+    if (!hasBegun_) {
+      run_.session().start();
+      hasBegun_ = true;
+    }
+    run_.apply(snapshot, following_.bridge);
+  }
+
+  // Each is told when it comes.
+  void remark(std::vector<std::string> const& remarks) {
+    for (std::string const& text : remarks) {
+      if (std::ranges::find(remarks_, text) == remarks_.end()) {
+        Diagnostics::error(text);
       }
-      ServiceManager::alive();
     }
-    return true;
+    remarks_ = remarks;
   }
 
   Run& run_;
   Following const& following_;
   ServiceManager service_;
   EngineSource source_;
+  AskingTimes times_;
+  std::optional<LinkEvents> events_;
   Outage outage_;
+  std::vector<std::string> remarks_;
+  bool hasBegun_ = false;
+  bool isRead_ = true;
+  Loop::Registration next_;
 };
 
 }  // namespace
 
-int followEngine(Settings const& settings, Following const& following) {
+int followEngine(Settings settings, Following const& following) {
+  settings.manualStart = true;  // by the first snapshot
   return Run(settings).execute([&following](Run& run) { Follower(run, following).follow(); });
 }
 

@@ -12,16 +12,17 @@ namespace Agent {
 struct Following {
   /// A bridge's name (EngineSource::isBridgeName).
   std::string bridge;
-  /// From one snapshot to the next; positive.
-  std::chrono::milliseconds interval{1000};
+  /// From one look at the engine to the next; positive.
+  std::chrono::nanoseconds interval = std::chrono::seconds(1);
   /// The engine's control program.
   std::string program = "mstpctl";
 };
 
-/// Takes a snapshot of the bridge every interval and applies what changed, until a signal to end
-/// comes or nobody reads the results. While no snapshot can be taken the state stays as it is;
-/// why is told once for each kind of reason, of up to eight kinds, and when that is over. Returns
-/// the exit status: 0, or 2 when a file can't be written.
-int followEngine(Settings const& settings, Following const& following);
+/// Takes a snapshot of the bridge every interval, and soon after the kernel tells of a change of
+/// the bridge or its ports, and applies what changed, until a signal to end comes or nobody reads
+/// the results. The mirror starts with the first snapshot. While none can be taken the state stays
+/// as it is; why is told once for each kind of reason, of up to eight kinds, and when that is over.
+/// Returns the exit status: 0, 2 when a file can't be written, or 3 when there was no snapshot.
+int followEngine(Settings settings, Following const& following);
 
 }  // namespace Agent

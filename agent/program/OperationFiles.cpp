@@ -9,6 +9,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "Base/FileDescriptor.h"
 #include "agent/host/Diagnostics.h"
 #include "agent/host/Fatal.h"
 #include "agent/host/LineReader.h"
@@ -18,31 +19,18 @@ namespace Agent {
 
 namespace {
 
-// A file of operations; standard input for "-".
-class Input {
- public:
-  explicit Input(std::string const& file) {
-    if (file != "-") {
-      // A pipe is waited for together with the signals, not here.
-      descriptor_ = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-      if (descriptor_ < 0) {
-        throw std::system_error(errno, std::system_category());
-      }
-    }
+// A file of operations, which stays closed for standard input.
+Base::FileDescriptor open(std::string const& file) {
+  if (file == "-") {
+    return {};
   }
-  Input(Input const&) = delete;
-  Input& operator=(Input const&) = delete;
-  ~Input() {
-    if (descriptor_ != STDIN_FILENO) {
-      (void)::close(descriptor_);
-    }
+  // A pipe that nobody writes to yet is waited for together with all else, not here.
+  Base::FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!opened.isOpen()) {
+    throw std::system_error(errno, std::system_category());
   }
-
-  int descriptor() const { return descriptor_; }
-
- private:
-  int descriptor_ = STDIN_FILENO;
-};
+  return opened;
+}
 
 std::error_code whyUnreadable(std::string const& file) {
   struct stat status {};
@@ -78,8 +66,9 @@ void applyLine(Run& run, std::string_view line, std::string_view source, std::si
 void applyFile(Run& run, std::string const& file) {
   std::string const source = file == "-" ? "stdin" : file;
   try {
-    Input const input(file);
-    LineReader reader(input.descriptor(), longestLine);
+    Base::FileDescriptor const input = open(file);
+    LineReader reader(input.isOpen() ? input.number() : STDIN_FILENO, longestLine,
+                      [&run](int descriptor) { return run.waitReadable(descriptor); });
     std::size_t number = 0;
     while (run.goesOn()) {
       auto const line = reader.next();

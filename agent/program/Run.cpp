@@ -1,5 +1,6 @@
 #include "agent/program/Run.h"
 
+#include <sys/epoll.h>
 #include <unistd.h>
 
 #include <system_error>
@@ -8,13 +9,12 @@
 #include "Stp/Module.h"
 #include "agent/host/Diagnostics.h"
 #include "agent/host/Fatal.h"
-#include "agent/host/Interrupt.h"
 #include "agent/sources/engine/EngineDifference.h"
 
 namespace Agent {
 
-Run::Run(Settings const& settings) : settings_(settings), output_(STDOUT_FILENO) {
-  Interrupt::install();
+Run::Run(Settings const& settings)
+    : settings_(settings), interrupt_(loop_), output_(loop_, STDOUT_FILENO) {
 }
 
 int Run::execute(std::function<void(Run&)> const& work) {
@@ -34,17 +34,66 @@ int Run::execute(std::function<void(Run&)> const& work) {
   }
   session_.emplace(settings_, output_);
   work(*this);
-  session_->show();
-  session_.reset();
-  if (output_.error() && output_.error() != std::errc::broken_pipe) {
-    failed("standard output: " + output_.error().message());
-    return status_;
+  if (status_ != neverSeen) {
+    session_->show();
   }
-  return Interrupt::requested() ? allApplied : status_;
+  session_.reset();
+  awaitReader();
+  if (output_.error() && output_.error() != std::errc::broken_pipe && status_ != unusable) {
+    failed("standard output: " + output_.error().message());
+  }
+  return status_ == someRefused && interrupt_.requested() ? allApplied : status_;
 }
 
-bool Run::goesOn() const {
-  return !Interrupt::requested() && !output_.error() && status_ != unusable;
+bool Run::isWanted() const {
+  return !interrupt_.requested() && !output_.error() && status_ != unusable;
+}
+
+bool Run::goesOn() {
+  loop_.turn(Loop::Clock::duration::zero());
+  while (isWanted() && output_.waiting() > 0) {
+    loop_.turn();
+  }
+  return isWanted();
+}
+
+void Run::wait() {
+  while (isWanted()) {
+    loop_.turn();
+  }
+}
+
+bool Run::waitReadable(int descriptor) {
+  bool isReadable = false;
+  auto const reading = loop_.whenReady(
+      descriptor, EPOLLIN, [&isReadable](std::uint32_t /*events*/) { isReadable = true; });
+  while (isWanted() && !isReadable) {
+    loop_.turn();
+  }
+  return isWanted();
+}
+
+// Who sends a second signal waits no longer.
+void Run::awaitReader() {
+  Loop::Registration limit;
+  std::size_t taken = output_.taken() + 1;
+  bool isLate = false;
+  while (output_.waiting() > 0 && !isLate) {
+    if (interrupt_.urged()) {
+      output_.giveUp(std::errc::interrupted);
+      return;
+    }
+    if (readersPatience_ && taken != output_.taken()) {
+      taken = output_.taken();
+      limit = loop_.after(*readersPatience_, [&isLate] { isLate = true; });
+    }
+    loop_.turn();
+  }
+  if (isLate) {
+    failed("standard output: nobody reads, " + std::to_string(output_.waiting()) +
+           " bytes are lost");
+    output_.giveUp(std::errc::timed_out);
+  }
 }
 
 void Run::apply(EngineSnapshot const& snapshot, std::string const& name) {
@@ -61,6 +110,11 @@ void Run::refused(std::string const& message) {
 void Run::failed(std::string const& message) {
   Diagnostics::error(message);
   status_ = unusable;
+}
+
+void Run::unseen(std::string const& message) {
+  Diagnostics::error(message);
+  status_ = neverSeen;
 }
 
 }  // namespace Agent

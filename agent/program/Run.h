@@ -1,10 +1,13 @@
 // One run of the agent: what is set up around its work, and its exit status.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
 
+#include "agent/host/Interrupt.h"
+#include "agent/host/Loop.h"
 #include "agent/host/Output.h"
 #include "agent/program/Session.h"
 #include "agent/sources/engine/EngineSnapshot.h"
@@ -15,23 +18,36 @@ namespace Agent {
 inline constexpr int allApplied = 0;
 inline constexpr int someRefused = 1;
 inline constexpr int unusable = 2;
+inline constexpr int neverSeen = 3;
 
 class Run {
  public:
   /// `settings` must outlive this. Takes over the signals that end a run.
   explicit Run(Settings const& settings);
 
-  /// Sets traces and session up, lets `work` work as long as the run goes on, and shows the
-  /// targets. Returns the exit status: that of the worst that was reported; 0 when the run was
-  /// interrupted.
+  /// Sets traces and session up, lets `work` work as long as the run goes on, shows the targets,
+  /// and waits until the reader has taken all results. Returns the exit status: that of the worst
+  /// that was reported; for refusals 0 when the run was interrupted.
   int execute(std::function<void(Run&)> const& work);
 
-  /// Whether there is still someone to work for.
-  bool goesOn() const;
+  Loop& loop() { return loop_; }
 
   /// During `execute` only.
   Session& session() { return *session_; }
-  Output& output() { return output_; }
+  DescriptorOutput& output() { return output_; }
+
+  /// Whether there is still someone to work for. Lets the loop handle what has come, and waits
+  /// until the reader has taken what was printed. Not from inside a callback of the loop, and
+  /// neither are the next two.
+  bool goesOn();
+  /// Waits until there is nobody left to work for.
+  void wait();
+  /// Waits until a descriptor can be read, or has ended or failed; false when there is nobody left
+  /// to work for.
+  bool waitReadable(int descriptor);
+
+  /// An interrupted run waits no longer than this for a reader who takes nothing.
+  void readersPatienceIs(std::chrono::seconds patience) { readersPatience_ = patience; }
 
   /// Makes the sources say what a snapshot says. `name` stands for it if the process has to end.
   void apply(EngineSnapshot const& snapshot, std::string const& name);
@@ -40,11 +56,19 @@ class Run {
   void refused(std::string const& message);
   /// Reports what makes the run pointless, and ends it.
   void failed(std::string const& message);
+  /// Reports that what was to be mirrored was never seen: nothing is shown.
+  void unseen(std::string const& message);
 
  private:
+  bool isWanted() const;
+  void awaitReader();
+
   Settings const& settings_;
+  Loop loop_;
+  Interrupt interrupt_;
   DescriptorOutput output_;
   std::optional<Session> session_;
+  std::optional<std::chrono::seconds> readersPatience_;
   int status_ = allApplied;
 };
 

@@ -38,6 +38,9 @@ class Session {
 
   Mirror const& mirror() const { return mirror_; }
 
+  /// Starts the mirror, as far as it has not started.
+  void start() { mirror_.startAll(); }
+
   /// Applies one operation; throws a Refusal, and has changed nothing then.
   void apply(Operation const& operation) { operations_.apply(operation); }
 

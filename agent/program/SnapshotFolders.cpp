@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "agent/host/Diagnostics.h"
 
 namespace Agent {
@@ -10,7 +12,13 @@ namespace {
 
 void applyFolder(Run& run, std::string const& bridge, std::string const& folder) {
   try {
-    run.apply(readSnapshot(folder, bridge), folder);
+    std::vector<SnapshotRemark> remarks;
+    EngineSnapshot const snapshot = readSnapshot(folder, bridge, &remarks);
+    for (SnapshotRemark const& remark : remarks) {
+      Diagnostics::error((std::filesystem::path(folder) / remark.file).string() + ": " +
+                         remark.text);
+    }
+    run.apply(snapshot, folder);
   } catch (SnapshotError const& error) {
     run.refused(error.what());
   }

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -65,9 +65,12 @@ std::optional<int> parseCommand(CLI::App& command, Words const& words) {
   }
 }
 
-void addRunSettings(CLI::App& command, Agent::Settings& settings) {
+void addManualStart(CLI::App& command, Agent::Settings& settings) {
   command.add_flag("--manual-start", settings.manualStart,
                    "Create no top-level object until a start operation");
+}
+
+void addRunSettings(CLI::App& command, Agent::Settings& settings) {
   command.add_flag("--trace", settings.trace,
                    "Write the text trace of the mirror to standard error");
   command
@@ -107,6 +110,7 @@ int run(Words const& words) {
   command
       .add_option("FILE", files, "Files of operations, in order; - is standard input, the default")
       ->type_name("");
+  addManualStart(command, settings);
   addSettings(command, settings);
   auto const status = parseCommand(command, words);
   return status ? *status : Agent::runOperations(settings, files);
@@ -125,21 +129,29 @@ int replay(Words const& words) {
       ->required()
       ->type_name("");
   addForgetDeparted(command, settings);
+  addManualStart(command, settings);
   addSettings(command, settings);
   auto const status = parseCommand(command, words);
   return status ? *status : Agent::replaySnapshots(settings, bridge, folders);
 }
 
-// A positive number of seconds.
+// The number of seconds that a text is, if it is a decimal one above 0 and not too small or large
+// for a clock.
+std::optional<std::chrono::nanoseconds> interval(std::string const& text) {
+  constexpr double perSecond = 1e9;
+  constexpr double longest = 1e9;
+  double seconds = 0;
+  auto const* const end = text.data() + text.size();
+  bool const isDecimal = text.find_first_not_of("0123456789.") == std::string::npos &&
+                         std::from_chars(text.data(), end, seconds).ptr == end;
+  if (!isDecimal || seconds * perSecond < 1 || seconds > longest) {
+    return std::nullopt;
+  }
+  return std::chrono::nanoseconds(std::llround(seconds * perSecond));
+}
+
 std::string wrongInterval(std::string const& text) {
-  constexpr double shortest = 0.01;
-  constexpr double longest = 86400;
-  char* end = nullptr;
-  double const seconds = std::strtod(text.c_str(), &end);
-  bool const isNumber = !text.empty() && *end == '\0';
-  return isNumber && seconds >= shortest && seconds <= longest
-             ? ""
-             : text + " is no number of seconds from 0.01 to 86400";
+  return interval(text) ? "" : text + " is no decimal number of seconds above 0";
 }
 
 std::string wrongBridge(std::string const& text) {
@@ -149,7 +161,7 @@ std::string wrongBridge(std::string const& text) {
 int follow(Words const& words) {
   Agent::Settings settings;
   Agent::Following following;
-  double seconds = 1;
+  std::string seconds = "1";
   CLI::App command("Applies what changes in a running engine, until it is interrupted.",
                    "stp-openconfig-agent follow");
   command.add_option("--bridge", following.bridge, "The bridge to follow")
@@ -168,7 +180,7 @@ int follow(Words const& words) {
   if (auto const status = parseCommand(command, words)) {
     return *status;
   }
-  following.interval = std::chrono::milliseconds(std::lround(seconds * 1000));
+  following.interval = *interval(seconds);
   return Agent::followEngine(settings, following);
 }
 
@@ -190,6 +202,7 @@ int inspect(Words const& words) {
   command.add_flag("--wiring", wiring, "Apply nothing, and print only what runs what")
       ->excludes(input)
       ->excludes(bridgeOption);
+  addManualStart(command, settings);
   addRunSettings(command, settings);
   if (auto const status = parseCommand(command, words)) {
     return *status;

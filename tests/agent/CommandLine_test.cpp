@@ -35,11 +35,13 @@ TEST(CommandLine, HelpListsTheCommandsAndOptions) {
   EXPECT_THAT(runAgent({"--help"}).out,
               AllOf(HasSubstr("run"), HasSubstr("replay"), HasSubstr("follow")));
   for (char const* const option :
-       {"--show", "--watch", "--manual-start", "--trace", "--flashlog", "--help", "--version"}) {
+       {"--show", "--watch", "--trace", "--flashlog", "--help", "--version"}) {
     EXPECT_THAT(runAgent({"run", "--help"}).out, HasSubstr(option));
     EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr(option));
     EXPECT_THAT(runAgent({"follow", "--help"}).out, HasSubstr(option));
   }
+  EXPECT_THAT(runAgent({"run", "--help"}).out, HasSubstr("--manual-start"));
+  EXPECT_THAT(runAgent({"replay", "--help"}).out, HasSubstr("--manual-start"));
   for (char const* const option : {"--bridge", "--interval", "--mstpctl"}) {
     EXPECT_THAT(runAgent({"follow", "--help"}).out, HasSubstr(option));
   }
@@ -84,9 +86,20 @@ TEST(CommandLine, WhatIsWrongIsNamedAndEndsWithTwo) {
            {{"replay", "--bridge"}, "--bridge"},
            {{"follow"}, "--bridge"},
            {{"follow", "--bridge", "br0", "--interval"}, "--interval"},
-           {{"follow", "--bridge", "br0", "--interval", "0"}, "--interval: 0 is no number"},
-           {{"follow", "--bridge", "br0", "--interval", "nan"}, "--interval: nan is no number"},
-           {{"follow", "--bridge", "br0", "--interval", "1s"}, "--interval: 1s is no number"},
+           {{"follow", "--bridge", "br0", "--interval", ""}, "--interval"},
+           {{"follow", "--bridge", "br0", "--interval", "0"}, "0 is no decimal number of seconds"},
+           {{"follow", "--bridge", "br0", "--interval", "0.0000000001"}, "is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "nan"}, "nan is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "inf"}, "inf is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "0x10"}, "0x10 is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "1e3"}, "1e3 is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "-1"}, "-1 is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "+1"}, "+1 is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", " 1"}, " 1 is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "1.2.3"}, "1.2.3 is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "."}, ". is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "1s"}, "1s is no decimal number"},
+           {{"follow", "--bridge", "br0", "--manual-start"}, "--manual-start"},
            {{"follow", "--bridge", "br 0"}, "br 0 is no name of a bridge"},
            {{"follow", "--bridge", "br0", "."}, "."},
            {{"run", "--flashlog", "/nonexistent/trace"}, "/nonexistent/trace"},

@@ -191,6 +191,17 @@ void Process::signalUntilItEnds(int number) const {
   ADD_FAILURE() << "signals do not end it";
 }
 
+Outcome Process::finishUnread() {
+  siginfo_t ended{};
+  for (int left = patience / 10; left > 0 && ended.si_pid != pid_; --left) {
+    ::usleep(10'000);
+    require(::waitid(P_PID, static_cast<id_t>(pid_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0,
+            "waitid");
+  }
+  EXPECT_EQ(ended.si_pid, pid_) << "it does not end";
+  return finish();
+}
+
 Outcome Process::finish() {
   closeInput();
   while (readSome()) {

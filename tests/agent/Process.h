@@ -56,6 +56,9 @@ class Process {
   /// Closes its standard input, reads what it still writes, and waits for its end.
   Outcome finish();
 
+  /// Waits for its end, and reads only then what it wrote and what its pipes still hold.
+  Outcome finishUnread();
+
  private:
   enum Stream : std::size_t { in, out, err };
 

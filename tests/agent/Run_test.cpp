@@ -231,14 +231,49 @@ TEST(Run, BrokenInvariantEndsTheProcessWithItsCulprit) {
 }
 
 TEST(Run, OverlongLineIsRefused) {
-  std::string const longest(std::size_t{16} << 20U, ' ');
+  std::size_t const longest = std::size_t{16} << 20U;
+  auto const padded = [](std::string line, std::size_t size) {
+    line.insert(line.size() - 1, size + 1 - line.size(), ' ');
+    return line;
+  };
   Process agent(watching);
-  agent.write(startConfig + longest.substr(startConfig.size()) + startConfig);
-  agent.write(longest + "x" + longest + "\n" + setMode(3));
+  agent.write(padded(startConfig, longest));
+  agent.write(padded(setMode(2), longest + 1) + padded(setMode(3), longest - 1));
+  agent.write(std::string(longest, ' ') + "x" + std::string(longest, ' ') + "\n" + setMode(101));
   Outcome const outcome = agent.finish();
-  EXPECT_EQ(outcome.err, "stdin:3: longer than 16777216 bytes\n");
-  EXPECT_EQ(outcome.out, started + modeChanged("[1]"));
+  EXPECT_EQ(outcome.err,
+            "stdin:2: longer than 16777216 bytes\nstdin:4: longer than 16777216 bytes\n");
+  EXPECT_EQ(outcome.out, started + modeChanged("[1]") + modeChanged("[2]"));
   EXPECT_EQ(outcome.status, 1);
+}
+
+TEST(Run, NamedPipeThatNobodyWritesToIsNotWaitedForAfterASignal) {
+  Folder const folder;
+  std::string const pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  std::string const first = folder.file("first.jsonl", startConfig);
+  Process agent(with(watching, {first, pipe}));
+  agent.readLine();
+  agent.readLine();
+  agent.signal(SIGTERM);
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST(Run, SlowReaderGetsAll) {
+  std::string lines = startConfig;
+  std::string expected = started;
+  for (int count = 0; count < 20'000; ++count) {  // several times what a pipe holds
+    lines += setMode(count % 2 == 0 ? 3 : 101);
+    expected += modeChanged(count % 2 == 0 ? "[1]" : "[2]");
+  }
+  Folder const folder;
+  Process agent(with(watching, {folder.file("many.jsonl", lines)}));
+  ::usleep(100'000);  // by now it waits, or will
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_TRUE(outcome.out == expected);
 }
 
 TEST(Run, FullDeviceIsAnError) {

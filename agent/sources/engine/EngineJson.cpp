@@ -66,14 +66,24 @@ bool isPlain(char const c) {
   return c >= ' ' && c < '\x7F' && c != '"' && c != '\\';
 }
 
+/// A text as a JSON string.
+std::string asJson(std::string_view const text) {
+  return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+bool isUtf8(std::string_view const text) {
+  return readableText(text) == text;
+}
+
 /// Makes JSON of what the engine prints, as EngineSnapshot.h describes. Strings, brackets and the
 /// words between them are taken care of here; the rest of the grammar is left to the JSON parser.
 class Mender {
  public:
   /// `lacksBracket`: the outer list is expected to be left open.
-  Mender(std::string_view text, bool lacksBracket)
+  Mender(std::string_view text, bool lacksBracket, std::vector<std::string>* remarks)
       : text_(text),
         lacksBracket_(lacksBracket),
+        remarks_(remarks),
         regionEnd_(text.rfind(R"(","revision-level":)")) {}
 
   std::string mended() {
@@ -127,17 +137,22 @@ class Mender {
     if (!isValue_ && open_.ends_with('{')) {
       member_ = content;
     }
-    try {
-      if (std::ranges::all_of(content, isPlain)) {
-        result_.append("\"").append(content).append("\"");
-      } else {
-        result_ += Json(content).dump();
+    if (std::ranges::all_of(content, isPlain)) {
+      result_.append("\"").append(content).append("\"");
+    } else {
+      std::string const quoted = asJson(content);
+      result_ += quoted;
+      if (remarks_ != nullptr && isShown() && !isUtf8(content)) {
+        remarks_->push_back("member " + inQuotes(member_) + " is not UTF-8, shown as " + quoted);
       }
-    } catch (Json::type_error const&) {
-      throw Refusal("member " + inQuotes(member_) + " is not UTF-8: " + inQuotes(content));
     }
     isValue_ = false;
     position_ = end + 1;
+  }
+
+  /// Whether the value of `member_` is among what is mirrored.
+  bool isShown() const {
+    return isValue_ && (member_ == "port" || member_ == "configuration-name");
   }
 
   /// Where the value of `member_` that starts at `begin` ends.
@@ -180,6 +195,7 @@ class Mender {
 
   std::string_view text_;
   bool lacksBracket_;
+  std::vector<std::string>* remarks_;
   std::size_t regionEnd_;
   std::size_t position_ = 0;
   std::string result_;
@@ -190,8 +206,13 @@ class Mender {
 
 }  // namespace
 
-Json engineJson(std::string_view const text, bool const lacksBracket) {
-  auto const mended = Mender(text, lacksBracket).mended();
+std::string readableText(std::string_view const text) {
+  return Json::parse(asJson(text)).get<std::string>();
+}
+
+Json engineJson(std::string_view const text, bool const lacksBracket,
+                std::vector<std::string>* const remarks) {
+  auto const mended = Mender(text, lacksBracket, remarks).mended();
   try {
     return parseMembers(mended, readMembers);
   } catch (Json::parse_error const& error) {

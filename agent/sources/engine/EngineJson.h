@@ -8,15 +8,21 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "agent/text/Json.h"
 #include "agent/text/Refusal.h"
 
 namespace Agent {
 
-/// What the engine's text says. `lacksBracket`: the list in the outer object may be left open.
-/// Throws Refusal for what can't be mended, and for text nested too deeply.
-Json engineJson(std::string_view text, bool lacksBracket);
+/// What the engine's text says. `lacksBracket`: the list in the outer object may be left open. Adds
+/// to `remarks`, if there are to be any, what is read and not shown as it is printed. Throws
+/// Refusal for what can't be mended, and for text nested too deeply.
+Json engineJson(std::string_view text, bool lacksBracket,
+                std::vector<std::string>* remarks = nullptr);
+
+/// A text of the engine as engineJson has it: with U+FFFD for what isn't UTF-8.
+std::string readableText(std::string_view text);
 
 /// The members of an object, which throw Refusal if `object` is no object, has no such member or
 /// the member isn't as described.

@@ -1,8 +1,8 @@
 #include "agent/sources/engine/EngineProcess.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
+#include <sys/epoll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,9 +13,6 @@
 #include <csignal>
 #include <system_error>
 #include <utility>
-
-#include "Base/FileDescriptor.h"
-#include "agent/text/Json.h"
 
 namespace Agent {
 
@@ -88,145 +85,145 @@ std::string firstLine(std::string_view text) {
   return std::string(text.substr(0, text.find_first_of("\r\n")));
 }
 
-class EngineProcess {
- public:
-  EngineProcess(std::string_view commands, Interrupt::Clock::time_point deadline)
-      : commands_(commands), deadline_(deadline) {}
-  EngineProcess(EngineProcess const&) = delete;
-  EngineProcess& operator=(EngineProcess const&) = delete;
-  ~EngineProcess() { end(); }
-
-  std::optional<EngineAnswer> run(std::string const& program) {
-    if (int const error = start(program)) {
-      answer_.problem = "can't be started: " + std::generic_category().message(error);
-      return std::move(answer_);
-    }
-    while (isAnswering()) {
-    }
-    int const status = end();
-    if (Interrupt::requested()) {
-      return std::nullopt;
-    }
-    judge(status);
-    return std::move(answer_);
-  }
-
- private:
-  int start(std::string const& program) {
-    Pipe input;
-    Pipe output;
-    Pipe errors;
-    SpawnPlan plan;
-    plan.streamIs(STDIN_FILENO, input.reading);
-    plan.streamIs(STDOUT_FILENO, output.writing);
-    plan.streamIs(STDERR_FILENO, errors.writing);
-    if (int const error = plan.spawn(pid_, program)) {
-      pid_ = -1;
-      return error;
-    }
-    for (FileDescriptor const* const mine : {&input.writing, &output.reading, &errors.reading}) {
-      require(::fcntl(mine->number(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
-    }
-    ended_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
-    require(ended_.isOpen(), "pidfd_open");
-    input_ = std::move(input.writing);
-    output_ = std::move(output.reading);
-    errors_ = std::move(errors.reading);
-    return 0;
-  }
-
-  // Takes and gives what there is; false when there is nothing more to wait for.
-  bool isAnswering() {
-    std::array<pollfd, 4> awaited{
-        pollfd{input_.number(), POLLOUT, 0}, pollfd{output_.number(), POLLIN, 0},
-        pollfd{errors_.number(), POLLIN, 0}, pollfd{ended_.number(), POLLIN, 0}};
-    if (!Interrupt::wait(awaited, deadline_)) {
-      return false;
-    }
-    bool const hasEnded = awaited[3].revents != 0;
-    if (awaited[0].revents != 0) {
-      writeSome();
-    }
-    read(output_, answer_.output);
-    read(errors_, complaint_);
-    if (answer_.output.size() + complaint_.size() > longestAnswer) {
-      answer_.problem = "printed more than " + std::to_string(longestAnswer) + " bytes";
-    } else if (!hasEnded && Interrupt::Clock::now() >= deadline_) {
-      answer_.problem = "does not answer";
-    }
-    return !hasEnded && answer_.problem.empty();
-  }
-
-  void writeSome() {
-    ssize_t const size = ::write(input_.number(), commands_.data(), commands_.size());
-    if (size >= 0) {
-      commands_.remove_prefix(static_cast<std::size_t>(size));
-    }
-    if (commands_.empty() || (size < 0 && errno != EAGAIN && errno != EINTR)) {
-      input_.close();
-    }
-  }
-
-  // All that there is without waiting.
-  static void read(FileDescriptor& from, std::string& to) {
-    std::array<char, 65536> buffer{};
-    while (from.isOpen() && to.size() <= longestAnswer) {
-      ssize_t const size = ::read(from.number(), buffer.data(), buffer.size());
-      if (size > 0) {
-        to.append(buffer.data(), static_cast<std::size_t>(size));
-      } else if (size < 0 && errno == EAGAIN) {
-        return;
-      } else if (size == 0 || errno != EINTR) {
-        from.close();
-      }
-    }
-  }
-
-  // Ends what is left of the process and all that it started; returns its status.
-  int end() {
-    int status = 0;
-    if (pid_ > 0) {
-      (void)::kill(-pid_, SIGKILL);
-      pid_t ended = 0;
-      do {
-        ended = ::waitpid(pid_, &status, 0);
-      } while (ended < 0 && errno == EINTR);
-      pid_ = -1;
-      if (ended < 0 && answer_.problem.empty()) {
-        answer_.problem = "ended unseen";
-      }
-    }
-    return status;
-  }
-
-  void judge(int status) {
-    std::string& problem = answer_.problem;
-    if (problem.empty() && WIFSIGNALED(status)) {
-      problem = "was ended by signal " + std::to_string(WTERMSIG(status));
-    } else if (problem.empty() && WEXITSTATUS(status) != 0) {
-      problem = "failed with status " + std::to_string(WEXITSTATUS(status));
-    }
-    if (!problem.empty()) {
-      answer_.complaint = firstLine(complaint_);
-    }
-  }
-
-  std::string_view commands_;
-  Interrupt::Clock::time_point deadline_;
-  pid_t pid_ = -1;
-  FileDescriptor ended_;
-  FileDescriptor input_;
-  FileDescriptor output_;
-  FileDescriptor errors_;
-  EngineAnswer answer_;
-  std::string complaint_;
-};
-
 }  // namespace
 
-std::optional<EngineAnswer> askEngine(std::string const& program, std::string_view commands,
-                                      Interrupt::Clock::time_point deadline) {
-  return EngineProcess(commands, deadline).run(program);
+EngineProcess::EngineProcess(Loop& loop, std::string const& program, std::string commands,
+                             Loop::Time deadline, Done done)
+    : loop_(loop), commands_(std::move(commands)), done_(std::move(done)) {
+  try {
+    if (int const error = start(program)) {
+      answer_.problem = "can't be started: " + std::generic_category().message(error);
+      limit_ = loop_.at(loop_.now(), [this] { tell(); });
+      return;
+    }
+    watch(deadline);
+  } catch (...) {
+    end();
+    throw;
+  }
+}
+
+EngineProcess::~EngineProcess() {
+  end();
+}
+
+// Returns an error number.
+int EngineProcess::start(std::string const& program) {
+  Pipe input;
+  Pipe output;
+  Pipe errors;
+  SpawnPlan plan;
+  plan.streamIs(STDIN_FILENO, input.reading);
+  plan.streamIs(STDOUT_FILENO, output.writing);
+  plan.streamIs(STDERR_FILENO, errors.writing);
+  if (int const error = plan.spawn(pid_, program)) {
+    pid_ = -1;
+    return error;
+  }
+  for (FileDescriptor const* const mine : {&input.writing, &output.reading, &errors.reading}) {
+    require(::fcntl(mine->number(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
+  }
+  ended_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+  require(ended_.isOpen(), "pidfd_open");
+  input_ = std::move(input.writing);
+  output_ = std::move(output.reading);
+  errors_ = std::move(errors.reading);
+  return 0;
+}
+
+void EngineProcess::watch(Loop::Time deadline) {
+  writing_ = loop_.whenReady(input_.number(), EPOLLOUT, [this](std::uint32_t) { write(); });
+  reading_ = loop_.whenReady(output_.number(), EPOLLIN,
+                             [this](std::uint32_t) { read(output_, reading_, answer_.output); });
+  complaining_ = loop_.whenReady(errors_.number(), EPOLLIN, [this](std::uint32_t) {
+    read(errors_, complaining_, complaint_);
+  });
+  ending_ = loop_.whenReady(ended_.number(), EPOLLIN, [this](std::uint32_t) { hasEnded(); });
+  limit_ = loop_.at(deadline, [this] { ends("does not answer"); });
+}
+
+void EngineProcess::write() {
+  ssize_t const size =
+      ::write(input_.number(), commands_.data() + written_, commands_.size() - written_);
+  if (size >= 0) {
+    written_ += static_cast<std::size_t>(size);
+  }
+  if (written_ == commands_.size() || (size < 0 && errno != EAGAIN && errno != EINTR)) {
+    writing_.drop();
+    input_.close();
+  }
+}
+
+// All that there is without waiting.
+void EngineProcess::read(FileDescriptor& from, Loop::Registration& reading, std::string& to) {
+  std::array<char, 65536> buffer{};
+  while (from.isOpen() && to.size() <= longestAnswer) {
+    ssize_t const size = ::read(from.number(), buffer.data(), buffer.size());
+    if (size > 0) {
+      to.append(buffer.data(), static_cast<std::size_t>(size));
+    } else if (size < 0 && errno == EAGAIN) {
+      break;
+    } else if (size == 0 || errno != EINTR) {
+      reading.drop();
+      from.close();
+    }
+  }
+  if (answer_.output.size() + complaint_.size() > longestAnswer) {
+    ends("printed more than " + std::to_string(longestAnswer) + " bytes");
+  }
+}
+
+// Nothing more is read; what is told waits until the process has gone.
+void EngineProcess::ends(std::string problem) {
+  if (answer_.problem.empty()) {
+    answer_.problem = std::move(problem);
+  }
+  writing_.drop();
+  reading_.drop();
+  complaining_.drop();
+  output_.close();
+  errors_.close();
+  (void)::kill(-pid_, SIGKILL);
+}
+
+void EngineProcess::hasEnded() {
+  read(output_, reading_, answer_.output);
+  read(errors_, complaining_, complaint_);
+  ending_.drop();
+  judge(end());
+  tell();
+}
+
+// Ends what is left of the process and all that it started; returns its status.
+int EngineProcess::end() noexcept {
+  int status = 0;
+  if (pid_ > 0) {
+    (void)::kill(-pid_, SIGKILL);
+    while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
+    }
+    pid_ = -1;
+  }
+  return status;
+}
+
+void EngineProcess::judge(int status) {
+  std::string& problem = answer_.problem;
+  if (problem.empty() && WIFSIGNALED(status)) {
+    problem = "was ended by signal " + std::to_string(WTERMSIG(status));
+  } else if (problem.empty() && WEXITSTATUS(status) != 0) {
+    problem = "failed with status " + std::to_string(WEXITSTATUS(status));
+  }
+  if (!problem.empty()) {
+    answer_.complaint = firstLine(complaint_);
+  }
+}
+
+// The last thing: whoever is told may end this.
+void EngineProcess::tell() {
+  limit_.drop();
+  writing_.drop();
+  Done const done = std::move(done_);
+  done(std::move(answer_));
 }
 
 }  // namespace Agent

@@ -25,9 +25,13 @@ constexpr std::uint16_t maxId = 4095;
 constexpr std::uint16_t nowhere = 0xFFFF;
 using IdTable = std::array<std::uint16_t, maxId + 1>;
 
+using Remarks = std::vector<SnapshotRemark>;
+
 /// Hands the content of a file to `read`, which throws a Refusal if it doesn't understand it.
 template <typename Read>
-void inFile(SnapshotFiles const& source, std::string const& file, Read const read) {
+void inFile(SnapshotFiles const& source, std::string const& file, Remarks* const remarks,
+            Read const read) {
+  std::vector<std::string> texts;
   auto const text = source(file);
   if (!text) {
     throw SnapshotError({}, file, std::generic_category().message(ENOENT));
@@ -36,9 +40,15 @@ void inFile(SnapshotFiles const& source, std::string const& file, Read const rea
     if (text->size() > maxSnapshotFile) {
       throw Refusal("longer than " + std::to_string(maxSnapshotFile) + " bytes");
     }
-    read(engineJson(*text, file == "showvid2fid.json" || file == "showfid2mstid.json"));
+    read(engineJson(*text, file == "showvid2fid.json" || file == "showfid2mstid.json",
+                    remarks == nullptr ? nullptr : &texts));
   } catch (Refusal const& refusal) {
     throw SnapshotError({}, file, refusal.what());
+  }
+  if (remarks != nullptr) {
+    for (auto& said : texts) {
+      remarks->push_back({file, std::move(said)});
+    }
   }
 }
 
@@ -107,7 +117,8 @@ void readBridge(EngineSnapshot& snapshot, Json const& list, std::string const& b
     constexpr std::array modes{Stp::Mode::stp, Stp::Mode::rstp, Stp::Mode::mstp};
     snapshot.mode =
         modes.at(choiceMember(entry, "force-protocol-version", {"stp", "rstp", "mstp"}));
-    bool const stpEnabled = isYes(entry, "stp-enabled");
+    // Engines before 0.2.0 don't print it.
+    bool const stpEnabled = !entry.contains("stp-enabled") || isYes(entry, "stp-enabled");
     bool const enabled = isYes(entry, "enabled");
     snapshot.activeProtocol = stpEnabled && enabled ? snapshot.mode : EngineSnapshot::notRunning;
     snapshot.instanceName = snapshot.mode == Stp::Mode::mstp ? Stp::mstpInstanceName() : "Rst";
@@ -117,7 +128,8 @@ void readBridge(EngineSnapshot& snapshot, Json const& list, std::string const& b
   }
 }
 
-void readPorts(EngineSnapshot& snapshot, Json const& list, std::string const& bridge) {
+void readPorts(EngineSnapshot& snapshot, Json const& list, std::string const& bridge,
+               Remarks* const remarks) {
   std::unordered_set<Lumo::String> names;
   eachEntry(list, [&](Json const& entry, std::string& name) {
     EngineSnapshot::Port port;
@@ -128,7 +140,14 @@ void readPorts(EngineSnapshot& snapshot, Json const& list, std::string const& br
     name = "port " + inQuotes(text);
     port.name = text;
     if (!names.insert(port.name).second) {
-      throw Refusal("listed twice");
+      constexpr std::string_view replacement = "\xEF\xBF\xBD";
+      if (text.find(replacement) == std::string::npos) {
+        throw Refusal("listed twice");
+      }
+      if (remarks != nullptr) {
+        remarks->push_back({"showportdetail.json", name + " is left out: another is shown so"});
+      }
+      return;
     }
     memberIs(entry, "bridge", bridge);
     using LinkType = Stp::Input::PortConfig::LinkType;
@@ -218,11 +237,13 @@ void readVlans(EngineSnapshot& snapshot, Json const& object, IdTable const& inst
 }
 
 void bridgeFrom(SnapshotFiles const& source, EngineSnapshot& snapshot, std::string const& bridge) {
-  inFile(source, "showbridge.json", [&](Json const& json) { readBridge(snapshot, json, bridge); });
+  inFile(source, "showbridge.json", nullptr,
+         [&](Json const& json) { readBridge(snapshot, json, bridge); });
 }
 
 void mstisFrom(SnapshotFiles const& source, EngineSnapshot& snapshot, std::string const& bridge) {
-  inFile(source, "showmstilist.json", [&](Json const& json) { readMstis(snapshot, json, bridge); });
+  inFile(source, "showmstilist.json", nullptr,
+         [&](Json const& json) { readMstis(snapshot, json, bridge); });
 }
 
 /// The content of a file, or its first `maxSnapshotFile` + 1 bytes.
@@ -246,19 +267,21 @@ std::string contentOf(std::filesystem::path const& dir, std::string const& file)
 
 }  // namespace
 
-EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& bridge) {
+EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& name,
+                             Remarks* const remarks) {
+  auto const bridge = readableText(name);
   EngineSnapshot snapshot;
   bridgeFrom(source, snapshot, bridge);
-  inFile(source, "showportdetail.json",
-         [&](Json const& json) { readPorts(snapshot, json, bridge); });
+  inFile(source, "showportdetail.json", remarks,
+         [&](Json const& json) { readPorts(snapshot, json, bridge, remarks); });
   if (snapshot.mode == Stp::Mode::mstp) {
     mstisFrom(source, snapshot, bridge);
     for (auto& msti : snapshot.mstis) {
-      inFile(source, "showtree-" + std::to_string(msti.id) + ".json",
+      inFile(source, "showtree-" + std::to_string(msti.id) + ".json", nullptr,
              [&](Json const& json) { readTree(msti, json, bridge); });
     }
   }
-  inFile(source, "showmstconfid.json", [&](Json const& json) {
+  inFile(source, "showmstconfid.json", remarks, [&](Json const& json) {
     memberIs(json, "bridge", bridge);
     snapshot.mstConfig.regionName = stringMember(json, "configuration-name");
     snapshot.mstConfig.revision =
@@ -266,14 +289,15 @@ EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& bri
                  R"(member "revision-level" is)");
   });
   IdTable instances{};
-  inFile(source, "showfid2mstid.json",
+  inFile(source, "showfid2mstid.json", nullptr,
          [&](Json const& json) { instances = instancesOfFids(snapshot, json, bridge); });
-  inFile(source, "showvid2fid.json",
+  inFile(source, "showvid2fid.json", nullptr,
          [&](Json const& json) { readVlans(snapshot, json, instances, bridge); });
   return snapshot;
 }
 
-std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::string const& bridge) {
+std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::string const& name) {
+  auto const bridge = readableText(name);
   EngineSnapshot snapshot;
   bridgeFrom(source, snapshot, bridge);
   if (snapshot.mode == Stp::Mode::mstp) {
@@ -286,9 +310,11 @@ std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::str
   return ids;
 }
 
-EngineSnapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge) {
+EngineSnapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge,
+                            Remarks* const remarks) {
   try {
-    return parseSnapshot([&dir](std::string const& file) { return contentOf(dir, file); }, bridge);
+    return parseSnapshot([&dir](std::string const& file) { return contentOf(dir, file); }, bridge,
+                         remarks);
   } catch (SnapshotError const& error) {
     throw SnapshotError(dir, error.file(), error.reason());
   }

@@ -8,6 +8,7 @@
 ///   name belongs to the name unless the next member follows it; a name holds no colon and a member
 ///   does, so that is exact. A region name may hold anything; it ends at the last
 ///   `","revision-level":`, after which the engine prints nothing but digits.
+/// - A string that isn't UTF-8 gets U+FFFD for its wrong bytes.
 /// - Where the engine fails in the middle of a list, its message stands between the entries. That
 ///   can't be mended: which entry is missing is unknown.
 ///
@@ -118,6 +119,15 @@ class SnapshotError : public std::runtime_error {
   std::string reason_;
 };
 
+/// What is shown otherwise than the engine prints it.
+struct SnapshotRemark {
+  std::string file;
+  /// The member, and how it is shown.
+  std::string text;
+
+  bool operator==(SnapshotRemark const&) const = default;
+};
+
 /// Gives the content of a file of the snapshot (`showbridge.json`, `showtree-5.json`, ...), or
 /// nothing when there is no such file. May throw, a SnapshotError for instance: parseSnapshot lets
 /// it pass.
@@ -131,8 +141,9 @@ inline constexpr std::size_t maxSnapshotFile = std::size_t{8} << 20U;
 /// `showmstilist.json` and `showtree-ID.json` for each of its ids, then `showmstconfid.json`,
 /// `showfid2mstid.json`, `showvid2fid.json`. Throws SnapshotError for the first file that is
 /// missing, longer than `maxSnapshotFile`, about another bridge or not understood; its `what()` has
-/// no folder.
-EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& bridge);
+/// no folder. Adds to `remarks`, if there are to be any.
+EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& bridge,
+                             std::vector<SnapshotRemark>* remarks = nullptr);
 
 /// The instances whose trees the snapshot consists of, in the engine's order: while the mode is
 /// MSTP those of `showmstilist.json`, else none. Asks for no other file than that and
@@ -141,6 +152,7 @@ std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::str
 
 /// A snapshot from the files in `dir`. `what()` of a SnapshotError starts with `dir` as given here.
 /// A file that can't be read is refused with the system's text for the error.
-EngineSnapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge);
+EngineSnapshot readSnapshot(std::filesystem::path const& dir, std::string const& bridge,
+                            std::vector<SnapshotRemark>* remarks = nullptr);
 
 }  // namespace Agent

@@ -1,0 +1,36 @@
+#include "agent/sources/engine/AskingTimes.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+void AskingTimes::asks(Time now) {
+  isAsking_ = true;
+  begun_ = now;
+  due_ = now + interval_;
+  followUp_.reset();
+}
+
+void AskingTimes::answered(Time now) {
+  isAsking_ = false;
+  ended_ = now;
+  took_ = now - begun_;
+  due_ = std::max(due_, now);
+  if (step_ < pauses.size()) {
+    followUp_ = now + std::max<Duration>(pauses.at(step_++), took_);
+  }
+}
+
+void AskingTimes::event(Time now) {
+  step_ = 0;
+  if (!isAsking_) {
+    Time const soon = std::max<Time>(now + gathering, ended_ + took_);
+    followUp_ = std::min(followUp_.value_or(soon), soon);
+  }
+}
+
+AskingTimes::Time AskingTimes::next() const {
+  return std::min(followUp_.value_or(due_), due_);
+}
+
+}  // namespace Agent

@@ -1,17 +1,25 @@
 #include "Flashlog/Reader.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <random>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "Base/FileDescriptor.h"
 #include "Flashlog/TestSupport.h"
 
 namespace Flashlog {
@@ -102,6 +110,35 @@ TEST(Reader, FilesThatCannotBeReadAreNamed) {
                                          {"/dev/zero", "is not a trace file"}}) {
     EXPECT_THAT(refusalOfFile(c.path), StartsWith(c.reason));
   }
+}
+
+// A file may come in pieces, through a pipe, while signals arrive.
+TEST(Reader, ReadsOnWhenAnotherThreadInterruptsIt) {
+  TemporaryFolder const folder;
+  std::string const path = folder.file("pipe");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  struct sigaction ignoring {};
+  ignoring.sa_handler = [](int) {};
+  struct sigaction before {};
+  ASSERT_EQ(sigaction(SIGUSR1, &ignoring, &before), 0);
+  pthread_t const reader = pthread_self();
+  std::thread writer([&] {
+    Base::FileDescriptor const pipe(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    Bytes const bytes = sample();
+    std::span<std::byte const> rest = bytes;
+    while (!rest.empty()) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      pthread_kill(reader, SIGUSR1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      std::span<std::byte const> const piece = rest.first(std::min<std::size_t>(rest.size(), 1000));
+      EXPECT_EQ(write(pipe.number(), piece.data(), piece.size()),
+                static_cast<ssize_t>(piece.size()));
+      rest = rest.subspan(piece.size());
+    }
+  });
+  EXPECT_EQ(readTrace(path).records.size(), capacity);
+  writer.join();
+  sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST(Reader, TruncatedFileTellsWhatItLacks) {

@@ -28,7 +28,7 @@ class Passing : public EngineError {
 struct KnownReason {
   std::string_view said;
   char const* kind;
-  bool passes;  // with a port or an instance that comes or goes
+  bool passes;  // with what comes or goes, and is not yet known everywhere
   char const* advice;
 };
 constexpr std::array knownReasons{
@@ -41,7 +41,7 @@ constexpr std::array knownReasons{
     KnownReason{"Error sending message to server", "no engine", false, "mstpd has ended meanwhile"},
     KnownReason{"Can't find index for bridge", "no bridge", false,
                 "there is no bridge of that name; ip link add NAME type bridge makes one"},
-    KnownReason{"Couldn't find bridge with index", "no MSTP bridge", false,
+    KnownReason{"Couldn't find bridge with index", "no MSTP bridge", true,
                 "mstpd does not know it as a bridge; mstpctl addbridge NAME tells it"},
     KnownReason{"Operation not permitted", "no right", false, "ask as root"},
     KnownReason{"Error getting list of all ports", "ports", true, ""},

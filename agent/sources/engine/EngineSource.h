@@ -10,6 +10,7 @@
 // colon.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>

@@ -68,7 +68,7 @@ void OCGlobalVlanSyncher::syncDisabledVlan() {
   input->disabledVlanDelAll();
   for (VlanIdOrRange const& entry : config.disabledVlan) {
     expandVlans(
-        entry, [&](std::uint16_t vlan) { input->disabledVlanIs(vlan, true); }, Impl::sourcePath,
+        entry, [&](std::uint16_t vlan) { input->disabledVlanIs(vlan, true); }, Module::sourcePath,
         285, "void Stp::OCGlobalVlanSyncher::syncDisabledVlan()");
   }
   compressDisabledVlans(config, input->disabledVlan().trueEntries());

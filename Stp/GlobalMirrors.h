@@ -2,10 +2,10 @@
 // global configuration and state, and the disabled VLANs back into the input configuration.
 #pragma once
 
-#include <cstdint>
 #include <tuple>
 
 #include "Base/Api.h"
+#include "Stp/Module.h"
 #include "Stp/frame/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
@@ -15,15 +15,13 @@
 namespace Stp {
 
 struct STP_API OCGlobalConfigSmAttributes {
-  static constexpr std::uint16_t classIndex = 0;
-
   Source<"stpInputConfig", Input::Config const> stpInputConfig;
   Target<"ocGlobalConfig", OCGlobalConfig> ocGlobalConfig;
 };
 
 /// Keeps /stp/global/config equal to the input configuration.
 class STP_API OCGlobalConfigSm final
-    : public Reactor<OCGlobalConfigSm, OCGlobalConfigSmAttributes> {
+    : public Reactor<OCGlobalConfigSm, OCGlobalConfigSmAttributes, Module> {
  public:
   /// Writes the protocol and the disabled VLANs. The BPDU guard is written only when the source's
   /// flag changes later: until then the target keeps what it has.
@@ -52,8 +50,6 @@ STP_API Lumo::Ptr<OCGlobalConfigSm> oCGlobalConfigSmFactory(
     Lumo::Ptr<OCGlobalConfig> const& ocGlobalConfig);
 
 struct STP_API OCGlobalVlanSyncherAttributes {
-  static constexpr std::uint16_t classIndex = 1;
-
   Target<"ocGlobalConfig", OCGlobalConfig> ocGlobalConfig;
   Target<"stpInputConfig", Input::Config> stpInputConfig;
 };
@@ -61,13 +57,13 @@ struct STP_API OCGlobalVlanSyncherAttributes {
 /// Carries the disabled VLANs of /stp/global/config back into the input configuration, when asked
 /// to. It watches nothing and is never active.
 class STP_API OCGlobalVlanSyncher final
-    : public Reactor<OCGlobalVlanSyncher, OCGlobalVlanSyncherAttributes> {
+    : public Reactor<OCGlobalVlanSyncher, OCGlobalVlanSyncherAttributes, Module> {
  public:
   /// Touches nothing; both entities may still be absent.
   OCGlobalVlanSyncher(Lumo::Ptr<OCGlobalConfig> const& ocGlobalConfig,
                       Lumo::Ptr<Input::Config> const& stpInputConfig);
 
-  static constexpr auto OCGlobalVlanSyncherIs = &construct;
+  static constexpr auto OCGlobalVlanSyncherIs = &create;
 
   /// Makes the input configuration's table of disabled VLANs hold exactly the VLANs that the
   /// OpenConfig list names, and the list canonical. Both entities must be present.
@@ -84,8 +80,6 @@ STP_API Lumo::Ptr<OCGlobalVlanSyncher> oCGlobalVlanSyncherFactory(
     Lumo::Ptr<Input::Config> const& stpInputConfig);
 
 struct STP_API OCGlobalStateSmAttributes {
-  static constexpr std::uint16_t classIndex = 2;
-
   Source<"stpConfig", Config const> stpConfig;
   Source<"stpStatus", Status const> stpStatus;
   Source<"stpVlanConfigDir", VlanConfigDir const> stpVlanConfigDir;
@@ -93,7 +87,8 @@ struct STP_API OCGlobalStateSmAttributes {
 };
 
 /// Keeps /stp/global/state equal to what runs.
-class STP_API OCGlobalStateSm final : public Reactor<OCGlobalStateSm, OCGlobalStateSmAttributes> {
+class STP_API OCGlobalStateSm final
+    : public Reactor<OCGlobalStateSm, OCGlobalStateSmAttributes, Module> {
  public:
   /// Writes the disabled VLANs and the protocol; the BPDU guard only when the flag changes later.
   OCGlobalStateSm(Lumo::Ptr<Config const> const& stpConfig,

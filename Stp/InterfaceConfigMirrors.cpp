@@ -45,16 +45,12 @@ OcLinkType linkTypeOf(Input::PortConfig::LinkType linkType, OcLinkType present) 
 
 // The interface under `id`, a new one where there is none, whose record says so.
 Lumo::Ptr<OCInterface> namedInterface(OCInterfaceConfigDir& directory, Lanx::IntfId id) {
-  auto const name = [id](InterfaceConfig& config) { config.name = id; };
-  if (Lumo::Ptr<OCInterface> present = directory.interface(id)) {
-    rewrite(*present, name);
-    return present;
-  }
-  return recordedMemberAdd(directory, &OCInterfaceConfigDir::interfaceIs,
-                           &OCInterfaceConfigDir::interfaceDel, id, name);
+  Lumo::Ptr<OCInterface> interface = directory.interfaceIs(id);
+  rewrite(*interface, [id](InterfaceConfig& config) { config.name = id; });
+  return interface;
 }
 
-// A set of interfaces, as one bit each: ids are dense. The invalid id wraps to bit 0.
+// A set of interfaces, as one bit each, since ids are dense. The invalid id wraps round to bit 0.
 class InterfaceMarks {
  public:
   void insert(Lanx::IntfId id) {
@@ -84,6 +80,15 @@ InterfaceMarks listedInterfaces(Status const& status) {
         [&marks](auto const& port) { marks.insert(Lanx::IntfId::of(port.key)); });
   }
   return marks;
+}
+
+bool anyInstanceLists(Status const& status, Lumo::String const& portName) {
+  for (auto const& instance : status.stpiStatus()) {
+    if (instance.value->stpiPortStatus(portName)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace
@@ -194,7 +199,7 @@ void OCInterfaceConfigDirSm::handleInterface(Lumo::String const& portName) {
         trace<"handleInterface", 440>("Interface input config %s is updated", portName);
     Lumo::Ptr<OCInterface> const interface = namedInterface(*externalIntfConfigDir.pointer(), id);
     portConfigSmIs(portName, stpInputConfig->portConfig(portName), interface);
-  } else if (anyInstanceLists(portName)) {
+  } else if (anyInstanceLists(*stpStatus.pointer(), portName)) {
     auto const tracedAdd = trace<"handleInterface", 456>("Interface %s is added", portName);
     // An interface that loses its input configuration starts again from a fresh record, so that no
     // configured setting survives.
@@ -204,15 +209,6 @@ void OCInterfaceConfigDirSm::handleInterface(Lumo::String const& portName) {
     auto const tracedDelete = trace<"handleInterface", 467>("Interface %s is deleted", portName);
     externalIntfConfigDir->interfaceDel(id);
   }
-}
-
-bool OCInterfaceConfigDirSm::anyInstanceLists(Lumo::String const& portName) const {
-  for (auto const& instance : stpStatus->stpiStatus()) {
-    if (instance.value->stpiPortStatus(portName)) {
-      return true;
-    }
-  }
-  return false;
 }
 
 void OCInterfaceConfigDirSm::handleStpiStatusConfig(Lumo::String const& stpiName) {

@@ -1,16 +1,17 @@
 // The interface configuration mirrors: which interfaces /stp/interfaces has a configuration for,
 // and what each one's configuration says.
 //
-//   OCInterfaceConfigDirSm    the directory: one interface a configured port, and one an external
+//   OCInterfaceConfigDirSm    the directory: one interface per configured port, and one per
+//   external
 //    |                        port, which only the status of an instance lists
 //    +- OCPortConfigSm        by port: its settings
 //    +- OCStpiStatusConfigSm  by instance: the external ports that come and go there
 #pragma once
 
-#include <cstdint>
 #include <tuple>
 
 #include "Base/Api.h"
+#include "Stp/Module.h"
 #include "Stp/frame/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
@@ -19,8 +20,6 @@
 namespace Stp {
 
 struct STP_API OCPortConfigSmAttributes {
-  static constexpr std::uint16_t classIndex = 3;
-
   Key name;
   Source<"portConfig", Input::PortConfig const> portConfig;
   Target<"externalIntf", OCInterface> externalIntf;
@@ -28,7 +27,8 @@ struct STP_API OCPortConfigSmAttributes {
 
 /// Keeps the edge port, BPDU guard and link type of one interface equal to the port's input
 /// configuration. Every update refreshes the record's name.
-class STP_API OCPortConfigSm final : public Reactor<OCPortConfigSm, OCPortConfigSmAttributes> {
+class STP_API OCPortConfigSm final
+    : public Reactor<OCPortConfigSm, OCPortConfigSmAttributes, Module> {
  public:
   /// Writes the edge port alone: link type and BPDU guard follow only when they change later.
   OCPortConfigSm(Lumo::String const& name, Lumo::Ptr<Input::PortConfig const> const& portConfig,
@@ -55,7 +55,7 @@ class STP_API OCPortConfigSm final : public Reactor<OCPortConfigSm, OCPortConfig
 
  private:
   template <class Edit>
-  void amend(Edit edit);
+  [[gnu::visibility("hidden")]] void amend(Edit edit);
 };
 
 /// A new, active mirror of one port's settings.
@@ -64,8 +64,6 @@ STP_API Lumo::Ptr<OCPortConfigSm> oCPortConfigSmFactory(
     Lumo::Ptr<OCInterface> const& externalIntf);
 
 struct STP_API OCStpiStatusConfigSmAttributes {
-  static constexpr std::uint16_t classIndex = 4;
-
   Key name;
   Held<"stpInputConfig", Input::Config const> stpInputConfig;
   Source<"stpiStatus", StpiStatus const> stpiStatus;
@@ -75,9 +73,10 @@ struct STP_API OCStpiStatusConfigSmAttributes {
 /// Gives every port that an instance lists an interface, and takes it from those that neither the
 /// instance lists nor the operator configured.
 class STP_API OCStpiStatusConfigSm final
-    : public Reactor<OCStpiStatusConfigSm, OCStpiStatusConfigSmAttributes> {
+    : public Reactor<OCStpiStatusConfigSm, OCStpiStatusConfigSmAttributes, Module> {
  public:
-  /// All three entities must be present.
+  /// Status and directory must be present. So must the input configuration as soon as a decision
+  /// depends on it: see handleStpiPortStatusConfig.
   OCStpiStatusConfigSm(Lumo::String const& name,
                        Lumo::Ptr<Input::Config const> const& stpInputConfig,
                        Lumo::Ptr<StpiStatus const> const& stpiStatus,
@@ -89,8 +88,8 @@ class STP_API OCStpiStatusConfigSm final
   /// Decides on every port that the instance lists.
   void handleInitialized();
 
-  /// Adds an interface that is listed and not there yet; otherwise takes one away that nobody
-  /// configured, also where it is listed.
+  /// Adds an interface that is listed and not there yet. Otherwise asks the input configuration,
+  /// and takes the interface away if nobody configured the port, even if it is listed.
   void handleStpiPortStatusConfig(Lumo::String const& portName);
 
   static constexpr auto operations = std::tuple{
@@ -101,8 +100,6 @@ class STP_API OCStpiStatusConfigSm final
 };
 
 struct STP_API OCInterfaceConfigDirSmAttributes {
-  static constexpr std::uint16_t classIndex = 5;
-
   Source<"stpInputConfig", Input::Config const> stpInputConfig;
   Source<"stpStatus", Status> stpStatus;  // only watched and read
   Target<"externalIntfConfigDir", OCInterfaceConfigDir> externalIntfConfigDir;
@@ -112,7 +109,7 @@ struct STP_API OCInterfaceConfigDirSmAttributes {
 
 /// Keeps the directory of interface configurations.
 class STP_API OCInterfaceConfigDirSm final
-    : public Reactor<OCInterfaceConfigDirSm, OCInterfaceConfigDirSmAttributes> {
+    : public Reactor<OCInterfaceConfigDirSm, OCInterfaceConfigDirSmAttributes, Module> {
  public:
   /// Removes what an earlier run left and nothing backs, then brings in every configured port and
   /// every instance. Input configuration and status must be present.
@@ -131,7 +128,8 @@ class STP_API OCInterfaceConfigDirSm final
   void handleInitialized();
 
   /// Brings one port's interface up to date after its input configuration came, changed its entity
-  /// or went.
+  /// or went. A reader of the directory that is told of the interface here must not remove the
+  /// port's input configuration from inside: the port's mirror, which comes next, needs it.
   void handleInterface(Lumo::String const& portName);
 
   /// Adds the mirror of an instance, or drops it and cleans up after it. Another entity under the
@@ -172,9 +170,6 @@ class STP_API OCInterfaceConfigDirSm final
       Op{"handleStpiStatusConfig", &Self::handleStpiStatusConfig, Status::Id::stpiStatus},
       Op{"maybeCleanUpExternalIntfConfigs", &Self::maybeCleanUpExternalIntfConfigs},
   };
-
- private:
-  bool anyInstanceLists(Lumo::String const& portName) const;
 };
 
 /// A new, active mirror of the interface configurations.

@@ -4,6 +4,26 @@
 
 namespace Stp {
 
+namespace {
+
+// The bridge-wide default protects a port only while it is configured as an edge port and operates
+// as one; the port's own setting overrides it both ways.
+OcBpduGuard bpduGuardOf(Config const& config, PortConfig const& port,
+                        StpiPortStatus const& status) {
+  auto const guardedIf = [](bool guarded) {
+    return guarded ? OcBpduGuard::enabled : OcBpduGuard::disabled;
+  };
+  switch (port.bpduguard()) {
+    case PortConfigBase::BpduguardEnabledState::bpduguardEnabled: return OcBpduGuard::enabled;
+    case PortConfigBase::BpduguardEnabledState::bpduguardDefault:
+      return guardedIf(config.portfastBpduguard() && port.adminEdgePort() && status.operEdgePort());
+    case PortConfigBase::BpduguardEnabledState::bpduguardDisabled: break;
+  }
+  return OcBpduGuard::disabled;
+}
+
+}  // namespace
+
 OCStpiPortStatusSm::OCStpiPortStatusSm(Lumo::String const& name,
                                        Lumo::Ptr<Config const> const& stpConfig,
                                        Lumo::Ptr<PortConfig const> const& portConfig,
@@ -40,31 +60,18 @@ void OCStpiPortStatusSm::handleEdgePort() {
 }
 
 void OCStpiPortStatusSm::handleBpduguard() {
-  if (!portConfig || !stpConfig ||
-      !stpiPortStatus) {  // not reached: without a status the constructor throws
+  // Without a status the constructor throws.
+  if (!portConfig || !stpConfig || !stpiPortStatus) {  // never holds: !stpiPortStatus
     return;
   }
   auto const traced = trace<"handleBpduguard", 612>(
       "Updating bpdu-guard state, bpduguard: %b", portConfig->bpduguard(), " adminEdgePort: %b",
       portConfig->adminEdgePort(), " config->portfastBpuduguard: %b",
       stpConfig->portfastBpduguard(), " operEdgePort: %b", stpiPortStatus->operEdgePort());
-  amend([this](InterfaceState& state) { state.bpduGuard = bpduGuard(); });
-}
-
-// The bridge-wide default protects a port only while it is configured as an edge port and operates
-// as one; the port's own setting overrides it both ways.
-OcBpduGuard OCStpiPortStatusSm::bpduGuard() const {
-  auto const guardedIf = [](bool guarded) {
-    return guarded ? OcBpduGuard::enabled : OcBpduGuard::disabled;
-  };
-  switch (portConfig->bpduguard()) {
-    case PortConfigBase::BpduguardEnabledState::bpduguardEnabled: return OcBpduGuard::enabled;
-    case PortConfigBase::BpduguardEnabledState::bpduguardDefault:
-      return guardedIf(stpConfig->portfastBpduguard() && portConfig->adminEdgePort() &&
-                       stpiPortStatus->operEdgePort());
-    case PortConfigBase::BpduguardEnabledState::bpduguardDisabled: break;
-  }
-  return OcBpduGuard::disabled;
+  amend([this](InterfaceState& state) {
+    state.bpduGuard =
+        bpduGuardOf(*stpConfig.pointer(), *portConfig.pointer(), *stpiPortStatus.pointer());
+  });
 }
 
 template <class Edit>

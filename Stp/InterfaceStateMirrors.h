@@ -8,10 +8,10 @@
 // instance reported, also when instance and mirror have gone.
 #pragma once
 
-#include <cstdint>
 #include <tuple>
 
 #include "Base/Api.h"
+#include "Stp/Module.h"
 #include "Stp/frame/Reactor.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
@@ -19,8 +19,6 @@
 namespace Stp {
 
 struct STP_API OCStpiPortStatusSmAttributes {
-  static constexpr std::uint16_t classIndex = 6;
-
   Key name;
   Source<"stpConfig", Config const> stpConfig;
   Source<"portConfig", PortConfig const> portConfig;
@@ -32,7 +30,7 @@ struct STP_API OCStpiPortStatusSmAttributes {
 /// instance reports for the port. Where several instances report it, the last write of each member
 /// wins.
 class STP_API OCStpiPortStatusSm final
-    : public Reactor<OCStpiPortStatusSm, OCStpiPortStatusSmAttributes> {
+    : public Reactor<OCStpiPortStatusSm, OCStpiPortStatusSmAttributes, Module> {
  public:
   /// `stpConfig` and `portConfig` may be absent: the BPDU guard is then never computed. Status and
   /// directory must be present.
@@ -64,9 +62,7 @@ class STP_API OCStpiPortStatusSm final
 
  private:
   template <class Edit>
-  void amend(Edit edit);
-
-  OcBpduGuard bpduGuard() const;
+  [[gnu::visibility("hidden")]] void amend(Edit edit);
 };
 
 /// A new, active mirror of one port's state.
@@ -77,8 +73,6 @@ STP_API Lumo::Ptr<OCStpiPortStatusSm> oCStpiPortStatusSmFactory(
     Lumo::Ptr<OCInterfaceStateDir> const& externalIntfStateDir);
 
 struct STP_API OCStpiStatusSmAttributes {
-  static constexpr std::uint16_t classIndex = 7;
-
   Key name;
   Held<"stpConfig", Config const> stpConfig;
   Source<"stpiStatus", StpiStatus const> stpiStatus;
@@ -87,7 +81,8 @@ struct STP_API OCStpiStatusSmAttributes {
 };
 
 /// Keeps a port mirror for every port that one instance reports.
-class STP_API OCStpiStatusSm final : public Reactor<OCStpiStatusSm, OCStpiStatusSmAttributes> {
+class STP_API OCStpiStatusSm final
+    : public Reactor<OCStpiStatusSm, OCStpiStatusSmAttributes, Module> {
  public:
   /// Running configuration and instance status must be present.
   OCStpiStatusSm(Lumo::String const& name, Lumo::Ptr<Config const> const& stpConfig,
@@ -136,8 +131,6 @@ STP_API Lumo::Ptr<OCStpiStatusSm> oCStpiStatusSmFactory(
     Lumo::Ptr<OCInterfaceStateDir> const& externalIntfStateDir);
 
 struct STP_API OCInterfaceStateDirSmAttributes {
-  static constexpr std::uint16_t classIndex = 8;
-
   Held<"stpConfig", Config const> stpConfig;
   Source<"stpStatus", Status const> stpStatus;
   Held<"externalIntfStateDir", OCInterfaceStateDir> externalIntfStateDir;
@@ -146,7 +139,7 @@ struct STP_API OCInterfaceStateDirSmAttributes {
 
 /// Keeps a mirror for every instance that the engine reports.
 class STP_API OCInterfaceStateDirSm final
-    : public Reactor<OCInterfaceStateDirSm, OCInterfaceStateDirSmAttributes> {
+    : public Reactor<OCInterfaceStateDirSm, OCInterfaceStateDirSmAttributes, Module> {
  public:
   /// The status must be present.
   OCInterfaceStateDirSm(Lumo::Ptr<Config const> const& stpConfig,

@@ -8,6 +8,26 @@
 
 namespace Stp {
 
+namespace {
+
+// Whether VLANs belong to an instance. For the CIST the entries are only counted: a map with one
+// for every VLAN leaves it none, whichever instances they name.
+bool mapNeeds(Lumo::Bytes const& vidToMsti, std::uint16_t instanceId) {
+  constexpr std::uint16_t allVlans = Bridging::VlanId::last;
+  VidToMstiEntries const entries(vidToMsti);
+  if (instanceId == 0) {
+    return entries.count() != allVlans;
+  }
+  for (std::size_t at = 0; at < entries.count(); ++at) {
+    if (entries[at].instance == instanceId) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
 OCMstiConfigSm::OCMstiConfigSm(Lumo::String const& name,
                                Lumo::Ptr<Input::MstiConfig const> const& mstiConfig,
                                Lumo::Ptr<OCMsti> const& externalMsti)
@@ -41,7 +61,7 @@ void OCMstpConfigSm::handleInitialized() {
   for (auto const& instance : ocMstiConfigDir->mstInstance()) {
     std::uint16_t const id = instance.key;
     Lumo::String const& mstiName = instanceIdToMstiName(id);
-    if (!mst->mstiConfig(mstiName) && !vlanMapNeeds(id)) {
+    if (!mst->mstiConfig(mstiName) && !mapNeeds(stpInputConfig->mstConfig().vidToMsti, id)) {
       ocMstiConfigDir->mstInstanceDel(id);
     }
   }
@@ -51,31 +71,14 @@ void OCMstpConfigSm::handleInitialized() {
   }
 }
 
-// For the CIST the entries are only counted: a map with one for every VLAN leaves it none,
-// whichever instances they name.
-bool OCMstpConfigSm::vlanMapNeeds(std::uint16_t instanceId) const {
-  constexpr std::uint16_t allVlans = Bridging::VlanId::last;
-  VidToMstiEntries const entries(stpInputConfig->mstConfig().vidToMsti);
-  if (instanceId == 0) {
-    return entries.count() != allVlans;
-  }
-  for (std::size_t entry = 0; entry < entries.count(); ++entry) {
-    if (entries.instance(entry) == instanceId) {
-      return true;
-    }
-  }
-  return false;
-}
-
 void OCMstpConfigSm::handleMstiConfig(Lumo::String const& mstiName) {
   auto const traced = trace<"handleMstiConfig(const String&)", 715>();
   Lumo::Ptr<Input::MstiConfig> const config = mst->mstiConfig(mstiName);
   std::uint16_t const id = mstiNameToInstanceId(mstiName);
   if (config) {
     if (!ocMstiConfigDir->mstInstance(id)) {
-      recordedMemberAdd(*ocMstiConfigDir.pointer(), &OCMstiConfigDir::mstInstanceIs,
-                        &OCMstiConfigDir::mstInstanceDel, id,
-                        [&](OCMstiConfig& record) { record.mstId = config->mstiId(); });
+      Lumo::Ptr<OCMsti> const added = ocMstiConfigDir->mstInstanceIs(id);
+      rewrite(*added, [&config](OCMstiConfig& record) { record.mstId = config->mstiId(); });
     }
     ocMstiConfigSmIs(mstiName, config, ocMstiConfigDir->mstInstance(id));
   } else {

@@ -12,6 +12,7 @@
 #include <tuple>
 
 #include "Base/Api.h"
+#include "Stp/Module.h"
 #include "Stp/frame/Reactor.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
@@ -19,15 +20,14 @@
 namespace Stp {
 
 struct STP_API OCMstiConfigSmAttributes {
-  static constexpr std::uint16_t classIndex = 9;
-
   Key name;
   Source<"mstiConfig", Input::MstiConfig const> mstiConfig;
   Target<"externalMsti", OCMsti> externalMsti;
 };
 
 /// Keeps the bridge priority of one MST instance equal to its input configuration.
-class STP_API OCMstiConfigSm final : public Reactor<OCMstiConfigSm, OCMstiConfigSmAttributes> {
+class STP_API OCMstiConfigSm final
+    : public Reactor<OCMstiConfigSm, OCMstiConfigSmAttributes, Module> {
  public:
   /// Throws Lumo::RangeException for a priority above 61440.
   OCMstiConfigSm(Lumo::String const& name, Lumo::Ptr<Input::MstiConfig const> const& mstiConfig,
@@ -51,8 +51,6 @@ STP_API Lumo::Ptr<OCMstiConfigSm> oCMstiConfigSmFactory(
     Lumo::Ptr<OCMsti> const& externalMsti);
 
 struct STP_API OCMstpConfigSmAttributes {
-  static constexpr std::uint16_t classIndex = 10;
-
   Key name;
   Source<"mst", Input::StpiConfig const> mst;
   Held<"stpInputConfig", Input::Config const> stpInputConfig;
@@ -61,7 +59,8 @@ struct STP_API OCMstpConfigSmAttributes {
 };
 
 /// Keeps an MST instance in the directory for every one that is configured.
-class STP_API OCMstpConfigSm final : public Reactor<OCMstpConfigSm, OCMstpConfigSmAttributes> {
+class STP_API OCMstpConfigSm final
+    : public Reactor<OCMstpConfigSm, OCMstpConfigSmAttributes, Module> {
  public:
   /// All three entities must be present.
   OCMstpConfigSm(Lumo::String const& name, Lumo::Ptr<Input::StpiConfig const> const& mst,
@@ -77,7 +76,9 @@ class STP_API OCMstpConfigSm final : public Reactor<OCMstpConfigSm, OCMstpConfig
   void handleInitialized();
 
   /// Adds an instance that is configured, with its mirror, or removes both. Throws
-  /// Lumo::RangeException for a name that is no MST instance name.
+  /// Lumo::RangeException for a name that is no MST instance name. A reader of the directory that
+  /// is told of the instance here must not remove it from inside: its mirror, which comes next,
+  /// needs it.
   void handleMstiConfig(Lumo::String const& mstiName);
 
   /// The child of an MST instance: the present one, which must be made from the same entities, or
@@ -97,9 +98,6 @@ class STP_API OCMstpConfigSm final : public Reactor<OCMstpConfigSm, OCMstpConfig
       Op{"handleInitialized", &Self::handleInitialized},
       Op{"handleMstiConfig", &Self::handleMstiConfig, Input::StpiConfig::Id::mstiConfig},
   };
-
- private:
-  bool vlanMapNeeds(std::uint16_t instanceId) const;
 };
 
 /// A new, active mirror of the MST instances that one spanning-tree instance configures.
@@ -109,8 +107,6 @@ STP_API Lumo::Ptr<OCMstpConfigSm> oCMstpConfigSmFactory(
     Lumo::Ptr<OCMstiConfigDir> const& ocMstiConfigDir);
 
 struct STP_API OCMstpConfigWrapperSmAttributes {
-  static constexpr std::uint16_t classIndex = 11;
-
   Source<"stpInputConfig", Input::Config const> stpInputConfig;
   Target<"ocMstiConfigDir", OCMstiConfigDir> ocMstiConfigDir;
   Children<"ocMstpConfigSm", OCMstpConfigSm> ocMstpConfigSm;
@@ -119,7 +115,7 @@ struct STP_API OCMstpConfigWrapperSmAttributes {
 /// Keeps the VLAN list of every MST instance equal to the VLAN-to-instance map, and the mirror of
 /// the instance "Mst" while that is configured. Other spanning-tree instances do not matter.
 class STP_API OCMstpConfigWrapperSm final
-    : public Reactor<OCMstpConfigWrapperSm, OCMstpConfigWrapperSmAttributes> {
+    : public Reactor<OCMstpConfigWrapperSm, OCMstpConfigWrapperSmAttributes, Module> {
  public:
   /// The input configuration must be present.
   OCMstpConfigWrapperSm(Lumo::Ptr<Input::Config const> const& stpInputConfig,

@@ -14,6 +14,12 @@ void bump(Lumo::Ptr<OCMstpTrigger> const& trigger) {
   held->counterInc(1);
 }
 
+void clear(OCMstiStateDir& directory) {
+  if (!directory.state().empty()) {
+    directory.stateDelAll();
+  }
+}
+
 }  // namespace
 
 OCMstpTrigger::OCMstpTrigger() = default;
@@ -76,7 +82,7 @@ void OCMstpMainStateSm::handleInitialized() {
 }
 
 Lumo::Ptr<OCMstpTrigger> OCMstpMainStateSm::ocMstpTriggerIs() {
-  ocMstpTrigger.replace(OCMstpTrigger::construct());
+  ocMstpTrigger.replace(OCMstpTrigger::create());
   subscribe(ocMstpTrigger);
   return ocMstpTrigger.pointer();
 }
@@ -90,7 +96,7 @@ void OCMstpMainStateSm::update() {
   auto const traced = trace<"update", 874>();
   if (stpStatus->activeProtocol() != Mode::mstp) {
     leavesDel();
-    clearDirectory();
+    clear(*ocMstiStateDir.pointer());
     return;
   }
 
@@ -107,7 +113,7 @@ void OCMstpMainStateSm::update() {
     }
     prioritiesIs(*mst);
   } else {
-    clearDirectory();
+    clear(*ocMstiStateDir.pointer());
     leavesDel();
   }
 
@@ -145,12 +151,6 @@ void OCMstpMainStateSm::leavesDel() {
   ocMstSm.activeIs(false);
   ocMstSmDel();
   ocMstiStatusSmDelAll();
-}
-
-void OCMstpMainStateSm::clearDirectory() {
-  if (!ocMstiStateDir->state().empty()) {
-    ocMstiStateDir->stateDelAll();
-  }
 }
 
 Lumo::Ptr<OCMstpMainStateSm> oCMstpMainStateSmFactory(

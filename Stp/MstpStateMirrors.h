@@ -15,6 +15,7 @@
 
 #include "Base/Api.h"
 #include "Lumo/Publisher.h"
+#include "Stp/Module.h"
 #include "Stp/frame/Reactor.h"
 #include "StpTypes/OpenConfigState.h"
 #include "StpTypes/Status.h"
@@ -22,13 +23,11 @@
 namespace Stp {
 
 struct STP_API OCMstpTriggerAttributes {
-  static constexpr std::uint16_t classIndex = 12;
-
   Value<"counter", std::uint8_t> counter_;
 };
 
-/// A change counter that can be watched. Its value means nothing beyond that it changed.
-class STP_API OCMstpTrigger final : public Reactor<OCMstpTrigger, OCMstpTriggerAttributes> {
+/// A change counter that can be watched. Only that it changed matters, not its value.
+class STP_API OCMstpTrigger final : public Reactor<OCMstpTrigger, OCMstpTriggerAttributes, Module> {
  public:
   enum class Id : Lumo::FieldId { counter = 130 };
 
@@ -51,14 +50,12 @@ class STP_API OCMstpTrigger final : public Reactor<OCMstpTrigger, OCMstpTriggerA
 };
 
 struct STP_API OCMstSmAttributes {
-  static constexpr std::uint16_t classIndex = 13;
-
   Source<"stpiStatus", StpiStatus const> stpiStatus;
   Held<"ocMstpTrigger", OCMstpTrigger> ocMstpTrigger;
 };
 
 /// Bumps the trigger when the MST instances of one spanning-tree instance change.
-class STP_API OCMstSm final : public Reactor<OCMstSm, OCMstSmAttributes> {
+class STP_API OCMstSm final : public Reactor<OCMstSm, OCMstSmAttributes, Module> {
  public:
   /// Bumps nothing yet. The trigger must be present.
   OCMstSm(Lumo::Ptr<StpiStatus const> const& stpiStatus,
@@ -81,15 +78,14 @@ STP_API Lumo::Ptr<OCMstSm> oCMstSmFactory(Lumo::Ptr<StpiStatus const> const& stp
                                           Lumo::Ptr<OCMstpTrigger> const& ocMstpTrigger);
 
 struct STP_API OCMstiStatusSmAttributes {
-  static constexpr std::uint16_t classIndex = 14;
-
   Key name;
   Source<"mstiStatus", MstiStatus const> mstiStatus;
   Held<"ocMstpTrigger", OCMstpTrigger> ocMstpTrigger;
 };
 
 /// Bumps the trigger when the bridge priority of one MST instance changes.
-class STP_API OCMstiStatusSm final : public Reactor<OCMstiStatusSm, OCMstiStatusSmAttributes> {
+class STP_API OCMstiStatusSm final
+    : public Reactor<OCMstiStatusSm, OCMstiStatusSmAttributes, Module> {
  public:
   /// Bumps nothing yet. The trigger must be present.
   OCMstiStatusSm(Lumo::String const& name, Lumo::Ptr<MstiStatus const> const& mstiStatus,
@@ -113,8 +109,6 @@ STP_API Lumo::Ptr<OCMstiStatusSm> oCMstiStatusSmFactory(
     Lumo::Ptr<OCMstpTrigger> const& ocMstpTrigger);
 
 struct STP_API OCMstpMainStateSmAttributes {
-  static constexpr std::uint16_t classIndex = 15;
-
   Source<"stpConfig", Config const> stpConfig;
   Source<"stpStatus", Status const> stpStatus;
   Target<"ocMstiStateDir", OCMstiStateDir> ocMstiStateDir;
@@ -129,7 +123,7 @@ struct STP_API OCMstpMainStateSmAttributes {
 /// An entity that is replaced under its name, "Mst" or an MST instance, stays watched until its
 /// name goes: changes of the new one are seen with the next rebuild that something else causes.
 class STP_API OCMstpMainStateSm final
-    : public Reactor<OCMstpMainStateSm, OCMstpMainStateSmAttributes> {
+    : public Reactor<OCMstpMainStateSm, OCMstpMainStateSmAttributes, Module> {
  public:
   /// Configuration and status must be present.
   OCMstpMainStateSm(Lumo::Ptr<Config const> const& stpConfig,
@@ -157,15 +151,16 @@ class STP_API OCMstpMainStateSm final
   /// Takes the trigger out, no longer watched, and returns it; null where there is none.
   Lumo::Ptr<OCMstpTrigger> ocMstpTriggerDel() { return ocMstpTrigger.replace(nullptr); }
 
-  /// The child that watches "Mst": the present one, which must be made from the same entities, or
-  /// else Vel::ReinstantiationException is thrown; a new, active one where there is none.
+  /// The child that watches "Mst": the present one if it was made from just these entities,
+  /// otherwise a new, active one in its place.
   Lumo::Ptr<OCMstSm> ocMstSmIs(Lumo::Ptr<StpiStatus const> const& stpiStatus,
                                Lumo::Ptr<OCMstpTrigger> const& trigger) {
     return ocMstSm.is(stpiStatus, trigger);
   }
   Lumo::Ptr<OCMstSm> ocMstSmDel() { return ocMstSm.del(); }
 
-  /// The same for the child of an MST instance.
+  /// The child of an MST instance: the present one, which must be made from the same entities, or
+  /// else Vel::ReinstantiationException is thrown; a new, active one where there is none.
   Lumo::Ptr<OCMstiStatusSm> ocMstiStatusSmIs(Lumo::String const& mstiName,
                                              Lumo::Ptr<MstiStatus const> const& mstiStatus,
                                              Lumo::Ptr<OCMstpTrigger> const& trigger) {
@@ -184,9 +179,8 @@ class STP_API OCMstpMainStateSm final
   };
 
  private:
-  void leavesDel();
-  void clearDirectory();
-  void prioritiesIs(StpiStatus const& mst);
+  [[gnu::visibility("hidden")]] void leavesDel();
+  [[gnu::visibility("hidden")]] void prioritiesIs(StpiStatus const& mst);
 };
 
 /// A new, active mirror of the MSTP state.

@@ -147,10 +147,10 @@ void update(benchmark::State& state) {
   status->activeProtocolIs(Stp::Mode::mstp);
   auto const mst = Lumo::make<Stp::StpiStatus>();
   for (unsigned id = 0; id < instances; ++id) {
-    mst->mstiStatusIs(Stp::instanceIdToMstiName(static_cast<std::uint16_t>(id)),
-                      Lumo::make<Stp::MstiStatus>());
+    mst->mstiStatus.is(Stp::instanceIdToMstiName(static_cast<std::uint16_t>(id)),
+                       Lumo::make<Stp::MstiStatus>());
   }
-  status->stpiStatusIs(Stp::mstpInstanceName(), mst);
+  status->stpiStatus.is(Stp::mstpInstanceName(), mst);
   auto const directory = Lumo::make<Stp::OCMstiStateDir>();
   auto const mirror = Stp::oCMstpMainStateSmFactory(config, status, directory);
   std::uint64_t const before = heapAllocations;
@@ -170,9 +170,9 @@ void priorityChange(benchmark::State& state) {
   for (unsigned id = 0; id < instances; ++id) {
     configs.push_back(Lumo::make<Stp::Input::MstiConfig>());
     configs.back()->mstiIdIs(static_cast<std::uint16_t>(id));
-    mst->mstiConfigIs(Stp::instanceIdToMstiName(static_cast<std::uint16_t>(id)), configs.back());
+    mst->mstiConfig.is(Stp::instanceIdToMstiName(static_cast<std::uint16_t>(id)), configs.back());
   }
-  input->stpiConfigIs(Stp::mstpInstanceName(), mst);
+  input->stpiConfig.is(Stp::mstpInstanceName(), mst);
   auto const directory = Lumo::make<Stp::OCMstiConfigDir>();
   auto const mirror = Stp::oCMstpConfigWrapperSmFactory(input, directory);
   std::uint16_t priority = 4096;

@@ -27,14 +27,14 @@ struct Sources {
       names.push_back(portName(port));
       auto const portConfig = Lumo::make<Stp::PortConfig>();
       portConfig->adminEdgePortIs(true);
-      config->portConfigIs(names.back(), portConfig);
+      config->portConfig.is(names.back(), portConfig);
     }
     for (unsigned id = 0; id < instances; ++id) {
       auto const instance = Lumo::make<Stp::StpiStatus>();
       for (auto const& name : names) {
-        instance->stpiPortStatusIs(name, Lumo::make<Stp::StpiPortStatus>());
+        instance->stpiPortStatus.is(name, Lumo::make<Stp::StpiPortStatus>());
       }
-      status->stpiStatusIs(Lumo::String("instance" + std::to_string(id)), instance);
+      status->stpiStatus.is(Lumo::String("instance" + std::to_string(id)), instance);
     }
   }
 };

@@ -16,7 +16,7 @@ int main() {
 
   auto const port = Lumo::make<Stp::Input::PortConfig>();
   port->edgePortEnableIs(true);
-  input->portConfigIs("Ethernet1", port);
+  input->portConfig.is("Ethernet1", port);
   port->bpduguardIs(Stp::PortConfigBase::BpduguardEnabledState::bpduguardEnabled);
 
   for (auto const& member : directory->interface()) {
@@ -26,6 +26,6 @@ int main() {
               << (config.bpduGuard == Stp::OcBpduGuard::enabled ? "on" : "off") << '\n';
   }
 
-  input->portConfigDel("Ethernet1");
+  input->portConfig.del("Ethernet1");
   std::cout << directory->interface().size() << " interfaces are left\n";
 }

@@ -30,11 +30,11 @@ int main() {
   // What is put together before it is inserted comes as one change.
   auto const portConfig = Lumo::make<Stp::PortConfig>();
   portConfig->adminEdgePortIs(true);
-  config->portConfigIs("Ethernet1", portConfig);
+  config->portConfig.is("Ethernet1", portConfig);
   auto const portStatus = Lumo::make<Stp::StpiPortStatus>();
   auto const instance = Lumo::make<Stp::StpiStatus>();
-  instance->stpiPortStatusIs("Ethernet1", portStatus);
-  status->stpiStatusIs("Mst", instance);
+  instance->stpiPortStatus.is("Ethernet1", portStatus);
+  status->stpiStatus.is("Mst", instance);
   print("reported", *directory, "Ethernet1");
 
   portStatus->operEdgePortIs(true);

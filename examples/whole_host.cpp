@@ -113,8 +113,8 @@ void engineRuns(Sources const& sources) {
   sources.status->activeProtocolIs(Stp::Mode::mstp);
   auto const mst = Lumo::make<Stp::StpiStatus>();
   auto const msti = Lumo::make<Stp::MstiStatus>();
-  mst->mstiStatusIs("MST5", msti);
-  sources.status->stpiStatusIs("Mst", mst);
+  mst->mstiStatus.is("MST5", msti);
+  sources.status->stpiStatus.is("Mst", mst);
   msti->bridgePriorityIs(4096);
   sources.status->activeProtocolIs(Stp::Mode::rstp);
 }

@@ -9,35 +9,34 @@
 
 #include "Flashlog/BlockTimerSelf.h"
 #include "Flashlog/FlashlogHandle.h"
-#include "Stp/Module.h"
+#include "Flashlog/MsgDesc.h"
+#include "Vel/TraceHandle.h"
 #include "Vel/TraceHelper.h"
 
 namespace Stp::Impl {
 
-/// The path by which both traces name the source of this module.
-inline constexpr char const* sourcePath = "/src/Stp/StpOpenConfigSm";
-
 inline constexpr unsigned handlerTraceLevel = 8;
 
-/// The same handle as `_defaultTraceHandle()`, for tests without a call.
-extern constinit Vel::TraceHandle moduleTraceHandle;
-
-/// A place in the source that traces; the names are those of the class without its namespace and
-/// of the handler.
+/// A place in the source that traces.
 struct TraceSite {
-  std::string_view className;
-  std::string_view handler;  ///< with a parameter list only where the message has it
+  std::string_view qualifiedClass;  ///< "Stp::OCGlobalConfigSm"
+  std::string_view handler;         ///< with a parameter list only where the message has it
+  char const* sourcePath;           ///< by which both traces name the source of the module
   unsigned line;
 
+  constexpr std::string_view className() const {
+    return qualifiedClass.substr(qualifiedClass.rfind(':') + 1);
+  }
   constexpr std::string_view handlerName() const { return handler.substr(0, handler.find('(')); }
 };
 
 /// Registers the site's message in the file, and gives the site its id if it has none.
-[[gnu::cold]] void traceSiteRegister(Flashlog::TraceFile& file, int& id, TraceSite const& site);
-
-/// A line of text trace from this site.
-inline Vel::TraceHelper textTrace(TraceSite const& site) {
-  return {moduleTraceHandle, handlerTraceLevel, sourcePath, site.line, site.handlerName()};
+[[gnu::cold, gnu::noinline]] inline void traceSiteRegister(Flashlog::TraceFile& file, int& id,
+                                                           TraceSite const& site) {
+  Flashlog::MsgDesc message(file, id, site.sourcePath, site.line);
+  message << site.qualifiedClass << "::" << site.handler;
+  message << (site.handler.ends_with(')') ? ":" : "():") << site.line;
+  message.finish();
 }
 
 /// Streams a value, or lets a callable write what is expensive to have at hand.
@@ -54,24 +53,23 @@ void streamText(std::ostream& out, Text const& text) {
 class HandlerTrace {
  public:
   /// `id` is that of the site's message; registering the message gives it its value, so that it
-  /// must be read after that: the braces fix the order. `traced.writeText(site, text...)` writes
-  /// the line; it is called only while the level is enabled.
-  template <class Traced, class... Text>
-  [[gnu::always_inline]] HandlerTrace(TraceSite const& site, int& id, Traced const& traced,
+  /// must be read after that: the braces fix the order. `write(text...)` writes the line; it is
+  /// called only while the level is enabled in `handle`.
+  template <class Write, class... Text>
+  [[gnu::always_inline]] HandlerTrace(TraceSite const& site, int& id,
+                                      Vel::TraceHandle const& handle, Write write,
                                       Text const&... text) noexcept
       : timer_{registeredFile(site, id), id} {
-    if (moduleTraceHandle.enabled(handlerTraceLevel)) [[unlikely]] {
-      traced.writeText(site, text...);
+    if (handle.enabled(handlerTraceLevel)) [[unlikely]] {
+      write(text...);
     }
   }
 
  private:
   static Flashlog::TraceFile* registeredFile(TraceSite const& site, int& id) {
     Flashlog::TraceFile* const file = Flashlog::currentTraceFile();
-    if (file != nullptr) [[unlikely]] {
-      if (!file->registered(id)) [[unlikely]] {
-        traceSiteRegister(*file, id, site);
-      }
+    if (file != nullptr && !file->registered(id)) [[unlikely]] {
+      traceSiteRegister(*file, id, site);
     }
     return file;
   }

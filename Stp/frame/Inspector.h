@@ -242,11 +242,7 @@ class Inspector final : public Lumo::HideMe {
                                    std::to_string(arguments.size()));
     }
     return [&]<std::size_t... I>(std::index_sequence<I...>)->Lumo::Ptr<Lumo::Node> {
-      if constexpr (Class::isReactive) {
-        return Class::create(argumentOf<Argument>(arguments[I], fieldsOf<Class>[I])...);
-      } else {
-        return Class::construct(argumentOf<Argument>(arguments[I], fieldsOf<Class>[I])...);
-      }
+      return Class::create(argumentOf<Argument>(arguments[I], fieldsOf<Class>[I])...);
     }
     (std::index_sequence_for<Argument...>());
   }

@@ -51,9 +51,6 @@ struct Op {
                       attributes);
   }
 
-  /// How many attributes the row lists.
-  static constexpr std::size_t attributeCount = sizeof...(Ids);
-
  private:
   template <class Id, class Listed>
   static constexpr bool isAttribute(Listed listed, Lumo::FieldId field) {
@@ -77,6 +74,22 @@ consteval std::size_t rowsListing(std::tuple<Rows...> const& operations, Lumo::F
         return (std::size_t{row.template watches<Id>(field) ? 1U : 0U} + ...);
       },
       operations);
+}
+
+/// Whether the members of one attribute of an entity type are told apart by a `Key`.
+template <class Key, class Entity>
+consteval bool isKeyOf(Lumo::FieldId field) {
+  if constexpr (requires { Entity::attributes; }) {
+    auto const has = [field]<class Row>(Row const& row) {
+      if constexpr (requires { typename Row::KeyType; }) {
+        return static_cast<Lumo::FieldId>(row.id) == field &&
+               std::is_same_v<typename Row::KeyType, Key>;
+      }
+      return false;
+    };
+    return std::apply([&](auto const&... row) { return (has(row) || ...); }, Entity::attributes);
+  }
+  return false;
 }
 
 /// Some attributes of one entity type.

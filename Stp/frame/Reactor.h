@@ -1,16 +1,25 @@
-// The frame that all classes of the module share.
+// The frame that all classes of a module share.
 //
 // A reactor watches source entities, reacts to changes of their attributes, and writes target
 // entities. A class says what it is made of in an aggregate of attributes (Attributes.h) and what
 // it does when in its table `operations` (Operation.h):
 //
 //   struct ThingSmAttributes {
-//     static constexpr std::uint16_t classIndex = 16;
 //     Key name;
 //     Source<"thing", Thing const> thing;
 //     Target<"ocThing", OCThing> ocThing;
 //   };
-//   class ThingSm final : public Reactor<ThingSm, ThingSmAttributes> { ... operations ... };
+//   class ThingSm final : public Reactor<ThingSm, ThingSmAttributes, Module> { ... };
+//
+// The module lists its classes, each at its class index, and names what they share. One source of
+// it makes the record with `describeModule` (Registry.h):
+//
+//   struct Module {
+//     using Classes = ClassList<ThingSm>;
+//     static constexpr Lumo::ModuleInspectData const& record = thingModule;
+//     static constexpr char const* sourcePath = "/src/Things";  // in both traces
+//     static Vel::TraceHandle traceHandle;
+//   };
 //
 // From the two the frame derives the constructor's and the creator's signature, subscription and
 // activation, the dispatch of a change to the handlers, the comparison of a child's arguments,
@@ -38,8 +47,8 @@
 #include "Lumo/Node.h"
 #include "Lumo/Ptr.h"
 #include "Lumo/SubscriberScopeGuard.h"
-#include "Stp/Module.h"
 #include "Stp/frame/Attributes.h"
+#include "Stp/frame/ClassList.h"
 #include "Stp/frame/HandlerTrace.h"
 #include "Stp/frame/MemberTypes.h"
 #include "Stp/frame/Operation.h"
@@ -48,14 +57,19 @@
 
 namespace Stp {
 
-template <class Derived, class Attributes,
+namespace Impl {
+template <class Class>
+class Inspector;
+}  // namespace Impl
+
+template <class Derived, class Attributes, class Module,
           class Arguments = typename Impl::SplitAttributes<Attributes>::Arguments,
           class Own = typename Impl::SplitAttributes<Attributes>::Own>
 class Reactor;
 
-template <class Derived, class Attributes, class... Argument, class... OwnMember>
+template <class Derived, class Attributes, class Module, class... Argument, class... OwnMember>
 class STP_API
-    Reactor<Derived, Attributes, Impl::TypeList<Argument...>, Impl::TypeList<OwnMember...>>
+    Reactor<Derived, Attributes, Module, Impl::TypeList<Argument...>, Impl::TypeList<OwnMember...>>
     : public Lumo::Node, public Tracked<Derived>, protected Attributes {
  public:
   using Self = Derived;
@@ -68,26 +82,24 @@ class STP_API
 
   /// The name of the class without its namespace.
   static constexpr std::string_view className() {
-    constexpr std::string_view qualified = Lumo::typeName<Derived>();
-    return qualified.substr(qualified.rfind(':') + 1);
+    return Impl::TraceSite{Lumo::typeName<Derived>(), {}, nullptr, 0}.className();
   }
 
-  /// A new reactor, active; the arguments are those of the constructor. An absent source is not
-  /// watched; where the initial synchronisation needs an entity that is absent it throws
-  /// Lumo::AbsentPointerException. What it throws passes, and nothing of the reactor remains.
+  /// A new object; the arguments are those of the constructor. One that watches entities is active.
+  /// An absent source is not watched; where the initial synchronisation needs an entity that is
+  /// absent it throws Lumo::AbsentPointerException. What it throws passes, and nothing of the
+  /// object remains.
   static Lumo::Ptr<Derived> create(typename Argument::Argument const&... arguments) {
-    Lumo::Ptr<Derived> reactor = construct(arguments...);
-    reactor->hasNotificationActiveIs(true);
+    auto reactor = Lumo::Ptr<Derived>::adopt(Tracked<Derived>::make(arguments...));
+    if constexpr (isReactive) {
+      reactor->hasNotificationActiveIs(true);
+    }
     return reactor;
   }
 
-  /// The same for a class that is never activated.
-  static Lumo::Ptr<Derived> construct(typename Argument::Argument const&... arguments) {
-    return Lumo::Ptr<Derived>::adopt(Tracked<Derived>::make(arguments...));
-  }
-
   Lumo::VelTypeBase typeData() const override {
-    return {&_StpOpenConfigSm_a888b7c7e663556e_velModule, Attributes::classIndex};
+    static_assert(Module::Classes::template lists<Derived>, "the module does not list this class");
+    return {&Module::record, Module::Classes::template indexOf<Derived>()};
   }
 
   /// "[NAME]"
@@ -113,44 +125,7 @@ class STP_API
     markAndSweepFlagSet(zombie);
   }
 
-  /// Takes all subscriptions back.
-  void unsubscribe() noexcept {
-    eachMember([](auto& member) {
-      if constexpr (requires { member.unsubscribe(); }) {
-        member.unsubscribe();
-      }
-    });
-  }
-
-  /// Throws Vel::ReinstantiationException for the first of the given arguments, in the order of
-  /// the constructor and without the name, that is another entity than the stored one.
-  template <class... Given>
-  void requireMadeFrom(Given const&... given) const {
-    std::array<Lumo::Node const*, sizeof...(Given)> const asked{given.get()...};
-    auto const stored = entities();
-    static_assert(asked.size() == stored.size());
-    for (std::size_t at = 0; at < stored.size(); ++at) {
-      if (stored[at] != asked[at]) {
-        Vel::Impl::throwMutatorReinstantiating(
-            typeData(), static_cast<Lumo::FieldId>(firstField + (isKeyed ? 1 : 0) + at), stored[at],
-            asked[at]);
-      }
-    }
-  }
-
-  /// Whether it was made from just these entities.
-  template <class... Given>
-  bool isMadeFrom(Given const&... given) const {
-    return entities() == std::array<Lumo::Node const*, sizeof...(Given)>{given.get()...};
-  }
-
-  /// Calls `visit(member)` for every attribute, in order.
-  template <class Visit>
-  void eachMember(Visit visit) {
-    std::apply([&](auto&... member) { (visit(member), ...); },
-               Lumo::membersOf(static_cast<Attributes&>(*this)));
-  }
-
+ protected:
   /// The routine for changes of a source: runs the handlers of the operations that list the
   /// changed attribute. Where there are several, the reactor is held meanwhile and its
   /// mark-and-sweep flag looked at before each; it is held as well if it has children, since it
@@ -165,7 +140,7 @@ class STP_API
     auto* const reactor = static_cast<Reactor*>(slot->owner());
     try {
       if (!reactor->markAndSweepFlag()) {
-        runListed<typename Entity::Id>(
+        runListed<Entity>(
             static_cast<Derived&>(*reactor), field, oldValueOrKey,
             std::make_index_sequence<
                 Impl::listedFields<typename Entity::Id>(Derived::operations).count>());
@@ -175,7 +150,6 @@ class STP_API
     }
   }
 
- protected:
   explicit Reactor(typename Argument::Argument const&... arguments)
       : Attributes{arguments..., OwnMember()...} {
     static_assert(listsOnlyWatched(),
@@ -220,20 +194,64 @@ class STP_API
 
   /// Opens the trace of a handler; the scope of the result is the traced block. The name must be
   /// that of an operation, with a parameter list where the fast trace's message has it. `text` is
-  /// streamed after the common prefix; a callable is called with the stream.
+  /// streamed after the common prefix; a callable is called with the stream. A "%s" or "%b" in it
+  /// is no placeholder of ours: it is streamed as it stands, since the log's readers expect it so.
   template <Lumo::FixedString handler, unsigned line, class... Text>
   [[gnu::always_inline]] Impl::HandlerTrace trace(Text const&... text) const {
-    static constexpr Impl::TraceSite site{className(), handler.view(), line};
+    static constexpr Impl::TraceSite site{Lumo::typeName<Derived>(), handler.view(),
+                                          Module::sourcePath, line};
     static_assert(Impl::hasRow(Derived::operations, site.handlerName()),
                   "no operation of this class has this name");
     static constinit int messageId = 0;
-    return Impl::HandlerTrace(site, messageId, *this, text...);
+    return Impl::HandlerTrace(
+        site, messageId, Module::traceHandle,
+        [this](auto const&... each) { this->writeText(site, each...); }, text...);
   }
 
  private:
-  friend class Impl::HandlerTrace;
+  friend class Lumo::SubscriberScopeGuard<Reactor>;
+  friend class Impl::Inspector<Derived>;
+  template <Lumo::FixedString attribute, class Class>
+  friend class Children;
+  template <Lumo::FixedString attribute, class Class>
+  friend class Child;
 
-  std::string keyText() const {
+  void unsubscribe() noexcept {
+    eachMember([](auto& member) {
+      if constexpr (requires { member.unsubscribe(); }) {
+        member.unsubscribe();
+      }
+    });
+  }
+
+  // Throws Vel::ReinstantiationException for the first of the given arguments, in the order of
+  // the constructor and without the name, that is another entity than the stored one.
+  template <class... Given>
+  void requireMadeFrom(Given const&... given) const {
+    std::array<Lumo::Node const*, sizeof...(Given)> const asked{given.get()...};
+    auto const stored = entities();
+    static_assert(asked.size() == stored.size());
+    for (std::size_t at = 0; at < stored.size(); ++at) {
+      if (stored[at] != asked[at]) {
+        Vel::Impl::throwMutatorReinstantiating(
+            typeData(), static_cast<Lumo::FieldId>(firstField + (isKeyed ? 1 : 0) + at), stored[at],
+            asked[at]);
+      }
+    }
+  }
+
+  template <class... Given>
+  bool isMadeFrom(Given const&... given) const {
+    return entities() == std::array<Lumo::Node const*, sizeof...(Given)>{given.get()...};
+  }
+
+  template <class Visit>
+  void eachMember(Visit visit) {
+    std::apply([&](auto&... member) { (visit(member), ...); },
+               Lumo::membersOf(static_cast<Attributes&>(*this)));
+  }
+
+  [[gnu::visibility("hidden")]] std::string keyText() const {
     if constexpr (isKeyed) {
       return "[" + Attributes::name.toString() + "]";
     } else {
@@ -243,9 +261,10 @@ class STP_API
 
   // Out of line, so that a handler whose text is off carries nothing of it.
   template <class... Text>
-  [[gnu::noinline, gnu::cold]] void writeText(Impl::TraceSite const& site,
-                                              Text const&... text) const noexcept {
-    Vel::TraceHelper helper = Impl::textTrace(site);
+  [[gnu::noinline, gnu::cold, gnu::visibility("hidden")]] void writeText(
+      Impl::TraceSite const& site, Text const&... text) const noexcept {
+    Vel::TraceHelper helper(Module::traceHandle, Impl::handlerTraceLevel, site.sourcePath,
+                            site.line, site.handlerName());
     helper.stream() << className() << keyText() << "::" << site.handlerName() << "() ";
     (Impl::streamText(helper.stream(), text), ...);
   }
@@ -287,35 +306,38 @@ class STP_API
     return Impl::allListed(Derived::operations, []<class Id>() { return isWatched<Id>; });
   }
 
-  template <class Id, std::size_t... I>
+  template <class Entity, std::size_t... I>
   static void runListed(Derived& self, Lumo::FieldId field, void const* key,
                         std::index_sequence<I...> /*listed*/) {
-    constexpr Impl::ListedFields fields = Impl::listedFields<Id>(Derived::operations);
+    constexpr Impl::ListedFields fields =
+        Impl::listedFields<typename Entity::Id>(Derived::operations);
     static_assert(fields.count != 0, "no operation lists an attribute of a watched entity");
     static_cast<void>(
-        ((field == fields.ids[I] && (run<Id, fields.ids[I]>(self, key), true)) || ...));
+        ((field == fields.ids[I] && (run<Entity, fields.ids[I]>(self, key), true)) || ...));
   }
 
-  template <class Id, Lumo::FieldId field>
+  template <class Entity, Lumo::FieldId field>
   static void run(Derived& self, void const* key) {
-    constexpr std::size_t runs = Impl::rowsListing<Id>(Derived::operations, field);
+    constexpr std::size_t runs = Impl::rowsListing<typename Entity::Id>(Derived::operations, field);
     using Hold = std::conditional_t<(runs > 1 || hasChildren), Lumo::Ptr<Derived>, Derived*>;
     [[maybe_unused]] Hold const held(&self);
     [&]<std::size_t... I>(std::index_sequence<I...>) {
-      (runRow<Id, field, I, (runs > 1)>(self, key), ...);
+      (runRow<Entity, field, I, (runs > 1)>(self, key), ...);
     }
     (std::make_index_sequence<std::tuple_size_v<decltype(Derived::operations)>>());
   }
 
-  template <class Id, Lumo::FieldId field, std::size_t rowIndex, bool checkEach>
+  template <class Entity, Lumo::FieldId field, std::size_t rowIndex, bool checkEach>
   static void runRow(Derived& self, [[maybe_unused]] void const* key) {
     constexpr auto const& row = std::get<rowIndex>(Derived::operations);
-    if constexpr (row.template watches<Id>(field)) {
+    if constexpr (row.template watches<typename Entity::Id>(field)) {
       if (checkEach && self.markAndSweepFlag()) {
         return;
       }
       using Traits = typename std::remove_cvref_t<decltype(row)>::Traits;
       if constexpr (Traits::takesKey) {
+        static_assert(Impl::isKeyOf<typename Traits::Key, Entity>(field),
+                      "the handler takes another key than that of the attribute's members");
         (self.*row.handler)(*static_cast<typename Traits::Key const*>(key));
       } else {
         (self.*row.handler)();

@@ -218,9 +218,9 @@ TEST_F(GlobalConfigMirror, OtherAttributesOfTheSourceWriteNothing) {
   MstConfig map;
   map.revision = 7;
   input->mstConfigIs(map);
-  input->portConfigIs("Ethernet1", Lumo::make<Input::PortConfig>());
-  input->portConfigDel("Ethernet1");
-  input->stpiConfigIs("Mst", Lumo::make<Input::StpiConfig>());
+  input->portConfig.is("Ethernet1", Lumo::make<Input::PortConfig>());
+  input->portConfig.del("Ethernet1");
+  input->stpiConfig.is("Mst", Lumo::make<Input::StpiConfig>());
   EXPECT_EQ(watch.changes(), 0);
 }
 

@@ -188,9 +188,9 @@ TEST_F(GlobalStateMirror, ConfiguredModeDoesNotReachIt) {
   start();
   TestSupport::Watch watch(target);
   config->publisher().publishChangeRecursive(267, nullptr, nullptr);
-  status->stpiStatusIs("Mst", Lumo::make<StpiStatus>());
+  status->stpiStatus.is("Mst", Lumo::make<StpiStatus>());
   config->mstConfigIs({{}, {}, 7});
-  config->portConfigIs("Ethernet1", Lumo::make<PortConfig>());
+  config->portConfig.is("Ethernet1", Lumo::make<PortConfig>());
   EXPECT_EQ(watch.changes(), 0);
 }
 

@@ -142,7 +142,7 @@ TEST_F(InterfaceConfigChildren, AreSwitchedWithTheirParent) {
   EXPECT_TRUE(port->publisher().empty());
   EXPECT_TRUE(instance->publisher().empty());
   port->edgePortEnableIs(true);
-  instance->stpiPortStatusIs("Ethernet2", Lumo::make<StpiPortStatus>());
+  instance->stpiPortStatus.is("Ethernet2", Lumo::make<StpiPortStatus>());
   configure("Ethernet3");
   addInstance("Other", {"Ethernet4"});
   EXPECT_EQ(interfaces(), Names{"Ethernet1"});
@@ -156,7 +156,7 @@ TEST_F(InterfaceConfigChildren, AreSwitchedWithTheirParent) {
   EXPECT_EQ(written.changes(), 1);
   expectInterface("Ethernet1", {.edgePort = 0});
   DirectoryLog log(directory);
-  instance->stpiPortStatusIs("Ethernet5", Lumo::make<StpiPortStatus>());
+  instance->stpiPortStatus.is("Ethernet5", Lumo::make<StpiPortStatus>());
   configure("Ethernet6");
   addInstance("Third", {"Ethernet7"});
   EXPECT_EQ(log.take(), (Names{"+Ethernet5", "+Ethernet6", "+Ethernet7"}));
@@ -191,8 +191,8 @@ TEST_F(InterfaceConfigChildren, GoWithTheirParentHoweverMany) {
     auto const instance = addInstance("Vl" + std::to_string(at));
     sources.emplace_back(instance);
     for (int port = 0; port < 20; ++port) {
-      instance->stpiPortStatusIs("Ethernet" + std::to_string(at * 20 + port),
-                                 Lumo::make<StpiPortStatus>());
+      instance->stpiPortStatus.is("Ethernet" + std::to_string(at * 20 + port),
+                                  Lumo::make<StpiPortStatus>());
     }
   }
   start();
@@ -307,8 +307,8 @@ TEST_F(InterfaceConfigDirectoryLife, MayBeDroppedFromAnyOfItsWrites) {
   };
   for (Case const& given : cases) {
     SCOPED_TRACE(given.name);
-    input->portConfigDelAll();
-    status->stpiStatusDelAll();
+    input->portConfig.delAll();
+    status->stpiStatus.delAll();
     directory->interfaceDelAll();
     configure("Ethernet1");
     configure("Ethernet2");

@@ -64,10 +64,10 @@ TEST_F(InterfaceConfigCleanUp, HoldsAPortOfTwoInstancesOnce) {
   addInstance("A", {"Ethernet1"});
   addInstance("B", {"Ethernet1"});
   mirror->maybeCleanUpExternalIntfConfigs();
-  status->stpiStatusDel("A");
+  status->stpiStatus.del("A");
   mirror->maybeCleanUpExternalIntfConfigs();
   EXPECT_EQ(interfaces(), Names{"Ethernet1"});
-  status->stpiStatusDel("B");
+  status->stpiStatus.del("B");
   mirror->maybeCleanUpExternalIntfConfigs();
   EXPECT_EQ(interfaces(), Names());
 }
@@ -95,8 +95,8 @@ TEST_F(InterfaceConfigCleanUp, EqualsTheRuleInRandomWorlds) {
   auto const chosen = [&](unsigned oneIn) { return random() % oneIn == 0; };
   for (int world = 0; world < 1000; ++world) {
     SCOPED_TRACE(world);
-    input->portConfigDelAll();
-    status->stpiStatusDelAll();
+    input->portConfig.delAll();
+    status->stpiStatus.delAll();
     directory->interfaceDelAll();
     std::vector<std::string> order = names;
     std::ranges::shuffle(order, random);
@@ -113,7 +113,7 @@ TEST_F(InterfaceConfigCleanUp, EqualsTheRuleInRandomWorlds) {
       auto const instance = addInstance("Vl" + std::to_string(at));
       for (std::string const& name : order) {
         if (chosen(5)) {
-          instance->stpiPortStatusIs(name, Lumo::make<StpiPortStatus>());
+          instance->stpiPortStatus.is(name, Lumo::make<StpiPortStatus>());
         }
       }
     }

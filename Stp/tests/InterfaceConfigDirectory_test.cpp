@@ -54,7 +54,7 @@ TEST_F(InterfaceConfigDirectory, KeepsTheSettingsOfAnInterfaceThatIsThere) {
   auto const left = leaveInterface("Ethernet1", {.linkType = 1, .edgePort = 2, .bpduGuard = 1});
   auto const port = Lumo::make<Input::PortConfig>();
   port->linkTypeIs(Input::PortConfig::LinkType::pointToPoint);
-  input->portConfigIs("Ethernet1", port);
+  input->portConfig.is("Ethernet1", port);
   start();
   EXPECT_EQ(interface("Ethernet1"), left);
   expectInterface("Ethernet1", {.linkType = 1, .edgePort = 255, .bpduGuard = 1});
@@ -139,7 +139,7 @@ TEST_F(InterfaceConfigDirectory, GivesAReplacedConfigurationANewChild) {
   auto const made = madeCount<OCPortConfigSm>();
   auto second = Lumo::make<Input::PortConfig>();
   second->edgePortDisableIs(true);
-  input->portConfigIs("Ethernet1", second);
+  input->portConfig.is("Ethernet1", second);
   EXPECT_EQ(madeCount<OCPortConfigSm>(), made + 1);
   EXPECT_EQ(liveCount<OCPortConfigSm>(), 1U);
   EXPECT_TRUE(first->publisher().empty());
@@ -249,7 +249,7 @@ TEST_F(InterfaceConfigDirectory, AcceptsAnInstanceOfTheSameNameAfterARemoval) {
   removeInstance("Mst");
   addInstance("Mst", {"Ethernet2"});
   EXPECT_EQ(interfaces(), Names{"Ethernet2"});
-  first->stpiPortStatusIs("Ethernet3", Lumo::make<StpiPortStatus>());
+  first->stpiPortStatus.is("Ethernet3", Lumo::make<StpiPortStatus>());
   EXPECT_EQ(interfaces(), Names{"Ethernet2"});
   list("Mst", "Ethernet3");
   EXPECT_EQ(interfaces(), (Names{"Ethernet2", "Ethernet3"}));

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -47,36 +46,22 @@ inline InterfaceConfig recordOf(Lumo::String const& name, Settings const& settin
   return config;
 }
 
-class InterfaceConfigTest : public LeavesNothing {
+class InterfaceConfigTest : public InstancesTest {
  protected:
-  using Names = std::vector<std::string>;
-
   /// Gives a port a new input configuration, also in the place of one.
   Lumo::Ptr<Input::PortConfig> configure(Lumo::String const& port) {
     auto config = Lumo::make<Input::PortConfig>();
-    input->portConfigIs(port, config);
+    input->portConfig.is(port, config);
     return config;
   }
-  void unconfigure(Lumo::String const& port) { input->portConfigDel(port); }
-
-  /// Adds an instance that lists some ports from the start, also in the place of one.
-  Lumo::Ptr<StpiStatus> addInstance(Lumo::String const& name,
-                                    std::initializer_list<char const*> ports = {}) {
-    auto instance = Lumo::make<StpiStatus>();
-    for (char const* const port : ports) {
-      instance->stpiPortStatusIs(port, Lumo::make<StpiPortStatus>());
-    }
-    status->stpiStatusIs(name, instance);
-    return instance;
-  }
-  void removeInstance(Lumo::String const& name) { status->stpiStatusDel(name); }
+  void unconfigure(Lumo::String const& port) { input->portConfig.del(port); }
 
   /// Lets a present instance list a port, or list it no more.
   void list(Lumo::String const& instance, Lumo::String const& port) {
-    status->stpiStatus(instance)->stpiPortStatusIs(port, Lumo::make<StpiPortStatus>());
+    status->stpiStatus(instance)->stpiPortStatus.is(port, Lumo::make<StpiPortStatus>());
   }
   void unlist(Lumo::String const& instance, Lumo::String const& port) {
-    status->stpiStatus(instance)->stpiPortStatusDel(port);
+    status->stpiStatus(instance)->stpiPortStatus.del(port);
   }
 
   void start() { mirror = oCInterfaceConfigDirSmFactory(input, status, directory); }
@@ -133,7 +118,6 @@ class InterfaceConfigTest : public LeavesNothing {
   };
 
   Lumo::Ptr<Input::Config> input = Lumo::make<Input::Config>();
-  Lumo::Ptr<Status> status = Lumo::make<Status>();
   Lumo::Ptr<OCInterfaceConfigDir> directory = Lumo::make<OCInterfaceConfigDir>();
   Lumo::Ptr<OCInterfaceConfigDirSm> mirror;
 };

@@ -156,7 +156,7 @@ TEST_F(InterfaceConfigDispatch, DropsChangesWhileMarked) {
   // The mark is the reactor's own: its children go on.
   port->edgePortEnableIs(true);
   expectInterface("Ethernet1", {.edgePort = 0});
-  instance->stpiPortStatusIs("Ethernet4", Lumo::make<StpiPortStatus>());
+  instance->stpiPortStatus.is("Ethernet4", Lumo::make<StpiPortStatus>());
   EXPECT_EQ(interfaces(), (Names{"Ethernet1", "Ethernet4"}));
 
   mirror->velDoZombieReactors(false);

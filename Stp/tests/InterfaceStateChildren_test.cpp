@@ -115,7 +115,7 @@ TEST_F(InterfaceStateChildren, AreRefusedWhenAPortConfigurationComesChangesOrGoe
   auto const second = configure("Ethernet1");
   expectReinstantiationRefused(6, 132, first.get(), second.get(),
                                [&] { child->handleStpiPortStatus("Ethernet1"); });
-  config->portConfigDel("Ethernet1");
+  config->portConfig.del("Ethernet1");
   expectReinstantiationRefused(6, 132, first.get(), nullptr,
                                [&] { child->handleStpiPortStatus("Ethernet1"); });
   // The handler that would refuse still lets the port go.
@@ -333,7 +333,7 @@ TEST_F(InterfaceStateLife, MayBeDroppedFromAnyWrite) {
       [this] { reported("Mst", "Ethernet1")->operEdgePortIs(true); },
   };
   for (auto const& change : changes) {
-    status->stpiStatusDelAll();
+    status->stpiStatus.delAll();
     addInstance("Mst", {"Ethernet1"});
     start();
     Watch<OCInterfaceStateDir> dropping(directory, [&](auto...) { stop(); });

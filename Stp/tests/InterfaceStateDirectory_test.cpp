@@ -48,10 +48,10 @@ TEST_F(InterfaceStateDirectory, FillsTheStatesOfAnInstanceThatComes) {
   auto const port = Lumo::make<StpiPortStatus>();
   port->operPointToPointMacIs(true);
   port->operEdgePortIs(true);
-  instance->stpiPortStatusIs("Ethernet1", port);
+  instance->stpiPortStatus.is("Ethernet1", port);
   configure("Ethernet1");
   StateLog log(directory);
-  status->stpiStatusIs("Mst", instance);
+  status->stpiStatus.is("Mst", instance);
   EXPECT_EQ(log.take(),
             (std::vector<StateLog::Entry>{
                 {"Ethernet1", {0, 2, 255}}, {"Ethernet1", {0, 0, 255}}, {"Ethernet1", {0, 0, 0}}}));
@@ -175,7 +175,7 @@ TEST_F(InterfaceStateDirectory, AcceptsAnInstanceOfTheSameNameAfterARemoval) {
   removeInstance("Mst");
   addInstance("Mst", {"Ethernet2"});
   EXPECT_EQ(portChildren("Mst"), Names{"Ethernet2"});
-  first->stpiPortStatusIs("Ethernet3", Lumo::make<StpiPortStatus>());
+  first->stpiPortStatus.is("Ethernet3", Lumo::make<StpiPortStatus>());
   EXPECT_EQ(states(), (Names{"Ethernet1", "Ethernet2"}));
 }
 
@@ -196,7 +196,7 @@ TEST_F(InterfaceStateDirectory, DoesNotHearOfAConfigurationThatComesOrGoes) {
   start();
   StateLog log(directory);
   configure("Ethernet1", 1);
-  config->portConfigDel("Ethernet2");
+  config->portConfig.del("Ethernet2");
   EXPECT_TRUE(log.take().empty());
   // The child has the one that it was made with.
   second->bpduguardIs(Guard::bpduguardDisabled);
@@ -217,7 +217,7 @@ TEST_F(InterfaceStateDirectory, FollowsManyPorts) {
     expectState("Ethernet" + std::to_string(at),
                 {.edgePort = at % 2 == 0 ? 0U : 1U, .bpduGuard = at % 3 == 0 ? 1U : 0U});
   }
-  instance->stpiPortStatusDelAll();
+  instance->stpiPortStatus.delAll();
   EXPECT_EQ(liveCount<OCStpiPortStatusSm>(), 0U);
   EXPECT_EQ(states().size(), 2000U);
 }

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -36,38 +35,26 @@ inline PortState stateOf(InterfaceState const& state) {
           static_cast<unsigned>(state.bpduGuard)};
 }
 
-class InterfaceStateTest : public LeavesNothing {
+class InterfaceStateTest : public InstancesTest {
  protected:
-  using Names = std::vector<std::string>;
   using Guard = PortConfigBase::BpduguardEnabledState;
 
   /// Gives a port a new running configuration, also in the place of one.
   Lumo::Ptr<PortConfig> configure(Lumo::String const& port, unsigned bpduguard = 0) {
     auto portConfig = Lumo::make<PortConfig>();
     portConfig->bpduguardIs(static_cast<Guard>(bpduguard));
-    config->portConfigIs(port, portConfig);
+    config->portConfig.is(port, portConfig);
     return portConfig;
   }
-
-  Lumo::Ptr<StpiStatus> addInstance(Lumo::String const& name,
-                                    std::initializer_list<char const*> ports = {}) {
-    auto instance = Lumo::make<StpiStatus>();
-    for (char const* const port : ports) {
-      instance->stpiPortStatusIs(port, Lumo::make<StpiPortStatus>());
-    }
-    status->stpiStatusIs(name, instance);
-    return instance;
-  }
-  void removeInstance(Lumo::String const& name) { status->stpiStatusDel(name); }
 
   /// Lets a present instance report a port, also in the place of another report, or no more.
   Lumo::Ptr<StpiPortStatus> report(Lumo::String const& instance, Lumo::String const& port) {
     auto portStatus = Lumo::make<StpiPortStatus>();
-    status->stpiStatus(instance)->stpiPortStatusIs(port, portStatus);
+    status->stpiStatus(instance)->stpiPortStatus.is(port, portStatus);
     return portStatus;
   }
   void unreport(Lumo::String const& instance, Lumo::String const& port) {
-    status->stpiStatus(instance)->stpiPortStatusDel(port);
+    status->stpiStatus(instance)->stpiPortStatus.del(port);
   }
   Lumo::Ptr<StpiPortStatus> reported(Lumo::String const& instance, Lumo::String const& port) const {
     return status->stpiStatus(instance)->stpiPortStatus(port);
@@ -130,7 +117,6 @@ class InterfaceStateTest : public LeavesNothing {
   };
 
   Lumo::Ptr<Config> config = Lumo::make<Config>();
-  Lumo::Ptr<Status> status = Lumo::make<Status>();
   Lumo::Ptr<OCInterfaceStateDir> directory = Lumo::make<OCInterfaceStateDir>();
   Lumo::Ptr<OCInterfaceStateDirSm> mirror;
 };

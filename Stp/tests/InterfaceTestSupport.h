@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,12 +18,12 @@
 #include "Lumo/HideMe.h"
 #include "Lumo/ModuleInspect.h"
 #include "Lumo/Ptr.h"
-#include "Stp/Module.h"
 #include "Stp/tests/TestSupport.h"
-#include "Vel/Reinstantiation.h"
+#include "StpTypes/Status.h"
 
 namespace Stp::InterfaceTest {
 
+using TestSupport::expectReinstantiationRefused;
 using TestSupport::HandlerLines;
 using TestSupport::LeavesNothing;
 using TestSupport::Watch;
@@ -96,22 +97,25 @@ inline std::vector<std::string> childNamesOf(Lumo::Node& parent, std::string_vie
   return names;
 }
 
-/// Expects `ask` to be refused, since a child of the class at `classIndex` holds `stored` in
-/// `field` where `given` was asked for.
-template <class Ask>
-void expectReinstantiationRefused(std::uint16_t classIndex, Lumo::FieldId field,
-                                  Lumo::Node const* stored, Lumo::Node const* given, Ask ask) {
-  try {
-    ask();
-    ADD_FAILURE() << "another field " << field << " was accepted";
-  } catch (Vel::ReinstantiationException const& refused) {
-    EXPECT_EQ(refused.type(),
-              (Lumo::VelTypeBase{&_StpOpenConfigSm_a888b7c7e663556e_velModule, classIndex}));
-    EXPECT_EQ(refused.field(), field);
-    EXPECT_EQ(refused.stored(), stored);
-    EXPECT_EQ(refused.given(), given);
+/// The instances of a bridge and the ports that they list.
+class InstancesTest : public LeavesNothing {
+ protected:
+  using Names = std::vector<std::string>;
+
+  /// Adds an instance that lists some ports from the start, also in the place of one.
+  Lumo::Ptr<StpiStatus> addInstance(Lumo::String const& name,
+                                    std::initializer_list<char const*> ports = {}) {
+    auto instance = Lumo::make<StpiStatus>();
+    for (char const* const port : ports) {
+      instance->stpiPortStatus.is(port, Lumo::make<StpiPortStatus>());
+    }
+    status->stpiStatus.is(name, instance);
+    return instance;
   }
-}
+  void removeInstance(Lumo::String const& name) { status->stpiStatus.del(name); }
+
+  Lumo::Ptr<Status> status = Lumo::make<Status>();
+};
 
 /// Announces a change of every number that an attribute could have, each with the same key, and
 /// calls `after(field)` for each.

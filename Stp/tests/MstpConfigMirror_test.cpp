@@ -11,8 +11,8 @@
 #include "Lumo/RangeException.h"
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/tests/MstTestSupport.h"
+#include "Stp/tests/MstpConfigTestSupport.h"
 #include "Stp/tests/TestSupport.h"
-#include "Vel/Reinstantiation.h"
 
 namespace Stp {
 namespace {
@@ -22,84 +22,25 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::KilledBySignal;
 using TestSupport::byteMap;
-using TestSupport::ConfigWrites;
 using TestSupport::everyVlanTo;
 using TestSupport::HandlerLines;
+using TestSupport::instanceIdError;
 using TestSupport::MapEntry;
 using TestSupport::MstiRecord;
 using TestSupport::MstiRecords;
 using TestSupport::recordsOf;
 using TestSupport::Watch;
 
-constexpr char const* instanceIdError =
-    "Stp::InstanceId::value < Stp::InstanceId::minInstanceId or > "
-    "Stp::InstanceId::maxInternalInstanceId not allowed";
-
-class MstpConfigMirror : public TestSupport::LeavesNothing {
+class MstpConfigMirror : public TestSupport::MstpConfigFixture {
  protected:
+  MstpConfigMirror() { mst_ = Lumo::make<Input::StpiConfig>(); }
+
   void mirror() { mirror_ = oCMstpConfigSmFactory("Mst", mst_, input_, directory_); }
 
-  Lumo::Ptr<Input::MstiConfig> configure(Lumo::String const& name, std::uint16_t mstId,
-                                         std::uint16_t priority = 32768) {
-    auto config = Lumo::make<Input::MstiConfig>();
-    config->mstiIdIs(mstId);
-    config->bridgePriorityIs(priority);
-    mst_->mstiConfigIs(name, config);
-    return config;
-  }
-  void unconfigure(Lumo::String const& name) { mst_->mstiConfigDel(name); }
-
-  void mapIs(Lumo::Bytes const& bytes) {
-    MstConfig config;
-    config.vidToMsti = bytes;
-    input_->mstConfigIs(config);
-  }
-
-  // An instance that an earlier run, or the VLAN map, left in the directory.
-  void directoryHas(std::uint16_t id) {
-    OCMstiConfig record;
-    record.mstId = id;
-    record.bridgePriority = OCBridgePriority(12288);
-    record.vlanPush(Bridging::VlanId(10));
-    directory_->mstInstanceIs(id)->configIs(record);
-  }
-  static MstiRecord asLeft(std::uint16_t id) { return {id, 12288, "10"}; }
-
-  void startTheCounts() { writes_.emplace(directory_); }
-  void expectWrites(int members, int records) {
-    EXPECT_EQ(writes_->members(), members);
-    EXPECT_EQ(writes_->records(), records);
-  }
-  MstiRecords directory() const { return recordsOf(*directory_); }
-
-  static std::uint64_t leaves() { return OCMstiConfigSm::memAllocationTracker_.live(); }
-
-  void expectNoSubscriptions() {
-    EXPECT_TRUE(mst_->publisher().empty());
-    EXPECT_TRUE(input_->publisher().empty());
-    EXPECT_EQ(mst_->references(), 1U);
-    EXPECT_EQ(input_->references(), 1U);
-    for (auto const& config : mst_->mstiConfig()) {
-      EXPECT_TRUE(config.value->publisher().empty()) << config.key;
-    }
-    EXPECT_THAT(TestSupport::liveObjects(), IsEmpty());
-  }
-
-  template <class Error>
   void expectBirthRaises(char const* text) {
-    try {
-      mirror();
-      ADD_FAILURE() << "made";
-    } catch (Error const& error) {
-      EXPECT_THAT(error.what(), HasSubstr(text));
-    }
-    expectNoSubscriptions();
+    MstpConfigFixture::expectBirthRaises(text, [this] { mirror(); });
   }
 
-  Lumo::Ptr<Input::StpiConfig> mst_ = Lumo::make<Input::StpiConfig>();
-  Lumo::Ptr<Input::Config> input_ = Lumo::make<Input::Config>();
-  Lumo::Ptr<OCMstiConfigDir> directory_ = Lumo::make<OCMstiConfigDir>();
-  std::optional<ConfigWrites> writes_;
   Lumo::Ptr<OCMstpConfigSm> mirror_;
 };
 
@@ -136,7 +77,7 @@ TEST_F(MstpConfigMirror, TakesTheRecordsIdFromTheConfigurationAndItsPlaceFromThe
 }
 
 TEST_F(MstpConfigMirror, DeletesTheInstanceOfARemovedConfigurationAlthoughVlansMapToIt) {
-  mapIs(byteMap({{10, 3}}));
+  mapIs({{10, 3}});
   auto const config = configure("MST3", 3);
   mirror();
   startTheCounts();
@@ -154,14 +95,14 @@ TEST_F(MstpConfigMirror, FollowsTheRemovalOfAllConfigurations) {
   configure("MST4", 4);
   configure("Cist", 0);
   startTheCounts();
-  mst_->mstiConfigDelAll();
+  mst_->mstiConfig.delAll();
   EXPECT_EQ(directory(), (MstiRecords()));
   EXPECT_EQ(leaves(), 0U);
   expectWrites(3, 0);
 }
 
 TEST_F(MstpConfigMirror, RewritesNoRecordThatExists) {
-  mapIs(byteMap({{10, 3}}));
+  mapIs({{10, 3}});
   directoryHas(3);
   mirror();
   startTheCounts();
@@ -215,14 +156,14 @@ TEST_F(MstpConfigMirror, KeepsAtItsBirthWhatIsConfiguredOrNamedByTheMap) {
     for (Lumo::String const& name : configured) {
       configure(name, 99, 12288);
     }
-    mapIs(map);
+    mapBytesAre(map);
     startTheCounts();
     mirror();
     EXPECT_EQ(directory(), expected);
     expectWrites(static_cast<int>(3 - kept.size()), static_cast<int>(configured.size()));
     writes_.reset();
     mirror_ = nullptr;
-    mst_->mstiConfigDelAll();
+    mst_->mstiConfig.delAll();
     directory_->mstInstanceDelAll();
   }
 }
@@ -230,17 +171,17 @@ TEST_F(MstpConfigMirror, KeepsAtItsBirthWhatIsConfiguredOrNamedByTheMap) {
 TEST_F(MstpConfigMirror, FollowsNeitherTheMapNorTheDirectoryLater) {
   mirror();
   directoryHas(5);
-  mapIs(everyVlanTo(6));
+  mapBytesAre(everyVlanTo(6));
   mapIs({});
   EXPECT_EQ(directory(), (MstiRecords{{5, asLeft(5)}}));
 }
 
 TEST_F(MstpConfigMirror, RaisesForAnInstanceAbove4095BeforeAnyOtherTest) {
-  mapIs(byteMap({{10, 4096}}));
+  mapIs({{10, 4096}});
   directoryHas(7);
   directoryHas(4096);  // named by the map
   directoryHas(8);
-  expectBirthRaises<Lumo::RangeException>(instanceIdError);
+  expectBirthRaises(instanceIdError);
   EXPECT_EQ(directory(), (MstiRecords{{8, asLeft(8)}, {4096, asLeft(4096)}}))
       << "those before it are done";
 }
@@ -248,15 +189,14 @@ TEST_F(MstpConfigMirror, RaisesForAnInstanceAbove4095BeforeAnyOtherTest) {
 TEST_F(MstpConfigMirror, RaisesAtItsBirthForAPriorityAboveTheLimit) {
   configure("MST3", 3, 61440);
   configure("MST4", 4, 61441);
-  expectBirthRaises<Lumo::RangeException>(
-      "Stp::OCBridgePriority::value < 0 or > 61440 not allowed");
+  expectBirthRaises("Stp::OCBridgePriority::value < 0 or > 61440 not allowed");
   EXPECT_EQ(directory(), (MstiRecords{{3, {3, 61440, ""}}, {4, {4, 32768, ""}}}));
 }
 
 TEST_F(MstpConfigMirror, RaisesAtItsBirthForAConfigurationUnderNoInstanceName) {
   configure("MST3", 3);
   configure("MST03", 3);
-  expectBirthRaises<Lumo::RangeException>("\"MST03\"");
+  expectBirthRaises("\"MST03\"");
   EXPECT_EQ(directory(), (MstiRecords{{3, {3, 32768, ""}}}));
 }
 
@@ -311,16 +251,9 @@ TEST_F(MstpConfigMirror, RefusesAChildOfOtherEntities) {
                                  Lumo::Ptr<OCMsti> const& givenInstance, Lumo::FieldId field,
                                  Lumo::Node const* stored, Lumo::Node const* given) {
     SCOPED_TRACE(field);
-    try {
+    TestSupport::expectReinstantiationRefused(9, field, stored, given, [&] {
       mirror_->ocMstiConfigSmIs("MST3", givenConfig, givenInstance);
-      ADD_FAILURE() << "accepted";
-    } catch (Vel::ReinstantiationException const& error) {
-      EXPECT_EQ(error.type().module, &_StpOpenConfigSm_a888b7c7e663556e_velModule);
-      EXPECT_EQ(error.type().classIndex, 9);
-      EXPECT_EQ(error.field(), field);
-      EXPECT_EQ(error.stored(), stored);
-      EXPECT_EQ(error.given(), given);
-    }
+    });
     EXPECT_EQ(mirror_->ocMstiConfigSmIs("MST3", config, instance), child);
   };
   expectRefusal(otherConfig, instance, 131, config.get(), otherConfig.get());

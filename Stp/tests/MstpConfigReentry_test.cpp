@@ -36,7 +36,7 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
     directory_ = Lumo::make<OCMstiConfigDir>();
     mapIs({{10, 5}});
     mst_ = Lumo::make<Input::StpiConfig>();
-    input_->stpiConfigIs("Mst", mst_);
+    input_->stpiConfig.is("Mst", mst_);
     msti_ = configure("MST5");
     configure("MST6");
     mirror_ = oCMstpConfigWrapperSmFactory(input_, directory_);
@@ -44,10 +44,10 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
 
   Lumo::Ptr<Input::MstiConfig> configure(Lumo::String const& name) {
     auto config = Lumo::make<Input::MstiConfig>();
-    mst_->mstiConfigIs(name, config);
+    mst_->mstiConfig.is(name, config);
     return config;
   }
-  void unconfigure(Lumo::String const& name) { mst_->mstiConfigDel(name); }
+  void unconfigure(Lumo::String const& name) { mst_->mstiConfig.del(name); }
   void mapIs(std::vector<MapEntry> const& entries) {
     input_->mstConfigIs(TestSupport::mstConfig(entries));
   }
@@ -56,7 +56,7 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
     Input::MstiConfig& msti = *msti_;
     msti.bridgePriorityIs(msti.bridgePriority() + 1);
   }
-  void mstGoes() { input_->stpiConfigDel("Mst"); }
+  void mstGoes() { input_->stpiConfig.del("Mst"); }
 
   // Whatever happened, the mirror must work once it has what it needs.
   void expectAliveAndWell() {
@@ -66,7 +66,7 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
     EXPECT_EQ(OCMstiConfigSm::memAllocationTracker_.live(), 0U);
     directory_->mstInstanceDelAll();
     mst_ = Lumo::make<Input::StpiConfig>();
-    input_->stpiConfigIs("Mst", mst_);
+    input_->stpiConfig.is("Mst", mst_);
     mapIs({});
     mapIs({{10, 5}});
     configure("MST6")->bridgePriorityIs(4096);
@@ -89,8 +89,8 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
          [this] {
            auto const input = input_;
            auto const mst = mst_;
-           input->stpiConfigDel("Mst");
-           input->stpiConfigIs("Mst", mst);
+           input->stpiConfig.del("Mst");
+           input->stpiConfig.is("Mst", mst);
          }},
     };
   }
@@ -141,26 +141,17 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
 };
 
 TEST_F(MstpConfigReentry, IsSafeWhateverAReaderOfTheInstancesDrops) {
-  for (Deed const& cause : causes()) {
-    for (Deed const& reaction : reactions()) {
-      SCOPED_TRACE(cause.name + "; the reader " + reaction.name);
-      int acted = 0;
-      for (int atChange = 1; atChange <= 8; ++atChange) {
-        for (int nested = 0; nested <= 3; ++nested) {
-          SCOPED_TRACE(std::to_string(atChange) + ", nested " + std::to_string(nested));
-          start();
-          acted += happens(cause, reaction, atChange, nested) ? 1 : 0;
-          if (mirror_) {
-            expectAliveAndWell();
-          }
-          mirror_ = nullptr;
-          ASSERT_THAT(TestSupport::liveObjects(), IsEmpty());
-          ASSERT_FALSE(HasFailure());
-        }
-      }
-      EXPECT_GE(acted, 1);
+  auto const run = [this](Deed const& cause, Deed const& reaction, int atChange, int nested) {
+    start();
+    bool const acted = happens(cause, reaction, atChange, nested);
+    if (mirror_) {
+      expectAliveAndWell();
     }
-  }
+    mirror_ = nullptr;
+    EXPECT_THAT(TestSupport::liveObjects(), IsEmpty());
+    return acted;
+  };
+  TestSupport::everyReaction(causes(), reactions(), 8, 1, run);
 }
 
 // Only a handler that is called directly has a caller whom the exception reaches.

@@ -11,8 +11,8 @@
 #include "Lumo/RangeException.h"
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/tests/MstTestSupport.h"
+#include "Stp/tests/MstpConfigTestSupport.h"
 #include "Stp/tests/TestSupport.h"
-#include "Vel/Reinstantiation.h"
 
 namespace Stp {
 namespace {
@@ -22,94 +22,34 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::KilledBySignal;
 using TestSupport::byteMap;
-using TestSupport::ConfigWrites;
 using TestSupport::everyVlanTo;
 using TestSupport::HandlerLines;
+using TestSupport::instanceIdError;
 using TestSupport::MapEntry;
 using TestSupport::MstiRecord;
 using TestSupport::MstiRecords;
 using TestSupport::recordsOf;
 using TestSupport::Watch;
 
-constexpr char const* instanceIdError =
-    "Stp::InstanceId::value < Stp::InstanceId::minInstanceId or > "
-    "Stp::InstanceId::maxInternalInstanceId not allowed";
-
 MstiRecord const allInCist = {0, 32768, "1-4094"};
 
-class MstpConfigWrapper : public TestSupport::LeavesNothing {
+class MstpConfigWrapper : public TestSupport::MstpConfigFixture {
  protected:
   void mirror() { mirror_ = oCMstpConfigWrapperSmFactory(input_, directory_); }
 
   Lumo::Ptr<Input::StpiConfig> runMstp() {
     mst_ = Lumo::make<Input::StpiConfig>();
-    input_->stpiConfigIs("Mst", mst_);
+    input_->stpiConfig.is("Mst", mst_);
     return mst_;
   }
-  void stopMstp() { input_->stpiConfigDel("Mst"); }
-
-  Lumo::Ptr<Input::MstiConfig> configure(Lumo::String const& name, std::uint16_t mstId,
-                                         std::uint16_t priority = 32768) {
-    auto config = Lumo::make<Input::MstiConfig>();
-    config->mstiIdIs(mstId);
-    config->bridgePriorityIs(priority);
-    mst_->mstiConfigIs(name, config);
-    return config;
-  }
-  void unconfigure(Lumo::String const& name) { mst_->mstiConfigDel(name); }
-
-  void mapBytesAre(Lumo::Bytes const& bytes) {
-    MstConfig config;
-    config.vidToMsti = bytes;
-    input_->mstConfigIs(config);
-  }
-  void mapIs(std::vector<MapEntry> const& entries) { mapBytesAre(byteMap(entries)); }
-
-  // An instance that an earlier run left in the directory.
-  void directoryHas(std::uint16_t id) {
-    OCMstiConfig record;
-    record.mstId = id;
-    record.bridgePriority = OCBridgePriority(12288);
-    record.vlanPush(Bridging::VlanId(10));
-    directory_->mstInstanceIs(id)->configIs(record);
-  }
-
-  void startTheCounts() { writes_.emplace(directory_); }
-  void expectWrites(int members, int records) {
-    EXPECT_EQ(writes_->members(), members);
-    EXPECT_EQ(writes_->records(), records);
-  }
-  MstiRecords directory() const { return recordsOf(*directory_); }
-
-  static std::uint64_t configMirrors() { return OCMstpConfigSm::memAllocationTracker_.live(); }
-  static std::uint64_t leaves() { return OCMstiConfigSm::memAllocationTracker_.live(); }
-
-  void expectNoSubscriptions() {
-    EXPECT_TRUE(input_->publisher().empty());
-    EXPECT_EQ(input_->references(), 1U);
-    if (mst_) {
-      EXPECT_TRUE(mst_->publisher().empty());
-      for (auto const& config : mst_->mstiConfig()) {
-        EXPECT_TRUE(config.value->publisher().empty()) << config.key;
-      }
-    }
-    EXPECT_THAT(TestSupport::liveObjects(), IsEmpty());
-  }
+  void stopMstp() { input_->stpiConfig.del("Mst"); }
 
   void expectBirthRaises(char const* text) {
-    try {
-      mirror();
-      ADD_FAILURE() << "made";
-    } catch (Lumo::RangeException const& error) {
-      EXPECT_STREQ(error.what(), text);
-    }
-    expectNoSubscriptions();
+    MstpConfigFixture::expectBirthRaises(text, [this] { mirror(); });
   }
 
-  Lumo::Ptr<Input::Config> input_ = Lumo::make<Input::Config>();
-  Lumo::Ptr<Input::StpiConfig> mst_;
-  Lumo::Ptr<OCMstiConfigDir> directory_ = Lumo::make<OCMstiConfigDir>();
-  std::optional<ConfigWrites> writes_;
+  static std::uint64_t configMirrors() { return OCMstpConfigSm::memAllocationTracker_.live(); }
+
   Lumo::Ptr<OCMstpConfigWrapperSm> mirror_;
 };
 
@@ -218,10 +158,10 @@ TEST_F(MstpConfigWrapper, FollowsMstAlone) {
   startTheCounts();
   HandlerLines ran;
   auto const other = Lumo::make<Input::StpiConfig>();
-  other->mstiConfigIs("MST5", Lumo::make<Input::MstiConfig>());
+  other->mstiConfig.is("MST5", Lumo::make<Input::MstiConfig>());
   for (char const* const name : {"Rstp", "mst", "MST", "Mst0", "Mst ", ""}) {
-    input_->stpiConfigIs(name, other);
-    input_->stpiConfigDel(name);
+    input_->stpiConfig.is(name, other);
+    input_->stpiConfig.del(name);
     mirror_->handleMstpConfigSm(name);
   }
   EXPECT_THAT(ran.handlers(), IsEmpty());
@@ -237,7 +177,7 @@ TEST_F(MstpConfigWrapper, BringsInMstAndTakesItBack) {
   configure("MST5", 5, 4096);
   configure("MST6", 6, 8192);
   startTheCounts();
-  input_->stpiConfigIs("Mst", mst_);
+  input_->stpiConfig.is("Mst", mst_);
   EXPECT_EQ(
       directory(),
       (MstiRecords{{0, {0, 32768, "1-9 11-4094"}}, {5, {5, 4096, "10"}}, {6, {6, 8192, ""}}}));
@@ -395,16 +335,9 @@ TEST_F(MstpConfigWrapper, RefusesAChildOfOtherEntities) {
         Case{otherMst, otherInput, otherDirectory, 131, mst.get(), otherMst.get()},
         Case{mst, nullptr, otherDirectory, 132, input_.get(), nullptr}}) {
     SCOPED_TRACE(given.field);
-    try {
+    TestSupport::expectReinstantiationRefused(10, given.field, given.stored, given.given, [&] {
       mirror_->ocMstpConfigSmIs("Mst", given.mst, given.input, given.directory);
-      ADD_FAILURE() << "accepted";
-    } catch (Vel::ReinstantiationException const& error) {
-      EXPECT_EQ(error.type().module, &_StpOpenConfigSm_a888b7c7e663556e_velModule);
-      EXPECT_EQ(error.type().classIndex, 10);
-      EXPECT_EQ(error.field(), given.field);
-      EXPECT_EQ(error.stored(), given.stored);
-      EXPECT_EQ(error.given(), given.given);
-    }
+    });
     EXPECT_EQ(mirror_->ocMstpConfigSmIs("Mst", mst, input_, directory_), child);
   }
 }

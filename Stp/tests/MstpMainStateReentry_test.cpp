@@ -64,11 +64,11 @@ class MstpMainStateReentry : public TestSupport::MstpStateFixture {
     MstiStatus& msti = *msti_;
     msti.bridgePriorityIs(msti.bridgePriority() + 1);
   }
-  void mstGoes() { status_->stpiStatusDel("Mst"); }
+  void mstGoes() { status_->stpiStatus.del("Mst"); }
   void mstIsReplaced() {
     auto const other = Lumo::make<StpiStatus>();
-    other->mstiStatusIs("MST7", Lumo::make<MstiStatus>());
-    status_->stpiStatusIs("Mst", other);
+    other->mstiStatus.is("MST7", Lumo::make<MstiStatus>());
+    status_->stpiStatus.is("Mst", other);
   }
 
   // Source changes of every kind that lead to a rebuild.
@@ -78,7 +78,7 @@ class MstpMainStateReentry : public TestSupport::MstpStateFixture {
         {"new instance", [this] { run("MST6"); }},
         {"instance gone", [this] { stop("Cist"); }},
         {"other spanning-tree instance",
-         [this] { status_->stpiStatusIs("Rstp", Lumo::make<StpiStatus>()); }},
+         [this] { status_->stpiStatus.is("Rstp", Lumo::make<StpiStatus>()); }},
         {"map",
          [this] {
            mapIs({{10, 6}, {11, 5}});
@@ -120,7 +120,7 @@ class MstpMainStateReentry : public TestSupport::MstpStateFixture {
            mirror_->velDoZombieReactors(false);
          }},
         {"stops the instance", [this] { stop("MST5"); }},
-        {"stops all instances", [this] { mst_->mstiStatusDelAll(); }},
+        {"stops all instances", [this] { mst_->mstiStatus.delAll(); }},
         {"replaces the instance", [this] { msti_ = run("MST5", 0); }},
         {"changes the protocol", [this] { protocolIs(2); }},
         {"removes Mst", [this] { mstGoes(); }},
@@ -156,29 +156,20 @@ class MstpMainStateReentry : public TestSupport::MstpStateFixture {
 };
 
 TEST_F(MstpMainStateReentry, IsSafeWhateverAReaderOfTheDirectoryDoes) {
-  for (Deed const& cause : causes()) {
-    for (Deed const& reaction : reactions()) {
-      SCOPED_TRACE(cause.name + "; the reader " + reaction.name);
-      int acted = 0;
-      for (int atChange = 1; atChange <= 6; ++atChange) {
-        for (int nested = 0; nested <= 3; ++nested) {
-          SCOPED_TRACE(std::to_string(atChange) + ", nested " + std::to_string(nested));
-          startAgain();
-          acted += happens(cause, reaction, atChange, nested) ? 1 : 0;
-          if (mirror_) {
-            expectAliveAndWell();
-          }
-          mirror_ = nullptr;
-          trigger_ = nullptr;
-          if (status_) {
-            expectNoSubscriptions();
-          }
-          ASSERT_FALSE(HasFailure());
-        }
-      }
-      EXPECT_GE(acted, 3);
+  auto const run = [this](Deed const& cause, Deed const& reaction, int atChange, int nested) {
+    startAgain();
+    bool const acted = happens(cause, reaction, atChange, nested);
+    if (mirror_) {
+      expectAliveAndWell();
     }
-  }
+    mirror_ = nullptr;
+    trigger_ = nullptr;
+    if (status_) {
+      expectNoSubscriptions();
+    }
+    return acted;
+  };
+  TestSupport::everyReaction(causes(), reactions(), 6, 3, run);
 }
 
 // The leaf outlives its instance, since the watcher is that of a former "Mst". Its own bump then
@@ -188,9 +179,9 @@ TEST_F(MstpMainStateReentry, DropsALeafFromInsideItsOwnBump) {
   auto const instance = run("MST5", 4096);
   mirror();
   auto const after = Lumo::make<StpiStatus>();
-  after->mstiStatusIs("MST5", instance);
-  status_->stpiStatusIs("Mst", after);
-  after->mstiStatusDel("MST5");
+  after->mstiStatus.is("MST5", instance);
+  status_->stpiStatus.is("Mst", after);
+  after->mstiStatus.del("MST5");
   EXPECT_EQ(leaves(), 1U);
   changes();
   instance->bridgePriorityIs(8192);

@@ -25,7 +25,7 @@ class MstpStateFixture : public LeavesNothing {
   /// The protocol is MSTP, and its instance is there, a new one without MST instances.
   Lumo::Ptr<StpiStatus> runMstp() {
     mst_ = Lumo::make<StpiStatus>();
-    status_->stpiStatusIs("Mst", mst_);
+    status_->stpiStatus.is("Mst", mst_);
     protocolIs(3);
     return mst_;
   }
@@ -34,10 +34,10 @@ class MstpStateFixture : public LeavesNothing {
   Lumo::Ptr<MstiStatus> run(Lumo::String const& name, std::uint16_t priority = 32768) {
     auto instance = Lumo::make<MstiStatus>();
     instance->bridgePriorityIs(priority);
-    mst_->mstiStatusIs(name, instance);
+    mst_->mstiStatus.is(name, instance);
     return instance;
   }
-  void stop(Lumo::String const& name) { mst_->mstiStatusDel(name); }
+  void stop(Lumo::String const& name) { mst_->mstiStatus.del(name); }
 
   void mapBytesAre(Lumo::Bytes const& bytes) {
     MstConfig config;

@@ -28,7 +28,7 @@ class MstpTrigger : public LeavesNothing {
 
   Bumps bumps() { return std::exchange(bumps_, {}); }
 
-  Lumo::Ptr<OCMstpTrigger> trigger_ = OCMstpTrigger::construct();
+  Lumo::Ptr<OCMstpTrigger> trigger_ = OCMstpTrigger::create();
 
  private:
   Bumps bumps_;
@@ -73,7 +73,7 @@ TEST_F(MstpTrigger, AddsModulo256) {
 }
 
 TEST_F(MstpTrigger, EndsTheSubscriptionsToIt) {
-  auto trigger = OCMstpTrigger::construct();
+  auto trigger = OCMstpTrigger::create();
   Lumo::Subscriber slot;
   slot.routineIs([](auto...) { FAIL(); }, this);
   trigger->publisher().subscriberAdd(slot, false);
@@ -89,8 +89,8 @@ class MstSm : public MstpTrigger {
 
   void watch() { watcher_ = oCMstSmFactory(source_, trigger_); }
   void change() {
-    if (!source_->mstiStatusDel("MST5")) {
-      source_->mstiStatusIs("MST5", Lumo::make<MstiStatus>());
+    if (!source_->mstiStatus.del("MST5")) {
+      source_->mstiStatus.is("MST5", Lumo::make<MstiStatus>());
     }
   }
   static char const* traceLine() {
@@ -227,7 +227,7 @@ TYPED_TEST(MstpWatcher, MayHoldTheLastReferenceToItsTrigger) {
   dropper.routineIs([](Lumo::Publisher*, Lumo::Subscriber* slot, Lumo::FieldId, void const*,
                        void const*) { *static_cast<WatcherPtr*>(slot->owner()) = nullptr; },
                     &this->watcher_);
-  auto const fixtures = std::exchange(this->trigger_, OCMstpTrigger::construct());
+  auto const fixtures = std::exchange(this->trigger_, OCMstpTrigger::create());
   this->trigger_->publisher().subscriberAdd(dropper, false);
   this->watch();
   this->trigger_ = fixtures;
@@ -251,8 +251,8 @@ TEST_F(MstiStatusSm, NamesItsKey) {
 
 TEST_F(MstSm, LeavesThePortsAlone) {
   watch();
-  source_->stpiPortStatusIs("Ethernet1", Lumo::make<StpiPortStatus>());
-  source_->stpiPortStatusDel("Ethernet1");
+  source_->stpiPortStatus.is("Ethernet1", Lumo::make<StpiPortStatus>());
+  source_->stpiPortStatus.del("Ethernet1");
   EXPECT_THAT(bumps(), IsEmpty());
 }
 
@@ -261,7 +261,7 @@ TEST(MstpWatcherDeathTest, NotificationEndsTheProcessOfAWatcherWithoutATrigger) 
   auto const msti = Lumo::make<MstiStatus>();
   auto const ofInstance = oCMstSmFactory(instance, nullptr);
   auto const ofMsti = oCMstiStatusSmFactory("MST1", msti, nullptr);
-  EXPECT_EXIT(instance->mstiStatusIs("MST1", msti), testing::KilledBySignal(SIGABRT),
+  EXPECT_EXIT(instance->mstiStatus.is("MST1", msti), testing::KilledBySignal(SIGABRT),
               "Stp::OCMstpTrigger");
   EXPECT_EXIT(msti->bridgePriorityIs(4096), testing::KilledBySignal(SIGABRT), "Stp::OCMstpTrigger");
 }

@@ -84,7 +84,7 @@ TEST_F(StpiStatusConfigMirror, DecidesByListInterfaceAndConfiguration) {
     SCOPED_TRACE(std::string(given.listed ? "listed " : "") + (given.present ? "present " : "") +
                  (given.configured ? "configured" : ""));
     addInstance("Mst");
-    input->portConfigDelAll();
+    input->portConfig.delAll();
     directory->interfaceDelAll();
     watch();
     instanceMirror->hasNotificationActiveIs(false);

@@ -15,6 +15,7 @@
 #include "Lumo/Publisher.h"
 #include "Stp/Module.h"
 #include "Vel/AllocTrack.h"
+#include "Vel/Reinstantiation.h"
 #include "Vel/TraceHandle.h"
 
 namespace Stp::TestSupport {
@@ -36,6 +37,23 @@ class LeavesNothing : public testing::Test {
  protected:
   ~LeavesNothing() override { EXPECT_EQ(liveObjects(), (std::map<std::string, std::uint64_t>())); }
 };
+
+/// Expects `ask` to be refused, since a child of the class at `classIndex` holds `stored` in
+/// `field` where `given` was asked for.
+template <class Ask>
+void expectReinstantiationRefused(std::uint16_t classIndex, Lumo::FieldId field,
+                                  Lumo::Node const* stored, Lumo::Node const* given, Ask ask) {
+  try {
+    ask();
+    ADD_FAILURE() << "another field " << field << " was accepted";
+  } catch (Vel::ReinstantiationException const& refused) {
+    EXPECT_EQ(refused.type(),
+              (Lumo::VelTypeBase{&_StpOpenConfigSm_a888b7c7e663556e_velModule, classIndex}));
+    EXPECT_EQ(refused.field(), field);
+    EXPECT_EQ(refused.stored(), stored);
+    EXPECT_EQ(refused.given(), given);
+  }
+}
 
 /// Subscribes to an entity, counts its changes and lets a test react to each.
 template <class Entity>
@@ -113,6 +131,28 @@ class ActsOnce {
   int seen_ = 0;
   bool acted_ = false;
 };
+
+/// Lets every reader react to every cause: at each of the first changes that a cause makes, at once
+/// or from inside up to three more. `run(cause, reaction, atChange, nested)` tells whether the
+/// reader came to act, which it must at least `least` times for each pair.
+template <class Run>
+void everyReaction(std::vector<Deed> const& causes, std::vector<Deed> const& reactions, int changes,
+                   int least, Run run) {
+  for (Deed const& cause : causes) {
+    for (Deed const& reaction : reactions) {
+      SCOPED_TRACE(cause.name + "; the reader " + reaction.name);
+      int acted = 0;
+      for (int atChange = 1; atChange <= changes; ++atChange) {
+        for (int nested = 0; nested <= 3; ++nested) {
+          SCOPED_TRACE(std::to_string(atChange) + ", nested " + std::to_string(nested));
+          acted += run(cause, reaction, atChange, nested) ? 1 : 0;
+          ASSERT_FALSE(testing::Test::HasFailure());
+        }
+      }
+      EXPECT_GE(acted, least);
+    }
+  }
+}
 
 /// A reader that does not hold what it reads, and is gone with it: at the first change it drops
 /// what `drop` names, and throws 1.

@@ -6,12 +6,12 @@
 #include <string_view>
 
 #include "Lumo/RangeException.h"
+#include "StpTypes/ConfigBase.h"
 
 namespace Stp {
 
 namespace {
 
-constexpr std::uint16_t largestInstanceId = 4095;
 constexpr std::string_view cist = "Cist";
 constexpr std::string_view msti = "MST";
 
@@ -24,8 +24,8 @@ Lumo::String const& mstpInstanceName() {
 
 Lumo::String const& instanceIdToMstiName(std::uint16_t instanceId) {
   // Names are asked for again and again; each is made once and kept.
-  static auto& names = *new std::array<Lumo::String, largestInstanceId + 1>;
-  if (instanceId > largestInstanceId) {
+  static auto& names = *new std::array<Lumo::String, largestMstInstanceId + 1>;
+  if (instanceId > largestMstInstanceId) {
     Lumo::RangeException::throwException(
         "Stp::InstanceId::value < Stp::InstanceId::minInstanceId or > "
         "Stp::InstanceId::maxInternalInstanceId not allowed");
@@ -47,7 +47,7 @@ std::uint16_t mstiNameToInstanceId(Lumo::String const& name) {
     std::uint16_t id = 0;
     auto const [end, error] =
         std::from_chars(text.data() + msti.size(), text.data() + text.size(), id);
-    if (error == std::errc() && end == text.data() + text.size() && id <= largestInstanceId) {
+    if (error == std::errc() && end == text.data() + text.size() && id <= largestMstInstanceId) {
       return id;
     }
   }

@@ -12,6 +12,12 @@
 
 namespace Stp {
 
+/// One entry of a byte map.
+struct VidToMstiEntry {
+  std::uint16_t vlan = 0;
+  std::uint16_t instance = 0;
+};
+
 /// The entries of a byte map: a VLAN id and an instance id, 16 bits each, big-endian. Their number
 /// is the byte size divided by 4, truncated to 16 bits.
 class VidToMstiEntries {
@@ -20,18 +26,16 @@ class VidToMstiEntries {
       : bytes_(v2m.data()), count_(static_cast<std::uint16_t>(v2m.size() / 4)) {}
 
   std::uint16_t count() const noexcept { return count_; }
-  std::uint16_t vlan(std::size_t entry) const noexcept {
-    return static_cast<std::uint16_t>(word(entry) >> 16);
-  }
-  std::uint16_t instance(std::size_t entry) const noexcept {
-    return static_cast<std::uint16_t>(word(entry));
-  }
 
-  /// Both, the VLAN above the instance.
-  std::uint32_t word(std::size_t entry) const noexcept {
-    std::uint8_t const* const at = bytes_ + 4 * entry;
-    return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8 |
-           at[3];
+  /// Behind the last one they are for VLAN 0, which no bridge has.
+  VidToMstiEntry operator[](std::size_t index) const noexcept {
+    if (index >= count_) {
+      return {};
+    }
+    std::uint8_t const* const at = bytes_ + 4 * index;
+    std::uint32_t const word =
+        std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8 | at[3];
+    return {static_cast<std::uint16_t>(word >> 16), static_cast<std::uint16_t>(word)};
   }
 
  private:

@@ -155,8 +155,8 @@ TEST(VidToMsti, LeavesOutTheCistWhenOtherInstancesHaveEveryVlan) {
 
 TEST(VidToMsti, AgreesWithEveryMapOfUpToThreeEntriesOnBoundaryIds) {
   std::vector<MapEntry> choices;
-  for (int const vlan : {0, 1, 2, 3, 10, 11, 4093, 4094, 4095, 65535}) {
-    for (int const instance : {0, 1, 5, 4095, 65535}) {
+  for (int const vlan : {0, 1, 2, 3, 4093, 4094, 4095, 65535}) {
+    for (int const instance : {0, 5, 65535}) {
       choices.push_back({static_cast<std::uint16_t>(vlan), static_cast<std::uint16_t>(instance)});
     }
   }
@@ -253,12 +253,13 @@ TEST(VidToMstiEntries, GivesTheNumbersOfEachEntry) {
   Lumo::Bytes const bytes = byteMap({{0, 65535}, {258, 4095}, {65535, 0}});
   VidToMstiEntries const entries(bytes);
   ASSERT_EQ(entries.count(), 3);
-  EXPECT_EQ(entries.vlan(0), 0);
-  EXPECT_EQ(entries.instance(0), 65535);
-  EXPECT_EQ(entries.vlan(1), 258);
-  EXPECT_EQ(entries.instance(1), 4095);
-  EXPECT_EQ(entries.vlan(2), 65535);
-  EXPECT_EQ(entries.instance(2), 0);
+  EXPECT_EQ(entries[0].vlan, 0);
+  EXPECT_EQ(entries[0].instance, 65535);
+  EXPECT_EQ(entries[1].vlan, 258);
+  EXPECT_EQ(entries[1].instance, 4095);
+  EXPECT_EQ(entries[2].vlan, 65535);
+  EXPECT_EQ(entries[2].instance, 0);
+  EXPECT_EQ(entries[3].vlan, 0);
   EXPECT_EQ(VidToMstiEntries(Lumo::Bytes()).count(), 0);
   EXPECT_EQ(VidToMstiEntries(Lumo::Bytes{1, 2, 3, 4, 5, 6, 7}).count(), 1);
 }

@@ -29,29 +29,7 @@ extern template STP_API void addDisabledVlanIdOrRange(OCGlobalStateContainer&, s
                                                       std::uint16_t);
 
 /// Empties the container's `disabledVlan` and appends one entry for each maximal run of VLANs 1 to
-/// 4094 for which `disabled(id)` holds.
-template <class Container, class Predicate>
-requires requires(Predicate disabled) {
-  static_cast<bool>(disabled(std::uint16_t{1}));
-}
-void compressDisabledVlans(Container& container, Predicate disabled) {
-  constexpr std::uint16_t noRun = Bridging::VlanId::last + 1;
-  container.disabledVlanPopAll();
-  std::uint16_t start = noRun;
-  for (std::uint16_t vlan = Bridging::VlanId::first; vlan <= Bridging::VlanId::last; ++vlan) {
-    if (disabled(vlan)) {
-      start = start == noRun ? vlan : start;
-    } else if (start != noRun) {
-      addDisabledVlanIdOrRange(container, start, static_cast<std::uint16_t>(vlan - 1));
-      start = noRun;
-    }
-  }
-  if (start != noRun) {
-    addDisabledVlanIdOrRange(container, start, Bridging::VlanId::last);
-  }
-}
-
-/// The same for a set, word by word: it costs the runs, not the ids.
+/// 4094 in the set. It costs the runs, not the ids.
 template <class Container>
 STP_API void compressDisabledVlans(Container& container, VlanSet const& disabled);
 extern template STP_API void compressDisabledVlans(OCGlobalConfigContainer&, VlanSet const&);

@@ -43,14 +43,6 @@ std::string compressed(VlanSet const& disabled) {
   compressDisabledVlans(container, disabled);
   return textOf(container.disabledVlan);
 }
-template <class Container>
-std::string compressedOneByOne(VlanSet const& disabled) {
-  Container container;
-  container.disabledVlanPush(Bridging::VlanId(77));
-  compressDisabledVlans(container, [&](std::uint16_t id) { return disabled.contains(id); });
-  return textOf(container.disabledVlan);
-}
-
 Ids expanded(VlanIdOrRange const& entry) {
   Ids ids;
   expandVlans(
@@ -128,7 +120,6 @@ TYPED_TEST(VlanListOf, RunsBecomeEntries) {
        }) {
     SCOPED_TRACE(testing::PrintToString(disabled));
     EXPECT_EQ(compressed<TypeParam>(setOf(disabled)), list);
-    EXPECT_EQ(compressedOneByOne<TypeParam>(setOf(disabled)), list);
   }
 }
 
@@ -138,7 +129,6 @@ TYPED_TEST(VlanListOf, AllVlansAreOneRange) {
     all.insert(id);
   }
   EXPECT_EQ(compressed<TypeParam>(all), "1-4094");
-  EXPECT_EQ(compressedOneByOne<TypeParam>(all), "1-4094");
   for (std::uint16_t const gap : {1, 2, 63, 64, 65, 2047, 2048, 4093, 4094}) {
     VlanSet some = all;
     some.erase(gap);
@@ -148,7 +138,6 @@ TYPED_TEST(VlanListOf, AllVlansAreOneRange) {
       list.append(gap == 4093 ? "" : "-4094");
     }
     EXPECT_EQ(compressed<TypeParam>(some), list);
-    EXPECT_EQ(compressedOneByOne<TypeParam>(some), list);
   }
 }
 
@@ -159,20 +148,6 @@ TYPED_TEST(VlanListOf, CompressionLeavesTheOtherMembers) {
   compressDisabledVlans(container, setOf({7}));
   EXPECT_TRUE(container.bpduGuard);
   EXPECT_EQ(container.enabledProtocol, SharedList{OcStpEnabledProtocol::mstp});
-}
-
-TEST(VlanList, PredicateIsAskedForEachVlanOnceInOrderAndForNoOther) {
-  Ids asked;
-  OCGlobalConfigContainer container;
-  compressDisabledVlans(container, [&](std::uint16_t id) {
-    asked.push_back(id);
-    return id % 2 == 0;
-  });
-  ASSERT_EQ(asked.size(), 4094U);
-  for (std::size_t at = 0; at < asked.size(); ++at) {
-    ASSERT_EQ(asked[at], at + 1);
-  }
-  EXPECT_EQ(container.disabledVlan.size(), 2047U);
 }
 
 // The list of a set, written without a look at how the product does it: each id either lengthens
@@ -204,7 +179,6 @@ void expectSameLists(std::set<unsigned> const& ids) {
   }
   std::string const list = listByHand(ids);
   ASSERT_EQ(compressed<OCGlobalConfigContainer>(set), list);
-  ASSERT_EQ(compressedOneByOne<OCGlobalConfigContainer>(set), list);
 }
 
 TEST(VlanList, IsRightForEverySubsetOfIdsAtABorder) {

@@ -59,7 +59,7 @@ class Change {
   static Change put(Kind kind, Lumo::Ptr<Entity const> const& entity, Row const& row,
                     Lumo::String const& key, Lumo::Ptr<Member> const& member) {
     return {kind, entity, row.name, key,
-            [&row, key, member](Entity& to) { (to.*row.memberIs)(key, member); }};
+            [&row, key, member](Entity& to) { (to.*row.members).is(key, member); }};
   }
 
   /// A VLAN comes to exist.
@@ -105,7 +105,9 @@ class Change {
   template <class Entity, class Row, class MemberKey>
   static Change erase(Lumo::Ptr<Entity const> const& entity, Row const& row, MemberKey const& key) {
     return {Kind::erase, entity, row.name, key, [&row, key](Entity& to) {
-              if constexpr (requires { row.memberDel; }) {
+              if constexpr (requires { (to.*row.members).del(key); }) {
+                (to.*row.members).del(key);
+              } else if constexpr (requires { row.memberDel; }) {
                 (to.*row.memberDel)(key);
               } else if constexpr (requires { row.recordDel; }) {
                 (to.*row.recordDel)(key);
@@ -119,7 +121,9 @@ class Change {
   template <class Entity, class Row>
   static Change clear(Lumo::Ptr<Entity const> const& entity, Row const& row) {
     return {Kind::clear, entity, row.name, {}, [&row](Entity& to) {
-              if constexpr (requires { row.memberDelAll; }) {
+              if constexpr (requires { (to.*row.members).delAll(); }) {
+                (to.*row.members).delAll();
+              } else if constexpr (requires { row.memberDelAll; }) {
                 (to.*row.memberDelAll)();
               } else if constexpr (requires { row.recordDelAll; }) {
                 (to.*row.recordDelAll)();

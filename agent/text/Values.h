@@ -7,6 +7,7 @@
 #include <concepts>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -30,9 +31,10 @@ template <class Record, class Member>
 struct Field {
   std::string_view name;
   Member Record::*member;
+  std::optional<std::uint16_t> greatest = {};  ///< where that is less than the type's
 };
-template <class Record, class Member>
-Field(std::string_view, Member Record::*) -> Field<Record, Member>;
+template <class Record, class Member, class... Greatest>
+Field(std::string_view, Member Record::*, Greatest...) -> Field<Record, Member>;
 
 /// The members of each composite value, in the order in which they are shown.
 constexpr auto fieldsOf(Stp::MstConfig const* /*of*/) {
@@ -52,7 +54,7 @@ constexpr auto fieldsOf(Record const* /*of*/) {
                     Field{"edgePort", &Record::edgePort}, Field{"bpduGuard", &Record::bpduGuard}};
 }
 constexpr auto fieldsOf(Stp::OCMstiRecord const* /*of*/) {
-  return std::tuple{Field{"mstId", &Stp::OCMstiRecord::mstId},
+  return std::tuple{Field{"mstId", &Stp::OCMstiRecord::mstId, Stp::largestMstInstanceId},
                     Field{"bridgePriority", &Stp::OCMstiRecord::bridgePriority},
                     Field{"vlan", &Stp::OCMstiRecord::vlan}};
 }
@@ -73,18 +75,14 @@ struct Limits {
   Integer greatest = std::numeric_limits<Integer>::max();
 };
 
-/// The attributes that take less than their type does.
+/// Those of a type, or what a row narrows them to.
 template <class Integer>
-constexpr Limits<Integer> limitsOf(std::string_view attribute) {
+constexpr Limits<Integer> limitsOf(std::optional<std::uint16_t> greatest) {
   if constexpr (std::same_as<Integer, std::uint16_t>) {
-    if (attribute == "mstiId" || attribute == "mstId") {
-      return {0, 4095};
-    }
-    if (attribute == "bridgePriority") {
-      return {0, Stp::OCBridgePriority::largest};
-    }
+    return {0, greatest.value_or(Limits<Integer>().greatest)};
+  } else {
+    return {};
   }
-  return {};
 }
 
 /// The whole number that `json` is. Refuses everything else, a number written with a fraction or
@@ -120,9 +118,11 @@ void readPlain(Stp::SharedList<Stp::OcStpEnabledProtocol>& value, Json const& js
 void readPlain(Stp::SharedList<Stp::VlanIdOrRange>& value, Json const& json, Where const& where);
 
 /// Makes `value` what `json` says; members that a composite value is not given keep theirs.
-/// `attribute` is its name. When it throws a Refusal, `value` may have changed in part.
+/// A number above `greatest` is refused. When it throws a Refusal, `value` may have changed in
+/// part.
 template <class Value>
-void readValue(Value& value, std::string_view attribute, Json const& json, Where const& where) {
+void readValue(Value& value, Json const& json, Where const& where,
+               std::optional<std::uint16_t> greatest = {}) {
   if constexpr (Composite<Value>) {
     if (!json.is_object()) {
       where.refuse(brief(json) + " is not an object");
@@ -132,7 +132,7 @@ void readValue(Value& value, std::string_view attribute, Json const& json, Where
       bool const known = std::apply(
           [&, &name = name, &member = member](auto const&... field) {
             return ((field.name == name &&
-                     (readValue(value.*field.member, name, member, memberAt), true)) ||
+                     (readValue(value.*field.member, member, memberAt, field.greatest), true)) ||
                     ...);
           },
           fieldsOf(static_cast<Value const*>(nullptr)));
@@ -142,9 +142,9 @@ void readValue(Value& value, std::string_view attribute, Json const& json, Where
     }
   } else if constexpr (std::is_enum_v<Value>) {
     using Integer = std::underlying_type_t<Value>;
-    value = static_cast<Value>(readInteger<Integer>(json, where, limitsOf<Integer>(attribute)));
+    value = static_cast<Value>(readInteger<Integer>(json, where, limitsOf<Integer>(greatest)));
   } else if constexpr (Number<Value>) {
-    value = readInteger<Value>(json, where, limitsOf<Value>(attribute));
+    value = readInteger<Value>(json, where, limitsOf<Value>(greatest));
   } else {
     readPlain(value, json, where);
   }

@@ -36,9 +36,13 @@ std::span<ModuleInspectData const* const> ModuleInspectData::modules() noexcept 
   return registry();
 }
 
+ClassInspectData const* classOf(VelTypeBase type) noexcept {
+  bool const isRegistered = type.module != nullptr && type.classIndex < type.module->classes.size();
+  return isRegistered ? &type.module->classes[type.classIndex] : nullptr;
+}
+
 ClassInspectData const* classOf(Node const& node) {
-  VelTypeBase const type = node.typeData();
-  return type.module == nullptr ? nullptr : &type.module->classes[type.classIndex];
+  return classOf(node.typeData());
 }
 
 }  // namespace Lumo

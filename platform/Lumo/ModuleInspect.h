@@ -40,8 +40,6 @@ struct FieldDescriptor {
   std::string_view name;
   std::string_view type;  ///< qualified type of an argument or child; empty for others
   std::span<Trigger const> triggers = {};  ///< of an operation: the changes that run it
-
-  bool isArgument() const noexcept { return kind <= FieldKind::target; }
 };
 
 /// One class of a module.
@@ -69,7 +67,10 @@ struct ModuleInspectData {
   STP_API static std::span<ModuleInspectData const* const> modules() noexcept;
 };
 
-/// The class that a node's type names, or null for a node that no module registers.
+/// The class that a type names, or null for one that no module registers.
+STP_API ClassInspectData const* classOf(VelTypeBase type) noexcept;
+
+/// The class of a node.
 STP_API ClassInspectData const* classOf(Node const& node);
 
 }  // namespace Lumo

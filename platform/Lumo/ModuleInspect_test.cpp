@@ -60,17 +60,6 @@ TEST(ModuleInspect, FindsFieldsByNameAndNumber) {
   EXPECT_EQ(firstModule.classes[0].field("name"), nullptr);
 }
 
-TEST(FieldDescriptor, TellsArgumentsFromTheRest) {
-  for (FieldKind const kind :
-       {FieldKind::key, FieldKind::source, FieldKind::held, FieldKind::target}) {
-    EXPECT_TRUE((FieldDescriptor{0, kind, "", ""}.isArgument())) << static_cast<int>(kind);
-  }
-  for (FieldKind const kind : {FieldKind::child, FieldKind::children, FieldKind::attribute,
-                               FieldKind::operation, FieldKind::text}) {
-    EXPECT_FALSE((FieldDescriptor{0, kind, "", ""}.isArgument())) << static_cast<int>(kind);
-  }
-}
-
 // Answers with the number of arguments that it got.
 class CountsArguments final : public HideMe {
  public:

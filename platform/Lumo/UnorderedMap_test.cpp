@@ -35,14 +35,61 @@ TEST(UnorderedMap, MakesAFreshValueForANewKeyOnly) {
   EXPECT_EQ(map["a"], 6);
 }
 
-TEST(UnorderedMap, TellsWhereAnEntryStands) {
-  UnorderedMap<String, int> map;
-  EXPECT_EQ(map.position("a"), 0U);
-  EXPECT_EQ(map.position("b"), 1U);
-  EXPECT_EQ(map.position("a"), 0U);
-  EXPECT_EQ(map.size(), 2U);
-  EXPECT_EQ(map.entry(1).first, "b");
-  EXPECT_EQ(map.entry(1).second, 0);
+using Numbers = UnorderedMap<int, int>;
+
+Numbers numbers(int count) {
+  Numbers map;
+  for (int key = 0; key < count; ++key) {
+    map[key] = key * 10;
+  }
+  return map;
+}
+
+// What a look-up found is remembered: it must not outlive what it points to.
+TEST(UnorderedMap, FindsTheSameEntryAgainWhileTheMapGrows) {
+  Numbers map;
+  for (int key = 0; key < 100; ++key) {
+    map[key] = key * 10;
+    for (int repeat = 0; repeat < 2; ++repeat) {
+      ASSERT_NE(map.find(key / 2), nullptr);
+      ASSERT_EQ(*map.find(key / 2), key / 2 * 10);
+    }
+    ASSERT_EQ(map.find(key + 1), nullptr);
+  }
+}
+
+TEST(UnorderedMap, ForgetsWhatItFoundWhenItIsCleared) {
+  Numbers map = numbers(3);
+  EXPECT_EQ(*map.find(1), 10);
+  map.clear();
+  EXPECT_EQ(map.find(1), nullptr);
+  EXPECT_TRUE(map.empty());
+  EXPECT_EQ(map[1], 0);
+}
+
+TEST(UnorderedMap, CopyHasEntriesOfItsOwn) {
+  Numbers map = numbers(3);
+  EXPECT_EQ(*map.find(1), 10);
+  Numbers copy = map;
+  *copy.find(1) = 11;
+  EXPECT_EQ(*map.find(1), 10);
+  EXPECT_EQ(*copy.find(1), 11);
+  copy = map;
+  EXPECT_EQ(*copy.find(1), 10);
+  *copy.find(1) = 12;
+  EXPECT_EQ(*map.find(1), 10);
+}
+
+TEST(UnorderedMap, MovedMapTakesItsEntriesAlong) {
+  Numbers map = numbers(3);
+  EXPECT_EQ(*map.find(1), 10);
+  Numbers moved = std::move(map);
+  *moved.find(1) = 11;
+  EXPECT_EQ(map.find(1), nullptr);  // NOLINT(bugprone-use-after-move): is empty
+  map[1] = 5;
+  EXPECT_EQ(*moved.find(1), 11);
+  map = std::move(moved);
+  EXPECT_EQ(*map.find(1), 11);
 }
 
 TEST(UnorderedMap, TakesAKeyOfItsOwn) {

@@ -7,8 +7,7 @@ namespace Vel {
 namespace {
 
 std::string describe(Lumo::VelTypeBase type, Lumo::FieldId field) {
-  Lumo::ClassInspectData const* const classData =
-      type.module == nullptr ? nullptr : &type.module->classes[type.classIndex];
+  Lumo::ClassInspectData const* const classData = Lumo::classOf(type);
   Lumo::FieldDescriptor const* const descriptor =
       classData == nullptr ? nullptr : classData->field(field);
   return std::string(classData == nullptr ? "a child" : classData->name) + " exists with another " +

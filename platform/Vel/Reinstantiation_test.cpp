@@ -54,6 +54,8 @@ TEST(Reinstantiation, NumbersWhatTheRegistryDoesNotKnow) {
   for (Case const& given : {
            Case{{&module, 0},
                 "Stp::Other exists with another 7 (field 7): it can't be instantiated again"},
+           Case{{&module, 2},
+                "a child exists with another 7 (field 7): it can't be instantiated again"},
            Case{{}, "a child exists with another 7 (field 7): it can't be instantiated again"},
        }) {
     try {

@@ -176,11 +176,11 @@ TEST(Subscription, IsToTheWatchedEntitiesAlone) {
     SCOPED_TRACE(maker.className);
     World world;
     // Nothing that children would watch.
-    world.inputConfig->portConfigDelAll();
-    world.inputConfig->stpiConfigDelAll();
-    world.inputMst->mstiConfigDelAll();
-    world.status->stpiStatusDelAll();
-    world.mst->stpiPortStatusDelAll();
+    world.inputConfig->portConfig.delAll();
+    world.inputConfig->stpiConfig.delAll();
+    world.inputMst->mstiConfig.delAll();
+    world.status->stpiStatus.delAll();
+    world.mst->stpiPortStatus.delAll();
     Lumo::Ptr<Lumo::Node> const object = maker.make(world);
     std::vector<std::string_view> watched;
     world.eachSource([&](std::string_view name, auto const& entity) {

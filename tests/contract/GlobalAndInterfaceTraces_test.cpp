@@ -94,15 +94,15 @@ TEST(HandlerTraces, OfTheInstanceConfigurationMirror) {
 
 TEST(HandlerTraces, OfTheInterfaceConfigurationDirectory) {
   World w;
-  w.mst->stpiPortStatusDel("Ethernet2");
+  w.mst->stpiPortStatus.del("Ethernet2");
   expectTraced(
       [&] {
         auto const mirror =
             oCInterfaceConfigDirSmFactory(w.inputConfig, w.status, w.ocInterfaceConfigDir);
-        w.inputConfig->portConfigDel("Ethernet1");
-        w.status->stpiStatusDel("Mst");
-        w.inputConfig->portConfigIs("Ethernet1", w.inputPort);
-        w.inputConfig->portConfigDel("Ethernet1");
+        w.inputConfig->portConfig.del("Ethernet1");
+        w.status->stpiStatus.del("Mst");
+        w.inputConfig->portConfig.is("Ethernet1", w.inputPort);
+        w.inputConfig->portConfig.del("Ethernet1");
       },
       {
           {"Stp::OCInterfaceConfigDirSm::handleInitialized():547",
@@ -205,11 +205,11 @@ TEST(HandlerTraces, OfThePortStateMirror) {
 
 TEST(HandlerTraces, OfTheInstanceStateMirror) {
   World w;
-  w.mst->stpiPortStatusDel("Ethernet1");
+  w.mst->stpiPortStatus.del("Ethernet1");
   expectTraced(
       [&] {
         auto const mirror = oCStpiStatusSmFactory("Mst", w.config, w.mst, w.ocInterfaceStateDir);
-        w.mst->stpiPortStatusDel("Ethernet2");
+        w.mst->stpiPortStatus.del("Ethernet2");
       },
       {
           {"Stp::OCStpiStatusSm::handleInitialized():664",
@@ -234,11 +234,11 @@ TEST(HandlerTraces, OfTheInstanceStateMirror) {
 
 TEST(HandlerTraces, OfTheInterfaceStateDirectory) {
   World w;
-  w.mst->stpiPortStatusDelAll();
+  w.mst->stpiPortStatus.delAll();
   expectTraced(
       [&] {
         auto const mirror = oCInterfaceStateDirSmFactory(w.config, w.status, w.ocInterfaceStateDir);
-        w.status->stpiStatusDel("Mst");
+        w.status->stpiStatus.del("Mst");
       },
       {
           {"Stp::OCInterfaceStateDirSm::handleInitialized():691",

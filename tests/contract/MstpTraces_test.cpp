@@ -31,7 +31,7 @@ TEST(HandlerTraces, OfTheMstpConfigurationMirror) {
       [&] {
         auto const mirror =
             oCMstpConfigSmFactory("Mst", w.inputMst, w.inputConfig, w.ocMstiConfigDir);
-        w.inputMst->mstiConfigDel("MST1");
+        w.inputMst->mstiConfig.del("MST1");
       },
       {
           {"Stp::OCMstpConfigSm::handleInitialized():741",
@@ -47,12 +47,12 @@ TEST(HandlerTraces, OfTheMstpConfigurationMirror) {
 
 TEST(HandlerTraces, OfTheMstpConfigurationWrapper) {
   World w;
-  w.inputMst->mstiConfigDelAll();
+  w.inputMst->mstiConfig.delAll();
   expectTraced(
       [&] {
         auto const mirror = oCMstpConfigWrapperSmFactory(w.inputConfig, w.ocMstiConfigDir);
-        w.inputConfig->stpiConfigIs("Other", Lumo::make<Input::StpiConfig>());  // not even traced
-        w.inputConfig->stpiConfigDel("Mst");
+        w.inputConfig->stpiConfig.is("Other", Lumo::make<Input::StpiConfig>());  // not even traced
+        w.inputConfig->stpiConfig.del("Mst");
         w.inputConfig->mstConfigIs({});
       },
       {
@@ -82,7 +82,7 @@ TEST(HandlerTraces, OfTheMstWatcher) {
   expectTraced(
       [&] {
         auto const watcher = oCMstSmFactory(w.mst, w.trigger);
-        w.mst->mstiStatusIs("MST2", Lumo::make<MstiStatus>());
+        w.mst->mstiStatus.is("MST2", Lumo::make<MstiStatus>());
       },
       {{"Stp::OCMstSm::triggerInc():851", "OCMstSm::triggerInc() "}});
 }

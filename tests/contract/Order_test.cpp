@@ -13,8 +13,12 @@
 #include "Lumo/Ptr.h"
 #include "Lumo/Publisher.h"
 #include "Stp/frame/Reactor.h"
+#include "Stp/frame/tests/ProbeModule.h"
 
 namespace Stp::OrderTest {
+
+using FrameTest::inactive;
+using FrameTest::ProbeModule;
 
 using Log = std::vector<std::string>;
 
@@ -47,14 +51,13 @@ class Thing final : public Lumo::Node {
 
 template <char letter>
 struct LeafSmAttributes {
-  static constexpr std::uint16_t classIndex = 0;
-
   Source<"thing", Thing<letter> const> thing;
 };
 
 template <char letter>
-class LeafSm final : public Reactor<LeafSm<letter>, LeafSmAttributes<letter>> {
-  using Base = Reactor<LeafSm<letter>, LeafSmAttributes<letter>>;
+class LeafSm final
+    : public Reactor<LeafSm<letter>, LeafSmAttributes<letter>, ProbeModule<LeafSm<letter>>> {
+  using Base = typename LeafSm::Reactor;
 
  public:
   explicit LeafSm(Lumo::Ptr<Thing<letter> const> const& thing) : Base(thing) {}
@@ -69,13 +72,11 @@ class LeafSm final : public Reactor<LeafSm<letter>, LeafSmAttributes<letter>> {
 };
 
 struct NamedSmAttributes {
-  static constexpr std::uint16_t classIndex = 0;
-
   Key name;
   Source<"thing", Thing<'k'> const> thing;
 };
 
-class NamedSm final : public Reactor<NamedSm, NamedSmAttributes> {
+class NamedSm final : public Reactor<NamedSm, NamedSmAttributes, ProbeModule<NamedSm>> {
  public:
   NamedSm(Lumo::String const& name, Lumo::Ptr<Thing<'k'> const> const& thing)
       : Reactor(name, thing) {}
@@ -90,8 +91,6 @@ class NamedSm final : public Reactor<NamedSm, NamedSmAttributes> {
 };
 
 struct RootSmAttributes {
-  static constexpr std::uint16_t classIndex = 0;
-
   Key name;
   Source<"a", Thing<'a'> const> a;
   Target<"x", Thing<'x'>> x;
@@ -102,7 +101,7 @@ struct RootSmAttributes {
   Children<"named", NamedSm> named;
 };
 
-class RootSm final : public Reactor<RootSm, RootSmAttributes> {
+class RootSm final : public Reactor<RootSm, RootSmAttributes, ProbeModule<RootSm>> {
  public:
   RootSm(Lumo::String const& name, Lumo::Ptr<Thing<'a'> const> const& a,
          Lumo::Ptr<Thing<'x'>> const& x, Lumo::Ptr<Thing<'b'> const> const& b,
@@ -130,7 +129,7 @@ class RootSm final : public Reactor<RootSm, RootSmAttributes> {
 namespace {
 
 Lumo::Ptr<RootSm> makeRoot() {
-  return RootSm::construct(
+  return inactive<RootSm>(
       "root", Lumo::Ptr<Thing<'a'> const>(Lumo::make<Thing<'a'>>()), Lumo::make<Thing<'x'>>(),
       Lumo::Ptr<Thing<'b'> const>(Lumo::make<Thing<'b'>>()),
       Lumo::Ptr<Thing<'h'> const>(Lumo::make<Thing<'h'>>()), Lumo::make<Thing<'c'>>());

@@ -96,47 +96,33 @@ Lumo::String const& nameOf(Members collection, int key) {
 }
 
 // Puts a member into a collection, deletes it, or deletes all.
-template <class Member, class Owner>
-void change(Sources& sources, Owner& owner, Operation const& operation,
-            void (Owner::*is)(Lumo::String const&, Lumo::Ptr<Member> const&),
-            bool (Owner::*del)(Lumo::String const&), void (Owner::*delAll)()) {
+template <class Member>
+void change(Sources& sources, Stp::Members<Lumo::String, Member>& members,
+            Operation const& operation) {
   auto const collection = static_cast<Members>(operation.a);
   if (operation.what == Do::put) {
-    (owner.*is)(nameOf(collection, operation.c), sources.at<Member>(operation.d));
+    members.is(nameOf(collection, operation.c), sources.at<Member>(operation.d));
   } else if (operation.what == Do::remove) {
-    (owner.*del)(nameOf(collection, operation.c));
+    members.del(nameOf(collection, operation.c));
   } else {
-    (owner.*delAll)();
+    members.delAll();
   }
 }
 
 void changeMembers(Sources& sources, Operation const& operation) {
-  using namespace Stp;
   switch (static_cast<Members>(operation.a)) {
-    case Members::inputPorts:
-      return change(sources, *sources.inputConfig, operation, &Input::Config::portConfigIs,
-                    &Input::Config::portConfigDel, &Input::Config::portConfigDelAll);
+    case Members::inputPorts: return change(sources, sources.inputConfig->portConfig, operation);
     case Members::inputInstances:
-      return change(sources, *sources.inputConfig, operation, &Input::Config::stpiConfigIs,
-                    &Input::Config::stpiConfigDel, &Input::Config::stpiConfigDelAll);
-    case Members::runningPorts:
-      return change(sources, *sources.config, operation, &Config::portConfigIs,
-                    &Config::portConfigDel, &Config::portConfigDelAll);
-    case Members::statusInstances:
-      return change(sources, *sources.status, operation, &Status::stpiStatusIs,
-                    &Status::stpiStatusDel, &Status::stpiStatusDelAll);
+      return change(sources, sources.inputConfig->stpiConfig, operation);
+    case Members::runningPorts: return change(sources, sources.config->portConfig, operation);
+    case Members::statusInstances: return change(sources, sources.status->stpiStatus, operation);
     case Members::portsOfStatus:
-      return change(sources, *sources.at<StpiStatus>(operation.b), operation,
-                    &StpiStatus::stpiPortStatusIs, &StpiStatus::stpiPortStatusDel,
-                    &StpiStatus::stpiPortStatusDelAll);
+      return change(sources, sources.at<Stp::StpiStatus>(operation.b)->stpiPortStatus, operation);
     case Members::mstisOfStatus:
-      return change(sources, *sources.at<StpiStatus>(operation.b), operation,
-                    &StpiStatus::mstiStatusIs, &StpiStatus::mstiStatusDel,
-                    &StpiStatus::mstiStatusDelAll);
+      return change(sources, sources.at<Stp::StpiStatus>(operation.b)->mstiStatus, operation);
     case Members::mstisOfConfig:
-      return change(sources, *sources.at<Input::StpiConfig>(operation.b), operation,
-                    &Input::StpiConfig::mstiConfigIs, &Input::StpiConfig::mstiConfigDel,
-                    &Input::StpiConfig::mstiConfigDelAll);
+      return change(sources, sources.at<Stp::Input::StpiConfig>(operation.b)->mstiConfig,
+                    operation);
   }
 }
 

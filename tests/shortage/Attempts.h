@@ -52,4 +52,15 @@ inline void forgetInterfaces(World& world) {
   world.interfaces->interfaceDelAll();
 }
 
+/// An MST instance that was added, but whose record a reader kept from being written, is no longer
+/// new to the second attempt, which would leave its number as it is.
+inline void forgetUnfinishedInstances(World& world) {
+  for (auto const& member : world.mstis->mstInstance()) {
+    std::uint16_t const id = member.key;
+    if (member.value->config().mstId != id) {
+      world.mstis->mstInstanceDel(id);
+    }
+  }
+}
+
 }  // namespace Shortage

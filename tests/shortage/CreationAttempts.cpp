@@ -73,7 +73,7 @@ std::vector<Attempt> factories() {
     return world.interfaces->interfaceIs(Lanx::IntfId::of("Ethernet1"));
   };
   auto const instance = [](World& world) { return world.mstis->mstInstanceIs(1); };
-  auto const trigger = [](World&) { return Stp::OCMstpTrigger::construct(); };
+  auto const trigger = [](World&) { return Stp::OCMstpTrigger::create(); };
   return {
       creating("OCGlobalConfigSm", true, &nothing, made(&globalConfigMirror)),
       creating("OCGlobalVlanSyncher", false, &nothing, made(&vlanSyncher)),
@@ -89,10 +89,12 @@ std::vector<Attempt> factories() {
       creating("OCInterfaceStateDirSm", true, &nothing, made(&interfaceStateMirror)),
       creating("OCMstiConfigSm", true, instance,
                [](World& world, auto const&) { return mstiConfigMirror(world); }),
-      creating("OCMstpConfigSm", true, &nothing, made(&mstpConfigMirror)),
-      creating("OCMstpConfigWrapperSm", true, &nothing, made(&mstpConfigWrapper)),
+      creating("OCMstpConfigSm", true, &nothing, made(&mstpConfigMirror),
+               &forgetUnfinishedInstances),
+      creating("OCMstpConfigWrapperSm", true, &nothing, made(&mstpConfigWrapper),
+               &forgetUnfinishedInstances),
       creating("OCMstpTrigger", false, &nothing,
-               [](World&, int) { return Stp::OCMstpTrigger::construct(); }),
+               [](World&, int) { return Stp::OCMstpTrigger::create(); }),
       creating("OCMstSm", false, trigger,
                [](World& world, auto const& counter) {
                  return Stp::oCMstSmFactory(world.mst, counter);

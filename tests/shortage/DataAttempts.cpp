@@ -91,10 +91,10 @@ std::vector<Attempt> dataAttempts() {
           "SharedList::push", fullList(), [](auto& list) { list.push(Bridging::VlanId(20)); },
           &listText),
       changing(
-          "SharedList::lastIs of a copy", fullList(),
+          "SharedList::last of a copy", fullList(),
           [kept = std::make_shared<Stp::SharedList<Stp::VlanIdOrRange>>()](auto& list) {
             *kept = list;
-            list.lastIs(Bridging::VlanId(20));
+            list.last() = Bridging::VlanId(20);
           },
           &listText),
       changing(

@@ -21,13 +21,12 @@ Attempt making() {
 // Brings a new member into the collection of a source, which has no more room.
 template <class Entity, class Member>
 Attempt inserting(std::string_view name, Lumo::Ptr<Entity> (*entityOf)(World const&),
-                  Stp::Collection<Lumo::String, Member> const& (Entity::*members)() const,
-                  void (Entity::*memberIs)(Lumo::String const&, Lumo::Ptr<Member> const&)) {
+                  Stp::Members<Lumo::String, Member> Entity::*members) {
   return {name, Keeps::all, true, false, [=](World& world) {
             Lumo::Ptr<Entity> const entity = entityOf(world);
-            auto const add = [entity, memberIs](Lumo::String const& key,
-                                                Lumo::Ptr<Member> const& member) {
-              ((*entity).*memberIs)(key, member);
+            auto const add = [entity, members](Lumo::String const& key,
+                                               Lumo::Ptr<Member> const& member) {
+              ((*entity).*members).is(key, member);
             };
             for (int more = 60; !std::has_single_bit(((*entity).*members)().size()); ++more) {
               add("MST" + std::to_string(more), Lumo::make<Member>());
@@ -44,6 +43,14 @@ Attempt emptying(std::string_view name, Lumo::Ptr<Entity> (*entityOf)(World cons
                  void (Owner::*delAll)()) {
   return {name, Keeps::all, true, false, [=](World& world) {
             return [entity = entityOf(world), delAll] { ((*entity).*delAll)(); };
+          }};
+}
+
+template <class Entity, class Member>
+Attempt emptying(std::string_view name, Lumo::Ptr<Entity> (*entityOf)(World const&),
+                 Stp::Members<Lumo::String, Member> Entity::*members) {
+  return {name, Keeps::all, true, false, [=](World& world) {
+            return [entity = entityOf(world), members] { ((*entity).*members).delAll(); };
           }};
 }
 
@@ -109,30 +116,24 @@ std::vector<Attempt> entityAttempts() {
       making<Stp::OCMstiConfigDir>(),
       making<Stp::OCMstiStateDir>(),
 
-      inserting("Input::Config::portConfigIs", &inputOf, &Stp::Input::Config::portConfig,
-                &Stp::Input::Config::portConfigIs),
-      inserting("Input::Config::stpiConfigIs", &inputOf, &Stp::Input::Config::stpiConfig,
-                &Stp::Input::Config::stpiConfigIs),
-      inserting("Input::StpiConfig::mstiConfigIs", &mstInputOf, &Stp::Input::StpiConfig::mstiConfig,
-                &Stp::Input::StpiConfig::mstiConfigIs),
-      inserting("Config::portConfigIs", &configOf, &Stp::Config::portConfig,
-                &Stp::Config::portConfigIs),
-      inserting("Status::stpiStatusIs", &statusOf, &Stp::Status::stpiStatus,
-                &Stp::Status::stpiStatusIs),
-      inserting("StpiStatus::stpiPortStatusIs", &mstOf, &Stp::StpiStatus::stpiPortStatus,
-                &Stp::StpiStatus::stpiPortStatusIs),
-      inserting("StpiStatus::mstiStatusIs", &mstOf, &Stp::StpiStatus::mstiStatus,
-                &Stp::StpiStatus::mstiStatusIs),
+      inserting("Input::Config::portConfig.is", &inputOf, &Stp::Input::Config::portConfig),
+      inserting("Input::Config::stpiConfig.is", &inputOf, &Stp::Input::Config::stpiConfig),
+      inserting("Input::StpiConfig::mstiConfig.is", &mstInputOf,
+                &Stp::Input::StpiConfig::mstiConfig),
+      inserting("Config::portConfig.is", &configOf, &Stp::Config::portConfig),
+      inserting("Status::stpiStatus.is", &statusOf, &Stp::Status::stpiStatus),
+      inserting("StpiStatus::stpiPortStatus.is", &mstOf, &Stp::StpiStatus::stpiPortStatus),
+      inserting("StpiStatus::mstiStatus.is", &mstOf, &Stp::StpiStatus::mstiStatus),
 
-      emptying("Input::Config::portConfigDelAll", &inputOf, &Stp::Input::Config::portConfigDelAll),
-      emptying("Input::Config::stpiConfigDelAll", &inputOf, &Stp::Input::Config::stpiConfigDelAll),
-      emptying("Input::StpiConfig::mstiConfigDelAll", &mstInputOf,
-               &Stp::Input::StpiConfig::mstiConfigDelAll),
-      emptying("Config::portConfigDelAll", &configOf, &Stp::Config::portConfigDelAll),
+      emptying("Input::Config::portConfig.delAll", &inputOf, &Stp::Input::Config::portConfig),
+      emptying("Input::Config::stpiConfig.delAll", &inputOf, &Stp::Input::Config::stpiConfig),
+      emptying("Input::StpiConfig::mstiConfig.delAll", &mstInputOf,
+               &Stp::Input::StpiConfig::mstiConfig),
+      emptying("Config::portConfig.delAll", &configOf, &Stp::Config::portConfig),
       emptying("ConfigBase::disabledVlanDelAll", &configOf, &Stp::Config::disabledVlanDelAll),
-      emptying("Status::stpiStatusDelAll", &statusOf, &Stp::Status::stpiStatusDelAll),
-      emptying("StpiStatus::stpiPortStatusDelAll", &mstOf, &Stp::StpiStatus::stpiPortStatusDelAll),
-      emptying("StpiStatus::mstiStatusDelAll", &mstOf, &Stp::StpiStatus::mstiStatusDelAll),
+      emptying("Status::stpiStatus.delAll", &statusOf, &Stp::Status::stpiStatus),
+      emptying("StpiStatus::stpiPortStatus.delAll", &mstOf, &Stp::StpiStatus::stpiPortStatus),
+      emptying("StpiStatus::mstiStatus.delAll", &mstOf, &Stp::StpiStatus::mstiStatus),
       emptying("VlanConfigDir::vlanConfigDelAll", &vlansOf, &Stp::VlanConfigDir::vlanConfigDelAll),
 
       {"ConfigBase::mstConfigIs", Keeps::all, true, false,
@@ -193,7 +194,7 @@ std::vector<Attempt> entityAttempts() {
           },
           [](World& world) {
             world.mstiStates->stateAmend(
-                5, [](Stp::OCMstiState& state) { state.vlan.lastIs(Bridging::VlanId(9)); });
+                5, [](Stp::OCMstiState& state) { state.vlan.last() = Bridging::VlanId(9); });
           }),
       writing(
           "OCMstiStateDir::stateDelAll", true,

@@ -91,9 +91,9 @@ std::vector<Attempt> interfaceConfigHandlers() {
       calling(
           "OCStpiStatusConfigSm::handleInitialized", both, bare(&stpiStatusConfigMirror),
           [](auto& mirror) { mirror.handleInitialized(); }, &forgetInterfaces),
-      calling("OCStpiStatusConfigSm::handleStpiPortStatusConfig", both,
-              bare(&stpiStatusConfigMirror),
-              [](auto& mirror) { mirror.handleStpiPortStatusConfig("Ethernet21"); }),
+      calling(
+          "OCStpiStatusConfigSm::handleStpiPortStatusConfig", both, bare(&stpiStatusConfigMirror),
+          [](auto& mirror) { mirror.handleStpiPortStatusConfig("Ethernet21"); }, &forgetInterfaces),
       calling(
           "OCInterfaceConfigDirSm::handleInitialized", both, bare(&interfaceConfigMirror),
           [](auto& mirror) { mirror.handleInitialized(); }, &forgetInterfaces),
@@ -170,10 +170,12 @@ std::vector<Attempt> mstpHandlers() {
   return {
       calling("OCMstiConfigSm::handleBridgePriority", readers, &mstiConfigMirror,
               [](auto& mirror) { mirror.handleBridgePriority(); }),
-      calling("OCMstpConfigSm::handleInitialized", both, &mstpConfigMirror,
-              [](auto& mirror) { mirror.handleInitialized(); }),
-      calling("OCMstpConfigSm::handleMstiConfig", both, &mstpConfigMirror,
-              [](auto& mirror) { mirror.handleMstiConfig("MST31"); }),
+      calling(
+          "OCMstpConfigSm::handleInitialized", both, &mstpConfigMirror,
+          [](auto& mirror) { mirror.handleInitialized(); }, &forgetUnfinishedInstances),
+      calling(
+          "OCMstpConfigSm::handleMstiConfig", both, &mstpConfigMirror,
+          [](auto& mirror) { mirror.handleMstiConfig("MST31"); }, &forgetUnfinishedInstances),
       calling(
           "OCMstpConfigWrapperSm::handleInitialized", both,
           [](World& world) {
@@ -181,7 +183,7 @@ std::vector<Attempt> mstpHandlers() {
             mirror->ocMstpConfigSmDelAll();
             return mirror;
           },
-          [](auto& mirror) { mirror.handleInitialized(); }),
+          [](auto& mirror) { mirror.handleInitialized(); }, &forgetUnfinishedInstances),
       calling("OCMstpConfigWrapperSm::handleMstVlanMapping", both, &mstpConfigWrapper,
               [](auto& mirror) { mirror.handleMstVlanMapping(); }),
       calling(
@@ -191,7 +193,7 @@ std::vector<Attempt> mstpHandlers() {
             mirror->ocMstpConfigSmDelAll();
             return mirror;
           },
-          [](auto& mirror) { mirror.handleMstpConfigSm("Mst"); }),
+          [](auto& mirror) { mirror.handleMstpConfigSm("Mst"); }, &forgetUnfinishedInstances),
       calling("OCMstpMainStateSm::handleInitialized", memory, &mstpStateMirror,
               [](auto& mirror) { mirror.handleInitialized(); }),
       calling("OCMstpMainStateSm::update", both, &mstpStateMirror,

@@ -1,5 +1,6 @@
 #include "Memory.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -15,12 +16,14 @@ constexpr unsigned unlimited = std::numeric_limits<unsigned>::max();
 
 constinit unsigned left = unlimited;
 constinit std::int64_t inUse = 0;
+constinit std::size_t largest = 0;
 
 void* allocate(std::size_t size) noexcept {
   if (left == 0) {
     return nullptr;
   }
   left -= left == unlimited ? 0 : 1;
+  largest = std::max(largest, size);
   void* const memory = std::malloc(size == 0 ? 1 : size);
   inUse += memory == nullptr ? 0 : 1;
   return memory;
@@ -43,6 +46,10 @@ void release(void* memory) noexcept {
 
 std::int64_t allocationsInUse() noexcept {
   return inUse;
+}
+
+std::size_t largestAllocation() noexcept {
+  return std::exchange(largest, 0);
 }
 
 Limit::Limit(unsigned allowed) noexcept {

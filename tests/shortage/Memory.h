@@ -4,12 +4,16 @@
 // which the count of those in use sees.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace Shortage {
 
 /// How many allocations, slab pieces among them, were made and not yet freed.
 std::int64_t allocationsInUse() noexcept;
+
+/// The size of the largest allocation since this was last asked, in bytes.
+std::size_t largestAllocation() noexcept;
 
 /// Lets `allowed` allocations succeed during its scope, and fails all others.
 class Limit {

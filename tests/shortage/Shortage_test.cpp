@@ -187,13 +187,28 @@ TEST(ShortageOfMemory, LeavesNamesOfInstancesToBeMade) {
   }
 }
 
+// The number of the invalid id is the greatest of all: what is kept by number must not make room
+// for it.
+TEST(ShortageOfMemory, IsNotCausedByAPortWithoutAName) {
+  World world;
+  auto const mirror = interfaceConfigMirror(world);
+  world.mst->stpiPortStatus.is("", Lumo::make<Stp::StpiPortStatus>());
+  world.interfaces->interfaceIs(Lanx::IntfId());
+  world.interfaces->interfaceIs(Lanx::IntfId::of("Ethernet7"));
+  largestAllocation();
+  mirror->maybeCleanUpExternalIntfConfigs();
+  EXPECT_LT(largestAllocation(), std::size_t{1} << 20);
+  EXPECT_TRUE(world.interfaces->interface(Lanx::IntfId()));
+  EXPECT_FALSE(world.interfaces->interface(Lanx::IntfId::of("Ethernet7")));
+}
+
 TEST(ShortageDeathTest, HandlerThatANotificationRunsEndsTheProcess) {
   World world;
   auto const mirror = mstpStateMirror(world);
   EXPECT_EXIT(
       {
         auto const msti = Lumo::make<Stp::MstiStatus>();
-        world.mst->mstiStatusIs("MST2", msti);
+        world.mst->mstiStatus.is("MST2", msti);
         Limit const limit(0);
         msti->bridgePriorityIs(4096);
       },

@@ -161,23 +161,23 @@ World::World() {
   }
   input->modeIs(Stp::Mode::mstp);
   status->activeProtocolIs(Stp::Mode::mstp);
-  input->stpiConfigIs("Mst", mstInput);
-  status->stpiStatusIs("Mst", mst);
-  status->stpiStatusIs("Vl9", Lumo::make<Stp::StpiStatus>());
+  input->stpiConfig.is("Mst", mstInput);
+  status->stpiStatus.is("Mst", mst);
+  status->stpiStatus.is("Vl9", Lumo::make<Stp::StpiStatus>());
   for (Lumo::String const msti : {"Cist", "MST1", "MST9"}) {
-    mstInput->mstiConfigIs(msti, Lumo::make<Stp::Input::MstiConfig>());
-    mst->mstiStatusIs(msti, Lumo::make<Stp::MstiStatus>());
+    mstInput->mstiConfig.is(msti, Lumo::make<Stp::Input::MstiConfig>());
+    mst->mstiStatus.is(msti, Lumo::make<Stp::MstiStatus>());
   }
   mstInput->mstiConfig("MST9")->mstiIdIs(9);
   for (Lumo::String const port : {"Ethernet1", "Ethernet2"}) {
-    input->portConfigIs(port, Lumo::make<Stp::Input::PortConfig>());
-    config->portConfigIs(port, Lumo::make<Stp::PortConfig>());
-    mst->stpiPortStatusIs(port, Lumo::make<Stp::StpiPortStatus>());
+    input->portConfig.is(port, Lumo::make<Stp::Input::PortConfig>());
+    config->portConfig.is(port, Lumo::make<Stp::PortConfig>());
+    mst->stpiPortStatus.is(port, Lumo::make<Stp::StpiPortStatus>());
   }
   input->portConfig("Ethernet1")->edgePortEnableIs(true);
   // Ports that nobody configured, each in one instance.
-  mst->stpiPortStatusIs("Ethernet3", Lumo::make<Stp::StpiPortStatus>());
-  status->stpiStatus("Vl9")->stpiPortStatusIs("Ethernet4", Lumo::make<Stp::StpiPortStatus>());
+  mst->stpiPortStatus.is("Ethernet3", Lumo::make<Stp::StpiPortStatus>());
+  status->stpiStatus("Vl9")->stpiPortStatus.is("Ethernet4", Lumo::make<Stp::StpiPortStatus>());
 
   readers.watch(globalConfig);
   readers.watch(globalState);
@@ -220,12 +220,12 @@ void World::change(unsigned round) {
   for (auto const& msti : mst->mstiStatus()) {
     msti.value->bridgePriorityIs(priority);
   }
-  input->portConfigIs(nameOf("Ethernet1", round), Lumo::make<Stp::Input::PortConfig>());
-  mst->stpiPortStatusIs(nameOf("Ethernet2", round), Lumo::make<Stp::StpiPortStatus>());
+  input->portConfig.is(nameOf("Ethernet1", round), Lumo::make<Stp::Input::PortConfig>());
+  mst->stpiPortStatus.is(nameOf("Ethernet2", round), Lumo::make<Stp::StpiPortStatus>());
   auto const msti = Lumo::make<Stp::Input::MstiConfig>();
   msti->mstiIdIs(static_cast<std::uint16_t>(30 + round));
-  mstInput->mstiConfigIs(nameOf("MST3", round), msti);
-  mst->mstiStatusIs(nameOf("MST3", round), Lumo::make<Stp::MstiStatus>());
+  mstInput->mstiConfig.is(nameOf("MST3", round), msti);
+  mst->mstiStatus.is(nameOf("MST3", round), Lumo::make<Stp::MstiStatus>());
 }
 
 std::string World::sources() const {

@@ -8,7 +8,8 @@
 namespace Lanx {
 
 /// Stands for an interface name in 32 bits. Names and ids map one to one for the life of the
-/// process; the numbers have no meaning beyond it. A new id is invalid, all bits set.
+/// process; the numbers have no meaning beyond it. They are dense: the first name that gets an id
+/// has 0, each further one the next. A new id is invalid, all bits set.
 class IntfId {
  public:
   constexpr IntfId() = default;

@@ -2,6 +2,8 @@
 // and show attributes by name, and for subscribers that ask for the present values.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string_view>
 #include <tuple>
 
@@ -23,21 +25,24 @@ void notifyKeys(Lumo::Entity const& entity, Lumo::FieldId field, Members const& 
   }
 }
 
-/// A plain attribute: one value. `Owner` is the entity type or a base of it.
+/// A plain attribute: one value. `Owner` is the entity type or a base of it. Where the numbers that
+/// mean something end below those of the type, the row says so: the entity takes any, whoever reads
+/// one from outside the process refuses what is greater.
 template <class Id, class Owner, class Get, class Set>
 struct Attribute {
   std::string_view name;
   Id id;
   Get (Owner::*get)() const;
   void (Owner::*set)(Set);
+  std::optional<std::uint16_t> greatest = {};
 
   void notifyPresent(Owner const& entity, Lumo::Subscriber& subscriber) const {
     auto const& value = (entity.*get)();
     subscriber.notify(entity.publisher(), static_cast<Lumo::FieldId>(id), &value, &value);
   }
 };
-template <class Id, class Owner, class Get, class Set>
-Attribute(std::string_view, Id, Get (Owner::*)() const, void (Owner::*)(Set))
+template <class Id, class Owner, class Get, class Set, class... Greatest>
+Attribute(std::string_view, Id, Get (Owner::*)() const, void (Owner::*)(Set), Greatest...)
     -> Attribute<Id, Owner, Get, Set>;
 
 /// A collection of entities by key.
@@ -48,24 +53,15 @@ struct CollectionAttribute {
 
   std::string_view name;
   Id id;
-  Collection<Key, Member> const& (Owner::*members)() const;
-  void (Owner::*memberIs)(Key const&, Lumo::Ptr<Member> const&);
-  bool (Owner::*memberDel)(Key const&);
-  void (Owner::*memberDelAll)();
+  Members<Key, Member> Owner::*members;
 
   void notifyPresent(Owner const& entity, Lumo::Subscriber& subscriber) const {
     notifyKeys(entity, static_cast<Lumo::FieldId>(id), (entity.*members)(), subscriber);
   }
 };
-
-/// The row of a collection; `members` is its accessor without a key.
-template <class Key, class Member, class Id, class Owner>
-constexpr CollectionAttribute<Id, Owner, Key, Member> collection(
-    std::string_view name, Id id, Collection<Key, Member> const& (Owner::*members)() const,
-    void (Owner::*memberIs)(Key const&, Lumo::Ptr<Member> const&),
-    bool (Owner::*memberDel)(Key const&), void (Owner::*memberDelAll)()) {
-  return {name, id, members, memberIs, memberDel, memberDelAll};
-}
+template <class Id, class Owner, class Key, class Member>
+CollectionAttribute(std::string_view, Id, Members<Key, Member> Owner::*)
+    -> CollectionAttribute<Id, Owner, Key, Member>;
 
 /// A collection whose members are created in place by their owner.
 template <class Id, class Owner, class Key, class Member>
@@ -124,6 +120,8 @@ constexpr RecordCollectionAttribute<Id, Owner, Key, Record> recordCollection(
 /// A per-VLAN table of booleans (`Value` bool), or of mere presence (no value).
 template <class Id, class Owner, class... Value>
 struct VlanAttribute {
+  using KeyType = std::uint16_t;
+
   std::string_view name;
   Id id;
   VlanSequence const& (Owner::*entries)() const;

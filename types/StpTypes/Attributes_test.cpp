@@ -226,10 +226,10 @@ TEST(PresentValues, AreToldRowByRow) {
     input->disabledVlanIs(vlan, vlan == 20);
   }
   for (char const* name : {"b", "a", "c"}) {
-    input->portConfigIs(name, Lumo::make<Input::PortConfig>());
+    input->portConfig.is(name, Lumo::make<Input::PortConfig>());
   }
-  input->portConfigDel("a");
-  input->stpiConfigIs("Mst", Lumo::make<Input::StpiConfig>());
+  input->portConfig.del("a");
+  input->stpiConfig.is("Mst", Lumo::make<Input::StpiConfig>());
 
   std::string told;
   Watcher const watcher(
@@ -255,9 +255,9 @@ TEST(PresentValues, EndWhenTheSubscriberDropsTheEntity) {
     auto input = Lumo::make<Input::Config>();
     input->disabledVlanIs(20, true);
     input->disabledVlanIs(10, true);
-    input->portConfigIs("a", Lumo::make<Input::PortConfig>());
-    input->portConfigIs("b", Lumo::make<Input::PortConfig>());
-    input->stpiConfigIs("Mst", Lumo::make<Input::StpiConfig>());
+    input->portConfig.is("a", Lumo::make<Input::PortConfig>());
+    input->portConfig.is("b", Lumo::make<Input::PortConfig>());
+    input->stpiConfig.is("Mst", Lumo::make<Input::StpiConfig>());
     int told = 0;
     Watcher const watcher(
         *input,
@@ -275,7 +275,7 @@ TEST(PresentValues, EndWhenTheSubscriberDropsTheEntity) {
 TEST(PresentValues, MayChangeAsTheyAreTold) {
   auto const input = Lumo::make<Input::Config>();
   for (char const* name : {"a", "b", "c"}) {
-    input->portConfigIs(name, Lumo::make<Input::PortConfig>());
+    input->portConfig.is(name, Lumo::make<Input::PortConfig>());
   }
   std::vector<std::string> told;
   bool changing = false;
@@ -287,11 +287,11 @@ TEST(PresentValues, MayChangeAsTheyAreTold) {
         }
         told.push_back(static_cast<Lumo::String const*>(oldValue)->toString());
         changing = true;
-        input->portConfigDel(told.back());
+        input->portConfig.del(told.back());
         if (told.size() == 1) {
-          input->portConfigDel("b");
+          input->portConfig.del("b");
           for (int count = 0; count < 20; ++count) {
-            input->portConfigIs("new " + std::to_string(count), Lumo::make<Input::PortConfig>());
+            input->portConfig.is("new " + std::to_string(count), Lumo::make<Input::PortConfig>());
           }
         }
         changing = false;

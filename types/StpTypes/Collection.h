@@ -35,17 +35,6 @@ Lumo::Ptr<Member> memberFind(Collection<Key, Member> const& members, Key const& 
   return found == nullptr ? Lumo::Ptr<Member>() : *found;
 }
 
-/// Puts a present member under `key`, new or in the place of another; the one that is there
-/// already changes nothing. Throws Lumo::AbsentPointerException for an absent one.
-template <class Id, class Key, class Member>
-void memberIs(Lumo::Entity const& entity, Id id, Collection<Key, Member>& members, Key const& key,
-              Lumo::Ptr<Member> const& member) {
-  if (memberFind(members, key).get() != &*member) {
-    members.newMemberG(key, member);
-    publishMember(entity, id, key);
-  }
-}
-
 /// The member under `key`; where there is none, a fresh one, which is announced.
 template <class Id, class Key, class Member>
 Lumo::Ptr<Member> memberOrNew(Lumo::Entity const& entity, Id id, Collection<Key, Member>& members,
@@ -117,5 +106,40 @@ void memberDelAll(Lumo::Entity const& entity, Id id, Vel::HashMap2018Generic<Key
     memberDel(entity, id, members, key);
   }
 }
+
+/// A collection of entities that is an attribute of another one: called, it gives the members, or
+/// the member under a key; each change announces the key that changed.
+template <class Key, class Member>
+class Members {
+ public:
+  template <class Id>
+  Members(Lumo::Entity& owner, Id id) : owner_(owner), id_(static_cast<Lumo::FieldId>(id)) {}
+  Members(Members const&) = delete;
+  Members& operator=(Members const&) = delete;
+  ~Members() = default;
+
+  Collection<Key, Member> const& operator()() const noexcept { return members_; }
+  Lumo::Ptr<Member> operator()(Key const& key) const { return memberFind(members_, key); }
+
+  /// Puts a present member under `key`, new or in the place of another; the one that is there
+  /// already changes nothing. Throws Lumo::AbsentPointerException for an absent one.
+  void is(Key const& key, Lumo::Ptr<Member> const& member) {
+    if (memberFind(members_, key).get() != &*member) {
+      members_.newMemberG(key, member);
+      publishMember(owner_, id_, key);
+    }
+  }
+
+  /// Removes the member under `key`, and tells whether there was one.
+  bool del(Key const& key) { return memberDel(owner_, id_, members_, key); }
+
+  /// Removes the members that are there now, in order, each announced as it goes.
+  void delAll() { memberDelAll(owner_, id_, members_); }
+
+ private:
+  Lumo::Entity& owner_;
+  Lumo::FieldId id_;
+  Collection<Key, Member> members_;
+};
 
 }  // namespace Stp

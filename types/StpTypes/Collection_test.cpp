@@ -56,7 +56,7 @@ class Subject {
     } else if constexpr (createsMembers) {
       EXPECT_NE((entity.*row.memberIs)(key), nullptr);
     } else {
-      (entity.*row.memberIs)(key, Lumo::make<typename Row::MemberType>());
+      (entity.*row.members).is(key, Lumo::make<typename Row::MemberType>());
     }
   }
   static void put(Entity& entity, unsigned number) { putUnder(entity, keyOf<Key>(number)); }
@@ -64,8 +64,10 @@ class Subject {
   static bool removeUnder(Entity& entity, Key const& key) {
     if constexpr (hasRecords) {
       return (entity.*row.recordDel)(key);
-    } else {
+    } else if constexpr (createsMembers) {
       return (entity.*row.memberDel)(key);
+    } else {
+      return (entity.*row.members).del(key);
     }
   }
   static bool remove(Entity& entity, unsigned number) {
@@ -75,8 +77,10 @@ class Subject {
   static void removeAll(Entity& entity) {
     if constexpr (hasRecords) {
       (entity.*row.recordDelAll)();
-    } else {
+    } else if constexpr (createsMembers) {
       (entity.*row.memberDelAll)();
+    } else {
+      (entity.*row.members).delAll();
     }
   }
 

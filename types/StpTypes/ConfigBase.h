@@ -22,6 +22,12 @@ enum class Mode : std::int32_t {
   rapidPvst = 101,  ///< one RSTP instance a VLAN
 };
 
+/// MST instances are numbered 0, the CIST, to this.
+inline constexpr std::uint16_t largestMstInstanceId = 4095;
+
+/// The greatest bridge priority (IEEE 802.1Q, 14.2.5).
+inline constexpr std::uint16_t largestBridgePriority = 61440;
+
 /// The MST configuration of a bridge (IEEE 802.1Q, 13.8: the MST Configuration Identifier and
 /// table).
 struct MstConfig {
@@ -35,6 +41,12 @@ struct MstConfig {
 
   friend bool operator==(MstConfig const&, MstConfig const&) = default;
 };
+
+/// The number of an attribute, for types that have it from a base.
+template <class Id>
+constexpr Lumo::FieldId fieldOf(Id id) {
+  return static_cast<Lumo::FieldId>(id);
+}
 
 /// The bridge-wide items that `Stp::Input::Config` and `Stp::Config` share, under the same numbers.
 class STP_API ConfigBase : public Lumo::Entity {

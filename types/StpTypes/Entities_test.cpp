@@ -22,14 +22,14 @@ TEST(Members, AreNotAnnouncedWhenTheyAreThereAlready) {
   auto const input = Lumo::make<Input::Config>();
   auto const member = Lumo::make<Input::PortConfig>();
   Watcher const watcher(*input);
-  input->portConfigIs("a", member);
-  input->portConfigIs("a", member);
+  input->portConfig.is("a", member);
+  input->portConfig.is("a", member);
   EXPECT_EQ(watcher.changes(), 1);
   EXPECT_EQ(watcher.lastField(), 386);
   EXPECT_EQ(input->portConfig("a"), member);
-  input->portConfigIs("b", member);
+  input->portConfig.is("b", member);
   EXPECT_EQ(watcher.changes(), 2) << "one entity under two names";
-  input->portConfigIs("a", Lumo::make<Input::PortConfig>());
+  input->portConfig.is("a", Lumo::make<Input::PortConfig>());
   EXPECT_EQ(watcher.changes(), 3);
   EXPECT_NE(input->portConfig("a"), member);
   EXPECT_EQ(member->references(), 2U);
@@ -38,11 +38,11 @@ TEST(Members, AreNotAnnouncedWhenTheyAreThereAlready) {
 TEST(Members, MustNotBeAbsent) {
   auto const status = Lumo::make<Status>();
   Watcher const watcher(*status);
-  EXPECT_THROW(status->stpiStatusIs("Mst", nullptr), Lumo::AbsentPointerException);
+  EXPECT_THROW(status->stpiStatus.is("Mst", nullptr), Lumo::AbsentPointerException);
   EXPECT_TRUE(status->stpiStatus().empty());
-  status->stpiStatusIs("Mst", Lumo::make<StpiStatus>());
+  status->stpiStatus.is("Mst", Lumo::make<StpiStatus>());
   auto const member = status->stpiStatus("Mst");
-  EXPECT_THROW(status->stpiStatusIs("Mst", nullptr), Lumo::AbsentPointerException);
+  EXPECT_THROW(status->stpiStatus.is("Mst", nullptr), Lumo::AbsentPointerException);
   EXPECT_EQ(status->stpiStatus("Mst"), member);
   EXPECT_EQ(watcher.changes(), 1);
 }
@@ -57,9 +57,9 @@ TEST(Members, AreAbsentUnderAnUnknownKey) {
 TEST(Members, TellTheirOwnSubscribersNothingWhenTheyAreRemoved) {
   auto const input = Lumo::make<Input::Config>();
   auto const port = Lumo::make<Input::PortConfig>();
-  input->portConfigIs("a", port);
+  input->portConfig.is("a", port);
   Watcher const watcher(*port);
-  input->portConfigDel("a");
+  input->portConfig.del("a");
   EXPECT_EQ(watcher.changes(), 0);
   port->edgePortAutoIs(true);
   EXPECT_EQ(watcher.changes(), 1) << "it lives on for those who hold it";

@@ -24,7 +24,7 @@ class STP_API PortConfig final : public TypedEntity<PortConfig, PortConfigBase> 
     edgePortEnable = 261,
     edgePortAuto = 263,
     edgePortDisable = 265,
-    bpduguard = 270,
+    bpduguard = fieldOf(PortConfigBase::Id::bpduguard),
   };
 
   /// Any other 8-bit number can occur and means none of these.
@@ -88,9 +88,10 @@ class STP_API MstiConfig final : public TypedEntity<MstiConfig> {
   }
 
   static constexpr auto attributes = std::tuple{
-      Attribute{"mstiId", Id::mstiId, &MstiConfig::mstiId, &MstiConfig::mstiIdIs},
+      Attribute{"mstiId", Id::mstiId, &MstiConfig::mstiId, &MstiConfig::mstiIdIs,
+                largestMstInstanceId},
       Attribute{"bridgePriority", Id::bridgePriority, &MstiConfig::bridgePriority,
-                &MstiConfig::bridgePriorityIs},
+                &MstiConfig::bridgePriorityIs, largestBridgePriority},
   };
 
  private:
@@ -106,26 +107,11 @@ class STP_API StpiConfig final : public TypedEntity<StpiConfig> {
   ~StpiConfig() override;
 
   /// By MST instance name: "Cist", "MST1" to "MST4095".
-  Collection<Lumo::String, MstiConfig> const& mstiConfig() const { return mstiConfig_; }
-  Lumo::Ptr<MstiConfig> mstiConfig(Lumo::String const& name) const {
-    return memberFind(mstiConfig_, name);
-  }
-  void mstiConfigIs(Lumo::String const& name, Lumo::Ptr<MstiConfig> const& member) {
-    memberIs(*this, Id::mstiConfig, mstiConfig_, name, member);
-  }
-  bool mstiConfigDel(Lumo::String const& name) {
-    return memberDel(*this, Id::mstiConfig, mstiConfig_, name);
-  }
-  void mstiConfigDelAll() { memberDelAll(*this, Id::mstiConfig, mstiConfig_); }
+  Members<Lumo::String, MstiConfig> mstiConfig{*this, Id::mstiConfig};
 
   static constexpr auto attributes = std::tuple{
-      collection<Lumo::String, MstiConfig>("mstiConfig", Id::mstiConfig, &StpiConfig::mstiConfig,
-                                           &StpiConfig::mstiConfigIs, &StpiConfig::mstiConfigDel,
-                                           &StpiConfig::mstiConfigDelAll),
+      CollectionAttribute{"mstiConfig", Id::mstiConfig, &StpiConfig::mstiConfig},
   };
-
- private:
-  Collection<Lumo::String, MstiConfig> mstiConfig_;
 };
 
 /// The bridge's input configuration.
@@ -133,9 +119,9 @@ class STP_API Config final : public TypedEntity<Config, ConfigBase> {
  public:
   enum class Id : Lumo::FieldId {
     mode = 267,
-    portfastBpduguard = 294,
-    mstConfig = 298,
-    disabledVlan = 303,
+    portfastBpduguard = fieldOf(ConfigBase::Id::portfastBpduguard),
+    mstConfig = fieldOf(ConfigBase::Id::mstConfig),
+    disabledVlan = fieldOf(ConfigBase::Id::disabledVlan),
     portConfig = 386,
     stpiConfig = 387,
   };
@@ -146,30 +132,10 @@ class STP_API Config final : public TypedEntity<Config, ConfigBase> {
   void modeIs(Mode value) { attributeIs(Id::mode, mode_, value); }
 
   /// By port name.
-  Collection<Lumo::String, PortConfig> const& portConfig() const { return portConfig_; }
-  Lumo::Ptr<PortConfig> portConfig(Lumo::String const& name) const {
-    return memberFind(portConfig_, name);
-  }
-  void portConfigIs(Lumo::String const& name, Lumo::Ptr<PortConfig> const& member) {
-    memberIs(*this, Id::portConfig, portConfig_, name, member);
-  }
-  bool portConfigDel(Lumo::String const& name) {
-    return memberDel(*this, Id::portConfig, portConfig_, name);
-  }
-  void portConfigDelAll() { memberDelAll(*this, Id::portConfig, portConfig_); }
+  Members<Lumo::String, PortConfig> portConfig{*this, Id::portConfig};
 
   /// By instance name.
-  Collection<Lumo::String, StpiConfig> const& stpiConfig() const { return stpiConfig_; }
-  Lumo::Ptr<StpiConfig> stpiConfig(Lumo::String const& name) const {
-    return memberFind(stpiConfig_, name);
-  }
-  void stpiConfigIs(Lumo::String const& name, Lumo::Ptr<StpiConfig> const& member) {
-    memberIs(*this, Id::stpiConfig, stpiConfig_, name, member);
-  }
-  bool stpiConfigDel(Lumo::String const& name) {
-    return memberDel(*this, Id::stpiConfig, stpiConfig_, name);
-  }
-  void stpiConfigDelAll() { memberDelAll(*this, Id::stpiConfig, stpiConfig_); }
+  Members<Lumo::String, StpiConfig> stpiConfig{*this, Id::stpiConfig};
 
   static constexpr auto attributes = std::tuple{
       Attribute{"mode", Id::mode, &Config::mode, &Config::modeIs},
@@ -179,18 +145,12 @@ class STP_API Config final : public TypedEntity<Config, ConfigBase> {
       VlanAttribute{"disabledVlan", Id::disabledVlan, &ConfigBase::disabledVlanEntries,
                     &ConfigBase::disabledVlanIs, &ConfigBase::disabledVlanDel,
                     &ConfigBase::disabledVlanDelAll},
-      collection<Lumo::String, PortConfig>("portConfig", Id::portConfig, &Config::portConfig,
-                                           &Config::portConfigIs, &Config::portConfigDel,
-                                           &Config::portConfigDelAll),
-      collection<Lumo::String, StpiConfig>("stpiConfig", Id::stpiConfig, &Config::stpiConfig,
-                                           &Config::stpiConfigIs, &Config::stpiConfigDel,
-                                           &Config::stpiConfigDelAll),
+      CollectionAttribute{"portConfig", Id::portConfig, &Config::portConfig},
+      CollectionAttribute{"stpiConfig", Id::stpiConfig, &Config::stpiConfig},
   };
 
  private:
   Mode mode_ = Mode::stp;
-  Collection<Lumo::String, PortConfig> portConfig_;
-  Collection<Lumo::String, StpiConfig> stpiConfig_;
 };
 
 }  // namespace Stp::Input

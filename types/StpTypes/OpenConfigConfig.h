@@ -12,6 +12,7 @@
 #include "Lumo/Entity.h"
 #include "StpTypes/AttributeTable.h"
 #include "StpTypes/Collection.h"
+#include "StpTypes/ConfigBase.h"
 #include "StpTypes/SharedList.h"
 #include "StpTypes/VlanIdOrRange.h"
 
@@ -132,7 +133,7 @@ class STP_API OCInterfaceConfigDir final : public TypedEntity<OCInterfaceConfigD
 /// steps of 4096 are allowed.
 class OCBridgePriority {
  public:
-  static constexpr std::uint16_t largest = 61440;
+  static constexpr std::uint16_t largest = largestBridgePriority;
 
   constexpr OCBridgePriority() = default;
 

@@ -74,17 +74,6 @@ class SharedList {
     ++block_->size;
   }
 
-  /// Appends so many elements at once, in room made for just them, and returns the first, for the
-  /// caller to write; until then the list must not be read.
-  T* extend(std::size_t count) {
-    std::size_t const present = size();
-    if (block_ == nullptr || !unique() || block_->capacity - present < count) {
-      grow(present + count);
-    }
-    block_->size = static_cast<std::uint32_t>(present + count);
-    return first() + present;
-  }
-
   /// Appends many elements: what one append has to ask, it asks once for all. The list has them
   /// when the appender goes, and must not be used before.
   class Appender {
@@ -126,14 +115,19 @@ class SharedList {
     T* end_ = nullptr;
   };
 
-  /// Replaces the last element of a list that is not empty.
-  void lastIs(T const& element) {
-    T const last = element;
-    (*this)[size() - 1];
-    if (!unique()) {
-      grow();
+  /// The last element, to be changed in place, valid until the list changes or is copied; a list
+  /// that shares its elements first takes its own copy of them. Throws
+  /// Lumo::VectorOutOfRangeException for an empty list.
+  T& last() {
+    if (block_ == nullptr || block_->size == 0) [[unlikely]] {
+      Lumo::VectorOutOfRangeException::throwException(0, 0);
     }
-    new (first() + block_->size - 1) T(last);
+    Block* block = block_;  // reading the count would make the compiler read this again
+    if (!unique()) [[unlikely]] {
+      grow();
+      block = block_;
+    }
+    return reinterpret_cast<T*>(block + 1)[block->size - 1];
   }
 
   /// Empties the list; it keeps its room unless that is shared.
@@ -161,8 +155,9 @@ class SharedList {
   T* first() const noexcept { return reinterpret_cast<T*>(block_ + 1); }
   bool unique() const noexcept { return Lumo::countLoad(block_->references) == 1; }
 
-  void grow() { grow(std::max<std::size_t>(size() * 2, 48 / sizeof(T))); }
-  void grow(std::size_t capacity) {
+  // Out of line: appending one element seldom needs it.
+  [[gnu::noinline]] void grow() {
+    std::size_t const capacity = std::max<std::size_t>(size() * 2, 48 / sizeof(T));
     auto* const grown = new (Pebble::slabAlloc(bytes(capacity)))
         Block{1, static_cast<std::uint32_t>(size()), capacity};
     if (block_ != nullptr) {

@@ -73,7 +73,7 @@ TEST(SharedList, SharesItsElementsUntilOneListChanges) {
   EXPECT_EQ(original.size(), 3U);
 
   List changed = original;
-  changed.lastIs(9);
+  changed.last() = 9;
   EXPECT_EQ(contentOf(original), (std::vector<std::uint16_t>{1, 2, 3}));
   EXPECT_EQ(contentOf(changed), (std::vector<std::uint16_t>{1, 2, 9}));
 }
@@ -85,23 +85,6 @@ TEST(SharedList, KeepsItsRoomWhenItIsEmptiedAlone) {
   list.push(7);
   EXPECT_EQ(list.elements().data(), room);
   EXPECT_EQ(contentOf(list), std::vector<std::uint16_t>{7});
-}
-
-TEST(SharedList, IsExtendedInOnePiece) {
-  List list{1};
-  std::uint16_t* added = list.extend(2);
-  added[0] = 2;
-  added[1] = 3;
-  EXPECT_EQ(contentOf(list), (std::vector<std::uint16_t>{1, 2, 3}));
-  List const copy = list;
-  *list.extend(1) = 4;
-  EXPECT_EQ(contentOf(copy), (std::vector<std::uint16_t>{1, 2, 3})) << "what was shared stays";
-  EXPECT_EQ(contentOf(list), (std::vector<std::uint16_t>{1, 2, 3, 4}));
-  list.push(5);
-  EXPECT_EQ(contentOf(list), (std::vector<std::uint16_t>{1, 2, 3, 4, 5}));
-  List none;
-  none.extend(0);
-  EXPECT_TRUE(none.empty());
 }
 
 TEST(SharedList, IsAppendedToWithoutChangingItsCopies) {
@@ -137,14 +120,16 @@ TEST(SharedList, IsAppendedToWithoutChangingItsCopies) {
   }
 }
 
-TEST(SharedList, ReplacesItsLastElement) {
+TEST(SharedList, LastElementIsChangedInPlace) {
   List list{1, 2};
   auto const* const place = list.elements().data();
-  list.lastIs(5);
+  list.last() = 5;
   EXPECT_EQ(contentOf(list), (std::vector<std::uint16_t>{1, 5}));
   EXPECT_EQ(list.elements().data(), place);
   List none;
-  EXPECT_THROW(none.lastIs(1), Lumo::VectorOutOfRangeException);
+  EXPECT_THROW(none.last(), Lumo::VectorOutOfRangeException);
+  list.clear();
+  EXPECT_THROW(list.last(), Lumo::VectorOutOfRangeException);
 }
 
 TEST(SharedList, TakesAnElementOfItsOwn) {
@@ -157,8 +142,7 @@ TEST(SharedList, TakesAnElementOfItsOwn) {
   }
   List const copy = list;
   list.push(copy[1]);
-  list.lastIs(list[2]);
-  EXPECT_EQ(list[list.size() - 1], 3);
+  EXPECT_EQ(list[list.size() - 1], 2);
 }
 
 TEST(SharedList, SurvivesAssignmentToItselfAndMoves) {
@@ -236,7 +220,7 @@ TEST(SharedList, AgreesWithVectorsUnderRandomUse) {
         case 5:
         case 6:
           if (!models[at].empty()) {
-            lists[at].lastIs(value);
+            lists[at].last() = value;
             models[at].back() = value;
           }
           break;
@@ -248,10 +232,6 @@ TEST(SharedList, AgreesWithVectorsUnderRandomUse) {
           models[at].resize(models[at].size() + value % 32U, value);
           break;
         }
-        case 8:
-          std::fill_n(lists[at].extend(value % 8U), value % 8U, value);
-          models[at].resize(models[at].size() + value % 8U, value);
-          break;
         default:
           lists[at].push(value);
           models[at].push_back(value);
@@ -289,7 +269,7 @@ TEST(SharedList, ShowsOtherThreadsWhatTheyCopied) {
       changing.push(4);
       ASSERT_EQ(changing.size(), 4U);
       changing = original;
-      changing.lastIs(5);
+      changing.last() = 5;
       changing = original;
       changing.clear();
     }

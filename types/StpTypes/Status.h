@@ -16,7 +16,10 @@ namespace Stp {
 /// A port's running configuration.
 class STP_API PortConfig final : public TypedEntity<PortConfig, PortConfigBase> {
  public:
-  enum class Id : Lumo::FieldId { adminEdgePort = 261, bpduguard = 270 };
+  enum class Id : Lumo::FieldId {
+    adminEdgePort = 261,
+    bpduguard = fieldOf(PortConfigBase::Id::bpduguard)
+  };
 
   ~PortConfig() override;
 
@@ -39,26 +42,16 @@ class STP_API PortConfig final : public TypedEntity<PortConfig, PortConfigBase> 
 class STP_API Config final : public TypedEntity<Config, ConfigBase> {
  public:
   enum class Id : Lumo::FieldId {
-    portfastBpduguard = 294,
-    mstConfig = 298,
-    disabledVlan = 303,
+    portfastBpduguard = fieldOf(ConfigBase::Id::portfastBpduguard),
+    mstConfig = fieldOf(ConfigBase::Id::mstConfig),
+    disabledVlan = fieldOf(ConfigBase::Id::disabledVlan),
     portConfig = 386,
   };
 
   ~Config() override;
 
   /// By port name.
-  Collection<Lumo::String, PortConfig> const& portConfig() const { return portConfig_; }
-  Lumo::Ptr<PortConfig> portConfig(Lumo::String const& name) const {
-    return memberFind(portConfig_, name);
-  }
-  void portConfigIs(Lumo::String const& name, Lumo::Ptr<PortConfig> const& member) {
-    memberIs(*this, Id::portConfig, portConfig_, name, member);
-  }
-  bool portConfigDel(Lumo::String const& name) {
-    return memberDel(*this, Id::portConfig, portConfig_, name);
-  }
-  void portConfigDelAll() { memberDelAll(*this, Id::portConfig, portConfig_); }
+  Members<Lumo::String, PortConfig> portConfig{*this, Id::portConfig};
 
   static constexpr auto attributes = std::tuple{
       Attribute{"portfastBpduguard", Id::portfastBpduguard, &ConfigBase::portfastBpduguard,
@@ -67,13 +60,8 @@ class STP_API Config final : public TypedEntity<Config, ConfigBase> {
       VlanAttribute{"disabledVlan", Id::disabledVlan, &ConfigBase::disabledVlanEntries,
                     &ConfigBase::disabledVlanIs, &ConfigBase::disabledVlanDel,
                     &ConfigBase::disabledVlanDelAll},
-      collection<Lumo::String, PortConfig>("portConfig", Id::portConfig, &Config::portConfig,
-                                           &Config::portConfigIs, &Config::portConfigDel,
-                                           &Config::portConfigDelAll),
+      CollectionAttribute{"portConfig", Id::portConfig, &Config::portConfig},
   };
-
- private:
-  Collection<Lumo::String, PortConfig> portConfig_;
 };
 
 /// What the engine says of one port in one instance.
@@ -120,7 +108,7 @@ class STP_API MstiStatus final : public TypedEntity<MstiStatus> {
 
   static constexpr auto attributes = std::tuple{
       Attribute{"bridgePriority", Id::bridgePriority, &MstiStatus::bridgePriority,
-                &MstiStatus::bridgePriorityIs},
+                &MstiStatus::bridgePriorityIs, largestBridgePriority},
   };
 
  private:
@@ -135,44 +123,15 @@ class STP_API StpiStatus final : public TypedEntity<StpiStatus> {
   ~StpiStatus() override;
 
   /// The ports that take part, by name.
-  Collection<Lumo::String, StpiPortStatus> const& stpiPortStatus() const { return stpiPortStatus_; }
-  Lumo::Ptr<StpiPortStatus> stpiPortStatus(Lumo::String const& name) const {
-    return memberFind(stpiPortStatus_, name);
-  }
-  void stpiPortStatusIs(Lumo::String const& name, Lumo::Ptr<StpiPortStatus> const& member) {
-    memberIs(*this, Id::stpiPortStatus, stpiPortStatus_, name, member);
-  }
-  bool stpiPortStatusDel(Lumo::String const& name) {
-    return memberDel(*this, Id::stpiPortStatus, stpiPortStatus_, name);
-  }
-  void stpiPortStatusDelAll() { memberDelAll(*this, Id::stpiPortStatus, stpiPortStatus_); }
+  Members<Lumo::String, StpiPortStatus> stpiPortStatus{*this, Id::stpiPortStatus};
 
   /// By MST instance name: "Cist", "MST1" to "MST4095".
-  Collection<Lumo::String, MstiStatus> const& mstiStatus() const { return mstiStatus_; }
-  Lumo::Ptr<MstiStatus> mstiStatus(Lumo::String const& name) const {
-    return memberFind(mstiStatus_, name);
-  }
-  void mstiStatusIs(Lumo::String const& name, Lumo::Ptr<MstiStatus> const& member) {
-    memberIs(*this, Id::mstiStatus, mstiStatus_, name, member);
-  }
-  bool mstiStatusDel(Lumo::String const& name) {
-    return memberDel(*this, Id::mstiStatus, mstiStatus_, name);
-  }
-  void mstiStatusDelAll() { memberDelAll(*this, Id::mstiStatus, mstiStatus_); }
+  Members<Lumo::String, MstiStatus> mstiStatus{*this, Id::mstiStatus};
 
   static constexpr auto attributes = std::tuple{
-      collection<Lumo::String, StpiPortStatus>(
-          "stpiPortStatus", Id::stpiPortStatus, &StpiStatus::stpiPortStatus,
-          &StpiStatus::stpiPortStatusIs, &StpiStatus::stpiPortStatusDel,
-          &StpiStatus::stpiPortStatusDelAll),
-      collection<Lumo::String, MstiStatus>("mstiStatus", Id::mstiStatus, &StpiStatus::mstiStatus,
-                                           &StpiStatus::mstiStatusIs, &StpiStatus::mstiStatusDel,
-                                           &StpiStatus::mstiStatusDelAll),
+      CollectionAttribute{"stpiPortStatus", Id::stpiPortStatus, &StpiStatus::stpiPortStatus},
+      CollectionAttribute{"mstiStatus", Id::mstiStatus, &StpiStatus::mstiStatus},
   };
-
- private:
-  Collection<Lumo::String, StpiPortStatus> stpiPortStatus_;
-  Collection<Lumo::String, MstiStatus> mstiStatus_;
 };
 
 /// The bridge's status.
@@ -187,29 +146,16 @@ class STP_API Status final : public TypedEntity<Status> {
   void activeProtocolIs(Mode value) { attributeIs(Id::activeProtocol, activeProtocol_, value); }
 
   /// By instance name.
-  Collection<Lumo::String, StpiStatus> const& stpiStatus() const { return stpiStatus_; }
-  Lumo::Ptr<StpiStatus> stpiStatus(Lumo::String const& name) const {
-    return memberFind(stpiStatus_, name);
-  }
-  void stpiStatusIs(Lumo::String const& name, Lumo::Ptr<StpiStatus> const& member) {
-    memberIs(*this, Id::stpiStatus, stpiStatus_, name, member);
-  }
-  bool stpiStatusDel(Lumo::String const& name) {
-    return memberDel(*this, Id::stpiStatus, stpiStatus_, name);
-  }
-  void stpiStatusDelAll() { memberDelAll(*this, Id::stpiStatus, stpiStatus_); }
+  Members<Lumo::String, StpiStatus> stpiStatus{*this, Id::stpiStatus};
 
   static constexpr auto attributes = std::tuple{
       Attribute{"activeProtocol", Id::activeProtocol, &Status::activeProtocol,
                 &Status::activeProtocolIs},
-      collection<Lumo::String, StpiStatus>("stpiStatus", Id::stpiStatus, &Status::stpiStatus,
-                                           &Status::stpiStatusIs, &Status::stpiStatusDel,
-                                           &Status::stpiStatusDelAll),
+      CollectionAttribute{"stpiStatus", Id::stpiStatus, &Status::stpiStatus},
   };
 
  private:
   Mode activeProtocol_ = Mode::stp;
-  Collection<Lumo::String, StpiStatus> stpiStatus_;
 };
 
 /// The VLANs that exist on the switch.

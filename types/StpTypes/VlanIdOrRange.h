@@ -1,7 +1,9 @@
 // One entry of a VLAN list.
 #pragma once
 
+#include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "Base/Api.h"
@@ -20,15 +22,15 @@ struct VlanRange {
 
 /// A single VLAN id or an inclusive range, as in the OpenConfig union of `vlan-id` and
 /// `vlan-range`. Reading the alternative that it does not hold throws
-/// Kova::BadUnionAccessException. It is one word, so that lists copy it in a register: what is
-/// stored in parts and read as a whole waits for the store.
+/// Kova::BadUnionAccessException. It is made and copied as one word, in a register: what is stored
+/// in parts and read as a whole waits for the store.
 class STP_API VlanIdOrRange {
  public:
   enum class Tag : std::uint8_t { vlanId = 0, vlanRange = 1 };
 
   // NOLINTBEGIN(google-explicit-constructor): each alternative is a value of the union
-  VlanIdOrRange(Bridging::VlanId id) : word_(pack(id, id, Tag::vlanId)) {}
-  VlanIdOrRange(VlanRange range) : word_(pack(range.first, range.last, Tag::vlanRange)) {}
+  VlanIdOrRange(Bridging::VlanId id) : parts_(pack(id, id, Tag::vlanId)) {}
+  VlanIdOrRange(VlanRange range) : parts_(pack(range.first, range.last, Tag::vlanRange)) {}
   // NOLINTEND(google-explicit-constructor)
 
   /// The VLANs from `first` to `last`, as the id where it is but one. Throws Lumo::RangeException
@@ -40,45 +42,62 @@ class STP_API VlanIdOrRange {
     return VlanRange{Bridging::VlanId(first), Bridging::VlanId(last)};
   }
 
-  Tag tag() const noexcept { return static_cast<Tag>(word_ >> tagShift & 0xFF); }
+  Tag tag() const noexcept { return static_cast<Tag>(parts_[tagPart]); }
 
   Bridging::VlanId vlanId() const {
     if (tag() != Tag::vlanId) [[unlikely]] {
       throwBadAccess("VlanId");
     }
-    return first();
+    return unpack(firstPart);
   }
   VlanRange vlanRange() const {
     if (tag() != Tag::vlanRange) [[unlikely]] {
       throwBadAccess("VlanRange");
     }
-    return {first(), last()};
+    return {unpack(firstPart), unpack(lastPart)};
+  }
+
+  /// The id, or the end of the range.
+  Bridging::VlanId last() const {
+    if (tag() > Tag::vlanRange) [[unlikely]] {
+      throwBadAccess("VlanRange");
+    }
+    return unpack(lastPart);
+  }
+
+  /// Makes it the range up to `value`, which is greater than its last VLAN.
+  void lastIs(Bridging::VlanId value) noexcept {
+    parts_[lastPart] = value.value();
+    parts_[tagPart] = static_cast<std::uint16_t>(Tag::vlanRange);
   }
 
   friend bool operator==(VlanIdOrRange const& a, VlanIdOrRange const& b) noexcept {
-    return a.tag() == b.tag() && a.first() == b.first() &&
-           (a.tag() == Tag::vlanId || a.last() == b.last());
+    return a.parts_[tagPart] == b.parts_[tagPart] && a.parts_[firstPart] == b.parts_[firstPart] &&
+           a.parts_[lastPart] == b.parts_[lastPart];
   }
 
  private:
-  static constexpr unsigned lastShift = 16;
-  static constexpr unsigned tagShift = 32;
+  // 16 bits each; an id has two equal ends. Which part of the word comes first in memory is the
+  // processor's affair.
+  using Parts = std::array<std::uint16_t, 4>;
+  static constexpr bool lowFirst = std::endian::native == std::endian::little;
+  static constexpr std::size_t firstPart = lowFirst ? 0 : 3;
+  static constexpr std::size_t lastPart = lowFirst ? 1 : 2;
+  static constexpr std::size_t tagPart = lowFirst ? 2 : 1;
 
-  static std::uint64_t pack(Bridging::VlanId first, Bridging::VlanId last, Tag tag) noexcept {
-    return first.value() | std::uint64_t{last.value()} << lastShift |
-           std::uint64_t{static_cast<std::uint8_t>(tag)} << tagShift;
+  static Parts pack(Bridging::VlanId first, Bridging::VlanId last, Tag tag) noexcept {
+    return std::bit_cast<Parts>(first.value() | std::uint64_t{last.value()} << 16 |
+                                std::uint64_t{static_cast<std::uint8_t>(tag)} << 32);
   }
 
   // An id that was checked when it came in is not checked again.
-  static Bridging::VlanId unpack(std::uint64_t word) noexcept {
-    return std::bit_cast<Bridging::VlanId>(static_cast<std::uint16_t>(word));
+  Bridging::VlanId unpack(std::size_t part) const noexcept {
+    return std::bit_cast<Bridging::VlanId>(parts_[part]);
   }
-  Bridging::VlanId first() const noexcept { return unpack(word_); }
-  Bridging::VlanId last() const noexcept { return unpack(word_ >> lastShift); }
 
   [[noreturn]] void throwBadAccess(char const* alternative) const;
 
-  std::uint64_t word_;
+  Parts parts_;
 };
 
 }  // namespace Stp

@@ -327,8 +327,8 @@ TEST_F(FrameChildren, GoWithTheirParent) {
   constexpr int count = 2000;
   for (int port = 0; port < count; ++port) {
     std::string const name = "Port" + std::to_string(port);
-    world.mst->stpiPortStatusIs(name, Lumo::make<StpiPortStatus>());
-    world.inputConfig->portConfigIs(name, Lumo::make<Input::PortConfig>());
+    world.mst->stpiPortStatus.is(name, Lumo::make<StpiPortStatus>());
+    world.inputConfig->portConfig.is(name, Lumo::make<Input::PortConfig>());
   }
   auto states = oCInterfaceStateDirSmFactory(world.config, world.status, world.ocInterfaceStateDir);
   auto configs =

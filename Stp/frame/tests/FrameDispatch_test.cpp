@@ -16,14 +16,26 @@
 #include "Lumo/Publisher.h"
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/frame/Reactor.h"
+#include "Stp/frame/tests/ProbeModule.h"
 #include "Stp/tests/TestSupport.h"
 
 namespace Stp::DispatchTest {
+
+// A row of a table of attributes, as far as dispatch looks at it: members that have names.
+template <class Id>
+struct Members {
+  using KeyType = Lumo::String;
+
+  std::string_view name;
+  Id id;
+};
 
 // Two types of entities whose attributes have the same numbers.
 class First final : public Lumo::Node {
  public:
   enum class Id : Lumo::FieldId { lowest = 0, value = 7, members = 8, highest = 0xFFFF };
+
+  static constexpr auto attributes = std::tuple{Members<Id>{"members", Id::members}};
 
   Lumo::Publisher& publisher() const { return publisher_; }
   void change(Id id, void const* key = nullptr) const {
@@ -37,6 +49,8 @@ class First final : public Lumo::Node {
 class Second final : public Lumo::Node {
  public:
   enum class Id : Lumo::FieldId { value = 7, members = 8 };
+
+  static constexpr auto attributes = std::tuple{Members<Id>{"members", Id::members}};
 
   Lumo::Publisher& publisher() const {
     if (std::exchange(failsOnce, false)) {
@@ -55,8 +69,6 @@ class Second final : public Lumo::Node {
 };
 
 struct BusySmAttributes {
-  static constexpr std::uint16_t classIndex = 0;
-
   Source<"first", First const> first;
   Source<"second", Second const> second;
 };
@@ -70,7 +82,7 @@ struct Actions {
 
 Actions actions;
 
-class BusySm final : public Reactor<BusySm, BusySmAttributes> {
+class BusySm final : public Reactor<BusySm, BusySmAttributes, FrameTest::ProbeModule<BusySm>> {
  public:
   BusySm(Lumo::Ptr<First const> const& first, Lumo::Ptr<Second const> const& second)
       : Reactor(first, second) {

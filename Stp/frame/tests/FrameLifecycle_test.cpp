@@ -9,10 +9,12 @@
 #include <vector>
 
 #include "Stp/frame/tests/FrameTestSupport.h"
+#include "Stp/frame/tests/ProbeModule.h"
 
 namespace Stp {
 namespace {
 
+using FrameTest::inactive;
 using FrameTest::Maker;
 using FrameTest::makers;
 using FrameTest::World;
@@ -22,37 +24,37 @@ class FrameLifecycle : public TestSupport::LeavesNothing {};
 
 // What the static creators and factories build on: constructed, but not activated.
 std::vector<std::function<Lumo::Ptr<Lumo::Node>(World&)>> const freshObjects{
-    [](World& w) { return OCGlobalConfigSm::construct(w.inputConfig, w.ocGlobalConfig); },
-    [](World& w) { return OCGlobalVlanSyncher::construct(w.ocGlobalConfig, w.inputConfig); },
+    [](World& w) { return inactive<OCGlobalConfigSm>(w.inputConfig, w.ocGlobalConfig); },
+    [](World& w) { return inactive<OCGlobalVlanSyncher>(w.ocGlobalConfig, w.inputConfig); },
     [](World& w) {
-      return OCGlobalStateSm::construct(w.config, w.status, w.vlanDir, w.ocGlobalState);
+      return inactive<OCGlobalStateSm>(w.config, w.status, w.vlanDir, w.ocGlobalState);
     },
-    [](World& w) { return OCPortConfigSm::construct("Ethernet1", w.inputPort, w.ocInterface); },
+    [](World& w) { return inactive<OCPortConfigSm>("Ethernet1", w.inputPort, w.ocInterface); },
     [](World& w) {
-      return OCStpiStatusConfigSm::construct("Mst", w.inputConfig, w.mst, w.ocInterfaceConfigDir);
-    },
-    [](World& w) {
-      return OCInterfaceConfigDirSm::construct(w.inputConfig, w.status, w.ocInterfaceConfigDir);
+      return inactive<OCStpiStatusConfigSm>("Mst", w.inputConfig, w.mst, w.ocInterfaceConfigDir);
     },
     [](World& w) {
-      return OCStpiPortStatusSm::construct("Ethernet1", w.config, w.port, w.portStatus,
-                                           w.ocInterfaceStateDir);
+      return inactive<OCInterfaceConfigDirSm>(w.inputConfig, w.status, w.ocInterfaceConfigDir);
     },
     [](World& w) {
-      return OCStpiStatusSm::construct("Mst", w.config, w.mst, w.ocInterfaceStateDir);
+      return inactive<OCStpiPortStatusSm>("Ethernet1", w.config, w.port, w.portStatus,
+                                          w.ocInterfaceStateDir);
     },
     [](World& w) {
-      return OCInterfaceStateDirSm::construct(w.config, w.status, w.ocInterfaceStateDir);
+      return inactive<OCStpiStatusSm>("Mst", w.config, w.mst, w.ocInterfaceStateDir);
     },
-    [](World& w) { return OCMstiConfigSm::construct("MST1", w.inputMsti, w.ocMsti); },
     [](World& w) {
-      return OCMstpConfigSm::construct("Mst", w.inputMst, w.inputConfig, w.ocMstiConfigDir);
+      return inactive<OCInterfaceStateDirSm>(w.config, w.status, w.ocInterfaceStateDir);
     },
-    [](World& w) { return OCMstpConfigWrapperSm::construct(w.inputConfig, w.ocMstiConfigDir); },
-    [](World& /*w*/) { return OCMstpTrigger::construct(); },
-    [](World& w) { return OCMstSm::construct(w.mst, w.trigger); },
-    [](World& w) { return OCMstiStatusSm::construct("MST1", w.msti, w.trigger); },
-    [](World& w) { return OCMstpMainStateSm::construct(w.config, w.status, w.ocMstiStateDir); },
+    [](World& w) { return inactive<OCMstiConfigSm>("MST1", w.inputMsti, w.ocMsti); },
+    [](World& w) {
+      return inactive<OCMstpConfigSm>("Mst", w.inputMst, w.inputConfig, w.ocMstiConfigDir);
+    },
+    [](World& w) { return inactive<OCMstpConfigWrapperSm>(w.inputConfig, w.ocMstiConfigDir); },
+    [](World& /*w*/) { return inactive<OCMstpTrigger>(); },
+    [](World& w) { return inactive<OCMstSm>(w.mst, w.trigger); },
+    [](World& w) { return inactive<OCMstiStatusSm>("MST1", w.msti, w.trigger); },
+    [](World& w) { return inactive<OCMstpMainStateSm>(w.config, w.status, w.ocMstiStateDir); },
 };
 
 TEST_F(FrameLifecycle, FreshObjectHasOneReferenceAndNoFlags) {
@@ -201,7 +203,7 @@ TEST_F(FrameLifecycle, InactiveReactorReactsToNothingAndMissesChanges) {
 
 TEST_F(FrameLifecycle, DeactivationOfAReactorThatIsNotActiveDoesNothing) {
   World world;
-  auto const mirror = OCGlobalConfigSm::construct(world.inputConfig, world.ocGlobalConfig);
+  auto const mirror = inactive<OCGlobalConfigSm>(world.inputConfig, world.ocGlobalConfig);
   mirror->hasNotificationActiveIs(false);
   EXPECT_FALSE(world.inputConfig->publisher().empty()) << "the constructor's subscription stays";
   EXPECT_EQ(ranDuring([&] { world.inputConfig->modeIs(Mode::stp); }),

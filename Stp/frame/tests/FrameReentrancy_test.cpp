@@ -33,29 +33,29 @@ std::vector<std::pair<std::string_view, Change>> const changes{
     {"no input disabled VLAN", [](World& w) { w.inputConfig->disabledVlanDelAll(); }},
     {"input VLAN map", [](World& w) { w.inputConfig->mstConfigIs(World::oneVlan(30, 7)); }},
     {"configured port",
-     [](World& w) { w.inputConfig->portConfigIs("Ethernet9", Lumo::make<Input::PortConfig>()); }},
+     [](World& w) { w.inputConfig->portConfig.is("Ethernet9", Lumo::make<Input::PortConfig>()); }},
     {"replaced port",
-     [](World& w) { w.inputConfig->portConfigIs("Ethernet1", Lumo::make<Input::PortConfig>()); }},
-    {"no configured port", [](World& w) { w.inputConfig->portConfigDel("Ethernet1"); }},
+     [](World& w) { w.inputConfig->portConfig.is("Ethernet1", Lumo::make<Input::PortConfig>()); }},
+    {"no configured port", [](World& w) { w.inputConfig->portConfig.del("Ethernet1"); }},
     {"edge port", [](World& w) { w.inputPort->edgePortEnableIs(true); }},
     {"link type", [](World& w) { w.inputPort->linkTypeIs(Input::PortConfig::LinkType::shared); }},
-    {"no configured instance", [](World& w) { w.inputConfig->stpiConfigDel("Mst"); }},
+    {"no configured instance", [](World& w) { w.inputConfig->stpiConfig.del("Mst"); }},
     {"configured MST instance",
-     [](World& w) { w.inputMst->mstiConfigIs("MST2", Lumo::make<Input::MstiConfig>()); }},
-    {"no configured MST instance", [](World& w) { w.inputMst->mstiConfigDel("MST1"); }},
+     [](World& w) { w.inputMst->mstiConfig.is("MST2", Lumo::make<Input::MstiConfig>()); }},
+    {"no configured MST instance", [](World& w) { w.inputMst->mstiConfig.del("MST1"); }},
     {"configured priority", [](World& w) { w.inputMsti->bridgePriorityIs(0); }},
     {"default guard", [](World& w) { w.config->portfastBpduguardIs(true); }},
     {"disabled VLAN", [](World& w) { w.config->disabledVlanDel(10); }},
     {"VLAN map", [](World& w) { w.config->mstConfigIs(World::oneVlan(30, 7)); }},
     {"admin edge port", [](World& w) { w.port->adminEdgePortIs(true); }},
     {"protocol", [](World& w) { w.status->activeProtocolIs(Mode::stp); }},
-    {"instance", [](World& w) { w.status->stpiStatusIs("Other", Lumo::make<StpiStatus>()); }},
-    {"no instance", [](World& w) { w.status->stpiStatusDelAll(); }},
+    {"instance", [](World& w) { w.status->stpiStatus.is("Other", Lumo::make<StpiStatus>()); }},
+    {"no instance", [](World& w) { w.status->stpiStatus.delAll(); }},
     {"port of an instance",
-     [](World& w) { w.mst->stpiPortStatusIs("Ethernet9", Lumo::make<StpiPortStatus>()); }},
-    {"no ports of an instance", [](World& w) { w.mst->stpiPortStatusDelAll(); }},
-    {"MST instance", [](World& w) { w.mst->mstiStatusIs("MST2", Lumo::make<MstiStatus>()); }},
-    {"no MST instance", [](World& w) { w.mst->mstiStatusDelAll(); }},
+     [](World& w) { w.mst->stpiPortStatus.is("Ethernet9", Lumo::make<StpiPortStatus>()); }},
+    {"no ports of an instance", [](World& w) { w.mst->stpiPortStatus.delAll(); }},
+    {"MST instance", [](World& w) { w.mst->mstiStatus.is("MST2", Lumo::make<MstiStatus>()); }},
+    {"no MST instance", [](World& w) { w.mst->mstiStatus.delAll(); }},
     {"priority", [](World& w) { w.msti->bridgePriorityIs(0); }},
     {"operational edge port", [](World& w) { w.portStatus->operEdgePortIs(true); }},
     {"point-to-point", [](World& w) { w.portStatus->operPointToPointMacIs(true); }},
@@ -177,15 +177,15 @@ TEST_F(FrameReentrancy, ReadersMayDropAnythingDuringAnOperationOfATool) {
   // The operations find much to do: before them the object reacted to nothing.
   auto const changeMuch = [](World const& world) {
     World const w = world;
-    w.inputConfig->portConfigIs("Ethernet9", Lumo::make<Input::PortConfig>());
+    w.inputConfig->portConfig.is("Ethernet9", Lumo::make<Input::PortConfig>());
     w.inputConfig->mstConfigIs(World::oneVlan(30, 7));
     w.config->mstConfigIs(World::oneVlan(30, 7));
-    w.inputMst->mstiConfigIs("MST2", Lumo::make<Input::MstiConfig>());
-    w.inputMst->mstiConfigDel("MST1");
-    w.mst->stpiPortStatusIs("Ethernet9", Lumo::make<StpiPortStatus>());
-    w.mst->stpiPortStatusDel("Ethernet1");
-    w.mst->mstiStatusIs("MST2", Lumo::make<MstiStatus>());
-    w.mst->mstiStatusDel("MST1");
+    w.inputMst->mstiConfig.is("MST2", Lumo::make<Input::MstiConfig>());
+    w.inputMst->mstiConfig.del("MST1");
+    w.mst->stpiPortStatus.is("Ethernet9", Lumo::make<StpiPortStatus>());
+    w.mst->stpiPortStatus.del("Ethernet1");
+    w.mst->mstiStatus.is("MST2", Lumo::make<MstiStatus>());
+    w.mst->mstiStatus.del("MST1");
   };
   int const count = interveneEverywhere([&](World& world, Lumo::Ptr<Lumo::Node>& object) {
     Lumo::ClassInspectData const& data = *Lumo::classOf(*object);
@@ -214,7 +214,7 @@ TEST_F(FrameReentrancy, ReaderMayDeleteTheInterfaceThatItIsToldOf) {
     world.inputPort->edgePortEnableIs(true);
   }
   EXPECT_EQ(world.ocInterfaceConfigDir->interface(id), nullptr);
-  world.inputConfig->portConfigDel("Ethernet1");
+  world.inputConfig->portConfig.del("Ethernet1");
   EXPECT_TRUE(world.ocInterfaceConfigDir->interface(id)) << "an external port again";
 }
 
@@ -225,7 +225,7 @@ TEST_F(FrameReentrancy, ReaderMayDropTheChildrenOfAReactorThatMakesOne) {
   {
     LooseWatch const reader(world.ocInterfaceStateDir->publisher(),
                             [&] { mirror->ocStpiPortStatusSmDelAll(); });
-    world.mst->stpiPortStatusIs("Ethernet9", Lumo::make<StpiPortStatus>());
+    world.mst->stpiPortStatus.is("Ethernet9", Lumo::make<StpiPortStatus>());
   }
   EXPECT_EQ(OCStpiPortStatusSm::memAllocationTracker_.live(), 1U);
   EXPECT_TRUE(mirror->ocStpiPortStatusSmDel("Ethernet9"));

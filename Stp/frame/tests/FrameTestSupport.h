@@ -38,17 +38,17 @@ struct World {
     inputConfig->modeIs(Mode::mstp);
     inputConfig->mstConfigIs(oneVlan(10, 1));
     config->mstConfigIs(oneVlan(10, 1));
-    inputConfig->portConfigIs("Ethernet1", inputPort);
-    config->portConfigIs("Ethernet1", port);
+    inputConfig->portConfig.is("Ethernet1", inputPort);
+    config->portConfig.is("Ethernet1", port);
     inputMsti->mstiIdIs(1);
     inputMsti->bridgePriorityIs(4096);
-    inputMst->mstiConfigIs("MST1", inputMsti);
-    inputConfig->stpiConfigIs("Mst", inputMst);
+    inputMst->mstiConfig.is("MST1", inputMsti);
+    inputConfig->stpiConfig.is("Mst", inputMst);
     msti->bridgePriorityIs(8192);
-    mst->mstiStatusIs("MST1", msti);
-    mst->stpiPortStatusIs("Ethernet1", portStatus);
-    mst->stpiPortStatusIs("Ethernet2", Lumo::make<StpiPortStatus>());
-    status->stpiStatusIs("Mst", mst);
+    mst->mstiStatus.is("MST1", msti);
+    mst->stpiPortStatus.is("Ethernet1", portStatus);
+    mst->stpiPortStatus.is("Ethernet2", Lumo::make<StpiPortStatus>());
+    status->stpiStatus.is("Mst", mst);
     status->activeProtocolIs(Mode::mstp);
   }
 
@@ -79,7 +79,7 @@ struct World {
   Lumo::Ptr<OCMsti> ocMsti = Lumo::make<OCMsti>();
   Lumo::Ptr<OCMstiConfigDir> ocMstiConfigDir = Lumo::make<OCMstiConfigDir>();
   Lumo::Ptr<OCMstiStateDir> ocMstiStateDir = Lumo::make<OCMstiStateDir>();
-  Lumo::Ptr<OCMstpTrigger> trigger = OCMstpTrigger::construct();
+  Lumo::Ptr<OCMstpTrigger> trigger = OCMstpTrigger::create();
 
   /// Calls `visit(name, entity)` for each watched entity.
   template <class Visit>
@@ -161,7 +161,7 @@ inline std::vector<Maker> const& makers() {
        }},
       {"OCMstpConfigWrapperSm",
        [](World& w) { return oCMstpConfigWrapperSmFactory(w.inputConfig, w.ocMstiConfigDir); }},
-      {"OCMstpTrigger", [](World& /*w*/) { return OCMstpTrigger::construct(); }},
+      {"OCMstpTrigger", [](World& /*w*/) { return OCMstpTrigger::create(); }},
       {"OCMstSm", [](World& w) { return oCMstSmFactory(w.mst, w.trigger); }},
       {"OCMstiStatusSm", [](World& w) { return oCMstiStatusSmFactory("MST1", w.msti, w.trigger); }},
       {"OCMstpMainStateSm",

@@ -318,12 +318,12 @@ TEST_F(Inspection, WalkGoesOnWhileChildrenComeAndGo) {
     auto const parent =
         oCStpiStatusSmFactory("Mst", world.config, world.mst, world.ocInterfaceStateDir);
     at = Inspected(parent).children("ocStpiPortStatusSm");
-    world.mst->stpiPortStatusDel("Ethernet1");
-    world.mst->stpiPortStatusIs("Ethernet3", Lumo::make<StpiPortStatus>());
+    world.mst->stpiPortStatus.del("Ethernet1");
+    world.mst->stpiPortStatus.is("Ethernet3", Lumo::make<StpiPortStatus>());
     EXPECT_FALSE(at->atEnd());
     at->advance();
     EXPECT_EQ(at->key(), "Ethernet2");
-    world.mst->stpiPortStatusDel("Ethernet2");
+    world.mst->stpiPortStatus.del("Ethernet2");
     at->advance();
     EXPECT_EQ(at->key(), "Ethernet3");
   }
@@ -338,7 +338,7 @@ using InspectionDeathTest = Inspection;
 TEST_F(InspectionDeathTest, AskingForAChildThatHasGoneEndsTheProcess) {
   Inspected const parent = inspect("OCStpiStatusSm");
   auto const at = parent.children("ocStpiPortStatusSm");
-  world.mst->stpiPortStatusDelAll();
+  world.mst->stpiPortStatus.delAll();
   EXPECT_DEATH(at->key(), "iterator has a position");
 }
 
@@ -348,7 +348,7 @@ TEST_F(Inspection, ConstructsFromItsOwnArguments) {
     Inspected const model(maker.make(world));
     Values arguments;
     for (Lumo::FieldDescriptor const& field : model.data().fields) {
-      if (field.isArgument()) {
+      if (field.kind <= Lumo::FieldKind::target) {
         arguments.push_back(model.get(field.name));
       }
     }
@@ -359,7 +359,7 @@ TEST_F(Inspection, ConstructsFromItsOwnArguments) {
         maker.className != "OCGlobalVlanSyncher" && maker.className != "OCMstpTrigger";
     EXPECT_EQ(object->hasNotificationActive(), isReactor);
     for (Lumo::FieldDescriptor const& field : model.data().fields) {
-      if (field.isArgument()) {
+      if (field.kind <= Lumo::FieldKind::target) {
         EXPECT_EQ(Inspected(object).get(field.name), model.get(field.name)) << field.name;
       }
     }

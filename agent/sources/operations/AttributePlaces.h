@@ -37,7 +37,7 @@ class AttributePlace final : public Place {
 
   Change set(Json const& json) const override {
     auto value = present();
-    readValue(value, row_.name, json, valueMember);
+    readValue(value, json, valueMember, row_.greatest);
     return Change::set(entity_, row_, std::move(value));
   }
 

@@ -26,7 +26,7 @@ void attributeGiven(Entity& entity, std::string_view name, Json const& json, Whe
     }
     if constexpr (requires { row.get; }) {
       auto value = (entity.*row.get)();
-      readValue(value, name, json, where);
+      readValue(value, json, where, row.greatest);
       (entity.*row.set)(value);
     } else {
       where.refuse("a collection can't be given here");
@@ -96,7 +96,7 @@ class VlanPlace final : public KeyedPlace {
   Change set(Json const& json) const override {
     if constexpr (hasValue) {
       bool value = false;
-      readValue(value, row_.name, json, valueMember);
+      readValue(value, json, valueMember);
       return Change::setEntry(entity_, row_, vlan_, value);
     } else {
       unsupported("set");

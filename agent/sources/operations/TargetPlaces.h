@@ -48,7 +48,7 @@ class RecordHolderPlace final : public KeyedPlace {
 
   template <class Record>
   static Record changed(Record value, Json const& json) {
-    readValue(value, record.name, json, valueMember);
+    readValue(value, json, valueMember);
     return value;
   }
 
@@ -70,7 +70,7 @@ class RecordPlace final : public KeyedPlace {
   Change set(Json const& json) const override {
     Record const* const stored = present();
     Record value = stored == nullptr ? Record{key_} : *stored;
-    readValue(value, row_.name, json, valueMember);
+    readValue(value, json, valueMember);
     if (value.key() != key_) {
       constexpr std::string_view keyName =
           std::get<0>(fieldsOf(static_cast<Record*>(nullptr))).name;

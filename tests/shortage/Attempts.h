@@ -56,9 +56,8 @@ inline void forgetInterfaces(World& world) {
 /// new to the second attempt, which would leave its number as it is.
 inline void forgetUnfinishedInstances(World& world) {
   for (auto const& member : world.mstis->mstInstance()) {
-    std::uint16_t const id = member.key;
-    if (member.value->config().mstId != id) {
-      world.mstis->mstInstanceDel(id);
+    if (member.value->config() == Stp::OCMstiConfig()) {
+      world.mstis->mstInstanceDel(std::uint16_t{member.key});
     }
   }
 }

@@ -15,7 +15,12 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 
 add_library(StpOptions INTERFACE)
-target_compile_options(StpOptions INTERFACE -Wall -Wextra -Wpedantic -Werror)
+target_compile_options(StpOptions INTERFACE -Wall -Wextra -Wpedantic)
+# At -O3, GCC 12 takes strings that are joined for copies that overlap or overflow.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(StpOptions INTERFACE
+                         "$<$<CONFIG:Release>:-Wno-restrict;-Wno-array-bounds>")
+endif()
 # A library calls its own functions directly, and may inline them, although they are exported.
 target_compile_options(StpOptions INTERFACE -fno-semantic-interposition)
 if(STP_SANITIZE)
@@ -74,8 +79,7 @@ function(stp_check_headers name)
   if(NOT STP_CHECK_HEADERS)
     return()
   endif()
-  file(GLOB headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h"
-       "${CMAKE_CURRENT_SOURCE_DIR}/*/*.h")
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
   foreach(header IN LISTS headers)
     file(RELATIVE_PATH path "${CMAKE_CURRENT_SOURCE_DIR}" "${header}")
     set(source "${CMAKE_CURRENT_BINARY_DIR}/header-check/${path}.cpp")
@@ -101,13 +105,13 @@ function(stp_test name)
   include(GoogleTest)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} StpOptions GTest::gtest_main GTest::gmock)
-  # Tests are compiled far more often than they run: what they test is optimised, they are not. Lines
-  # of theirs are named where a sanitizer reports them.
+  # Tests are compiled far more often than they run: what they test is optimised, they are not, nor
+  # can they be fortified then. Lines of theirs are named where a sanitizer reports them.
   set(lines -g0)
   if(STP_SANITIZE)
     set(lines -g1)
   endif()
-  target_compile_options(${name} PRIVATE -O0 ${lines})
+  target_compile_options(${name} PRIVATE -O0 -U_FORTIFY_SOURCE ${lines})
   target_precompile_headers(${name} PRIVATE <gtest/gtest.h> <gmock/gmock.h> ${arg_PRECOMPILE})
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST)
 endfunction()

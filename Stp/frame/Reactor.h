@@ -253,7 +253,7 @@ class STP_API
 
   [[gnu::visibility("hidden")]] std::string keyText() const {
     if constexpr (isKeyed) {
-      return "[" + Attributes::name.toString() + "]";
+      return std::string("[").append(Attributes::name.toString()).append("]");
     } else {
       return {};
     }

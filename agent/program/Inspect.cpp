@@ -7,6 +7,7 @@
 #include "agent/program/Run.h"
 #include "agent/program/SnapshotFolders.h"
 #include "agent/program/Wiring.h"
+#include "agent/program/WiringGraph.h"
 
 namespace Agent {
 
@@ -35,11 +36,12 @@ int inspectMirror(Settings const& settings, std::optional<std::string> const& br
   });
 }
 
-int printWiring() {
+int printWiring(WiringForm form) {
   Settings nothing;
   nothing.show = Show::none;
   nothing.manualStart = true;
-  return Run(nothing).execute([](Run& run) { print(run, wiringPage()); });
+  return Run(nothing).execute(
+      [form](Run& run) { print(run, form == WiringForm::graph ? wiringGraph() : wiringPage()); });
 }
 
 }  // namespace Agent

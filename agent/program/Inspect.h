@@ -15,7 +15,10 @@ namespace Agent {
 int inspectMirror(Settings const& settings, std::optional<std::string> const& bridge,
                   std::vector<std::string> const& inputs);
 
+/// How the wiring is told.
+enum class WiringForm { page, graph };
+
 /// Prints the wiring alone. Returns the exit status: 0, or 2 when it can't be written.
-int printWiring();
+int printWiring(WiringForm form);
 
 }  // namespace Agent

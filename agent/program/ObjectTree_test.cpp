@@ -4,9 +4,11 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "agent/program/TestSupport.h"
 #include "agent/program/Wiring.h"
+#include "agent/program/WiringGraph.h"
 #include "agent/text/TextTable.h"
 
 namespace Agent {
@@ -96,12 +98,40 @@ TEST(TextTable, ColumnsAreAsWideAsTheirWidestCell) {
             "| 7   | a longer one |\n");
 }
 
+std::string contentOf(std::string const& path) {
+  std::ifstream file(path);
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
+}
+
 TEST(Wiring, PageOfTheDocumentationIsFresh) {
-  std::ifstream file(STP_WIRING_PAGE);
-  std::ostringstream page;
-  page << file.rdbuf();
-  EXPECT_EQ(page.str(), wiringPage())
+  EXPECT_EQ(contentOf(STP_DOC_DIR "/wiring.md"), wiringPage())
       << "write it anew: stp-openconfig-agent inspect --wiring >doc/wiring.md";
+}
+
+// Pictures of one graph differ from one Graphviz to the next: each holds the graph it was made of.
+TEST(Wiring, PictureOfTheDocumentationIsFresh) {
+  constexpr std::string_view begin = "<metadata><![CDATA[";
+  std::string const picture = contentOf(STP_DOC_DIR "/wiring.svg");
+  auto const start = picture.find(begin);
+  ASSERT_NE(start, std::string::npos);
+  auto const text = start + begin.size();
+  EXPECT_EQ(picture.substr(text, picture.find("]]></metadata>", text) - text), wiringGraph())
+      << "draw it anew: tools/draw-wiring";
+}
+
+TEST(Wiring, GraphShowsWatchingWritingOwningAndHolding) {
+  std::string const graph = wiringGraph();
+  for (std::string const edge :
+       {"\"PortConfig\":270:e -> \"OCStpiPortStatusSm\":137:w;",
+        "\"OCGlobalStateSm\":0:e -> \"OCGlobalState\":0:w;",
+        "\"OCGlobalVlanSyncher\":0:w -> \"Input::Config\":0:e [constraint=false];",
+        "\"OCMstpTrigger\":130:e -> \"OCMstpMainStateSm\":",
+        "\"OCStpiStatusSm\":0:e -> \"OCStpiPortStatusSm\":0:w [style=dashed",
+        "\"OCMstSm\":0:e -> \"OCMstpTrigger\":0:e [constraint=false];"}) {
+    EXPECT_THAT(graph, HasSubstr("  " + edge));
+  }
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "agent/program/Wiring.h"
 
 #include <map>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -13,13 +12,6 @@ namespace Agent {
 namespace {
 
 using Row = std::vector<std::string>;
-
-// All names here are of one namespace.
-std::string shortName(std::string_view qualified) {
-  constexpr std::string_view space = "Stp::";
-  qualified.remove_prefix(qualified.starts_with(space) ? space.size() : 0);
-  return std::string(qualified);
-}
 
 // By entity and attribute; of one change the handlers in the order of the classes and, within a
 // class, of its table.
@@ -59,6 +51,12 @@ std::string classTable(Lumo::ClassInspectData const& described) {
 
 std::span<Lumo::ClassInspectData const> mirrorClasses() {
   return _StpOpenConfigSm_a888b7c7e663556e_velModule.classes;
+}
+
+std::string shortName(std::string_view qualified) {
+  constexpr std::string_view space = "Stp::";
+  qualified.remove_prefix(qualified.starts_with(space) ? space.size() : 0);
+  return std::string(qualified);
 }
 
 std::string fieldRole(Lumo::FieldKind kind) {

@@ -3,6 +3,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "Lumo/ModuleInspect.h"
 
@@ -10,6 +11,9 @@ namespace Agent {
 
 /// The library's classes, by class index.
 std::span<Lumo::ClassInspectData const> mirrorClasses();
+
+/// The name of a type without the library's namespace, which all have in common.
+std::string shortName(std::string_view qualified);
 
 /// What a field of an object is to the object: "watches", "writes", ...
 std::string fieldRole(Lumo::FieldKind kind);

@@ -190,6 +190,7 @@ int inspect(Words const& words) {
   std::optional<std::string> bridge;
   Words inputs;
   bool wiring = false;
+  bool dot = false;
   CLI::App command("Prints the objects of the mirror as they live, and what runs what.",
                    "stp-openconfig-agent inspect");
   auto* const input = command.add_option("FILE", inputs,
@@ -199,15 +200,19 @@ int inspect(Words const& words) {
   auto* const bridgeOption =
       command.add_option("--bridge", bridge, "The bridge that the snapshots are of");
   bridgeOption->type_name("NAME")->needs(input);
-  command.add_flag("--wiring", wiring, "Apply nothing, and print only what runs what")
-      ->excludes(input)
-      ->excludes(bridgeOption);
+  auto* const wiringOption =
+      command.add_flag("--wiring", wiring, "Apply nothing, and print only what runs what");
+  wiringOption->excludes(input)->excludes(bridgeOption);
+  command.add_flag("--dot", dot, "Print it as a graph for Graphviz")->needs(wiringOption);
   addManualStart(command, settings);
   addRunSettings(command, settings);
   if (auto const status = parseCommand(command, words)) {
     return *status;
   }
-  return wiring ? Agent::printWiring() : Agent::inspectMirror(settings, bridge, inputs);
+  if (wiring) {
+    return Agent::printWiring(dot ? Agent::WiringForm::graph : Agent::WiringForm::page);
+  }
+  return Agent::inspectMirror(settings, bridge, inputs);
 }
 
 struct Command {

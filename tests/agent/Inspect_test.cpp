@@ -21,6 +21,13 @@ TEST(Inspect, WiringStandsAlone) {
   EXPECT_THAT(wiring(), HasSubstr("OCGlobalConfigSm::handleEnabledProtocol"));
 }
 
+TEST(Inspect, WiringIsAGraphWhereAskedFor) {
+  std::string const graph = runAgent({"inspect", "--wiring", "--dot"}).out;
+  EXPECT_THAT(graph, StartsWith("digraph wiring {\n"));
+  EXPECT_THAT(graph, HasSubstr("\"Input::Config\":267:e -> \"OCGlobalConfigSm\":132:w;\n"));
+  EXPECT_EQ(runAgent({"inspect", "--dot"}).status, 2);
+}
+
 TEST(Inspect, ShowsObjectsCountsAndWiringAfterTheOperations) {
   Outcome const outcome =
       runAgent({"inspect"}, R"({"op":"create","path":["input","portConfig","Ethernet1"]})");

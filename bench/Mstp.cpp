@@ -189,6 +189,8 @@ void shapes(benchmark::internal::Benchmark* benchmark) {
   benchmark->Args({empty, 1})
       ->Args({blocks, 16})
       ->Args({blocks, 64})
+      ->Args({interleaved, 2})
+      ->Args({interleaved, 4})
       ->Args({interleaved, 16})
       ->Args({interleaved, 64})
       ->Args({scattered, 16});

@@ -109,7 +109,7 @@ void sigcpp(benchmark::State& state) {
 #endif
 
 void subscribers(benchmark::internal::Benchmark* benchmark) {
-  benchmark->Arg(1)->Arg(4)->Arg(16);
+  benchmark->RangeMultiplier(2)->Range(1, 64);
 }
 
 }  // namespace

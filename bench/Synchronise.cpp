@@ -115,11 +115,15 @@ void instanceRemoval(benchmark::State& state) {
 
 BENCHMARK(synchronise)
     ->Name("synchronise/tree")
-    ->Args({16, 64})
-    ->Args({1024, 64})
-    ->Args({16384, 64})
+    ->ArgsProduct({{16, 128, 1024, 4096, 16384}, {64}})
     ->UseManualTime();
-BENCHMARK(bridgeGuard)->Name("bridgeGuard/mirror")->Arg(16)->Arg(1024)->Arg(16384);
+BENCHMARK(bridgeGuard)
+    ->Name("bridgeGuard/mirror")
+    ->Arg(16)
+    ->Arg(128)
+    ->Arg(1024)
+    ->Arg(4096)
+    ->Arg(16384);
 BENCHMARK(instanceRemoval)->Name("instanceRemoval/name")->Arg(1024)->Arg(16384);
 
 }  // namespace Bench

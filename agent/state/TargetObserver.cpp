@@ -186,7 +186,8 @@ void ObservedTargets::happened(TargetPlace const& place, std::optional<TargetRec
 }
 
 void ObservedTargets::tell(Event const& event) {
-  for (std::size_t at = 0; at < seats_.size(); ++at) {  // more may come meanwhile
+  // NOLINTNEXTLINE(modernize-loop-convert): more may come meanwhile
+  for (std::size_t at = 0; at < seats_.size(); ++at) {
     auto const [observer, since] = seats_[at];
     if (observer == nullptr || event.number <= since) {
       continue;

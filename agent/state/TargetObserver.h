@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "agent/state/Change.h"
@@ -33,7 +34,7 @@ class TargetObserver {
 /// nothing more. What is stored into an entity that left the tree is no change of the tree.
 class ObservedTargets {
  public:
-  explicit ObservedTargets(TargetView const& targets) : targets_(targets) {}
+  explicit ObservedTargets(TargetView targets) : targets_(std::move(targets)) {}
   ObservedTargets(ObservedTargets const&) = delete;
   ObservedTargets& operator=(ObservedTargets const&) = delete;
   ~ObservedTargets();

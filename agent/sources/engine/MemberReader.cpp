@@ -31,12 +31,8 @@ class Builder {
   bool end_array() { return close(); }
 
   bool key(std::string& name) {
-    if (skipped_ == 0) {
-      isKept_ = std::ranges::find(names_, name) != names_.end();
-      if (isKept_) {
-        member_ = std::move(name);
-      }
-    }
+    isKept_ = std::ranges::find(names_, name) != names_.end();
+    member_ = std::move(name);
     return true;
   }
 

@@ -25,7 +25,7 @@ namespace Agent {
 struct Identity {
   std::string_view name;
 
-  auto operator<=>(Identity const&) const = default;
+  bool operator==(Identity const&) const = default;
 };
 
 /// One value of a leaf-list. A text among numbers is a range of them, "10..12".

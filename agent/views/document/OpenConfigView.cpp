@@ -34,11 +34,14 @@ int compareNumbers(std::string_view a, std::string_view b) {
   return a.size() == b.size() ? a.compare(b) : (a.size() < b.size() ? -1 : 1);
 }
 
-// Keys of one list are of one type.
+// Keys of one list are of one type: names, or numbers. What is no list has one entry.
 struct KeyLess {
   bool operator()(LeafValue const& a, LeafValue const& b) const {
-    auto const* const name = std::get_if<std::string>(&a);
-    return name != nullptr ? naturalLess(*name, std::get<std::string>(b)) : a < b;
+    if (auto const* const name = std::get_if<std::string>(&a)) {
+      return naturalLess(*name, std::get<std::string>(b));
+    }
+    auto const* const number = std::get_if<std::uint64_t>(&a);
+    return number != nullptr && *number < std::get<std::uint64_t>(b);
   }
 };
 

@@ -89,5 +89,16 @@ TEST(Clock, PairsAdvanceWithTheCounter) {
   EXPECT_GE(pair.monotonic - first.monotonic, 1'500'000);
 }
 
+TEST(Clock, PairsTellTheTimeOfDay) {
+  auto const nanosecondsOf = [](auto time) { return nanoseconds(time.time_since_epoch()).count(); };
+  std::int64_t const before = nanosecondsOf(std::chrono::system_clock::now());
+  std::int64_t const monotonicBefore = nanosecondsOf(std::chrono::steady_clock::now());
+  ClockPair const pair = clockPair();
+  EXPECT_GE(pair.realtime, before);
+  EXPECT_LE(pair.realtime, nanosecondsOf(std::chrono::system_clock::now()));
+  EXPECT_GE(pair.monotonic, monotonicBefore);
+  EXPECT_LE(pair.monotonic, nanosecondsOf(std::chrono::steady_clock::now()));
+}
+
 }  // namespace
 }  // namespace Flashlog

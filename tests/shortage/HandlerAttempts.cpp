@@ -166,16 +166,24 @@ std::vector<Attempt> interfaceStateHandlers() {
   };
 }
 
+// The other instances have mirrors, which must find them again.
+void forgetUnfinishedInstance31(World& world) {
+  auto const added = world.mstis->mstInstance(31);
+  if (added && added->config() == Stp::OCMstiConfig()) {
+    world.mstis->mstInstanceDel(31);
+  }
+}
+
 std::vector<Attempt> mstpHandlers() {
   return {
       calling("OCMstiConfigSm::handleBridgePriority", readers, &mstiConfigMirror,
               [](auto& mirror) { mirror.handleBridgePriority(); }),
       calling(
           "OCMstpConfigSm::handleInitialized", both, &mstpConfigMirror,
-          [](auto& mirror) { mirror.handleInitialized(); }, &forgetUnfinishedInstances),
+          [](auto& mirror) { mirror.handleInitialized(); }, &forgetUnfinishedInstance31),
       calling(
           "OCMstpConfigSm::handleMstiConfig", both, &mstpConfigMirror,
-          [](auto& mirror) { mirror.handleMstiConfig("MST31"); }, &forgetUnfinishedInstances),
+          [](auto& mirror) { mirror.handleMstiConfig("MST31"); }, &forgetUnfinishedInstance31),
       calling(
           "OCMstpConfigWrapperSm::handleInitialized", both,
           [](World& world) {

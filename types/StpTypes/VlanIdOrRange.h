@@ -72,8 +72,8 @@ class STP_API VlanIdOrRange {
   }
 
   friend bool operator==(VlanIdOrRange const& a, VlanIdOrRange const& b) noexcept {
-    return a.parts_[tagPart] == b.parts_[tagPart] && a.parts_[firstPart] == b.parts_[firstPart] &&
-           a.parts_[lastPart] == b.parts_[lastPart];
+    return a.tag() == b.tag() && a.unpack(firstPart) == b.unpack(firstPart) &&
+           (a.tag() == Tag::vlanId || a.unpack(lastPart) == b.unpack(lastPart));
   }
 
  private:

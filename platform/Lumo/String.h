@@ -108,3 +108,8 @@ class STP_API String {
 static_assert(sizeof(String) == sizeof(void*), "a name is one pointer wide");
 
 }  // namespace Lumo
+
+template <>
+struct std::hash<Lumo::String> {
+  std::size_t operator()(Lumo::String const& name) const noexcept { return name.hash(); }
+};

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -113,7 +114,11 @@ TEST(String, KeepsItsCharactersWhileACopyLives) {
   EXPECT_EQ(copy.view().data(), view.data());
 }
 
-TEST(String, IsAKeyOfSortedContainers) {
+TEST(String, ServesStandardContainers) {
+  std::unordered_set<String> const set = {"a", "b", "a", ""};
+  EXPECT_EQ(set.size(), 3U);
+  EXPECT_TRUE(set.contains("b"));
+  EXPECT_EQ(std::hash<String>()(String("b")), String("b").hash());
   std::map<String, int> const map = {{"b", 2}, {"a", 1}};
   EXPECT_EQ(map.begin()->first.view(), "a");
 }

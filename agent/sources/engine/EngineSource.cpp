@@ -303,8 +303,9 @@ void EngineSource::again(EngineError error) {
   constexpr milliseconds longest{200};
   if (!failingSince_) {
     failingSince_ = loop_.now();
+    failures_ = 1;
     pause_ = {};
-  } else if (loop_.now() - *failingSince_ >= lasting) {
+  } else if (++failures_ >= fewAttempts && loop_.now() - *failingSince_ >= lasting) {
     tell({std::move(error), {}});
     return;
   } else {

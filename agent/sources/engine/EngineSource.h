@@ -75,8 +75,10 @@ class EngineSource {
   /// One run of the program has so much time: more than the five seconds that the program itself
   /// waits for the answer to a question, so that its own reason is heard.
   static constexpr std::chrono::seconds answerLimit{10};
-  /// A reason that comes and goes with ports and instances is no error until it has lasted so long.
+  /// A reason that comes and goes with ports and instances is no error until it has lasted so long,
+  /// and for so many attempts.
   static constexpr std::chrono::seconds lasting{1};
+  static constexpr int fewAttempts = 5;
 
   /// `program` as EngineProcess takes it.
   EngineSource(Loop& loop, std::string program, std::string bridge);
@@ -104,6 +106,7 @@ class EngineSource {
   Done done_;
   std::optional<EngineProcess> process_;
   std::optional<Loop::Time> failingSince_;
+  int failures_ = 0;
   Loop::Clock::duration pause_{};
   Loop::Registration next_;
 };

@@ -183,7 +183,7 @@ std::optional<Loop::Clock::duration> Loop::patience(std::optional<Clock::duratio
 void Loop::runTimers() {
   Time const now = now_();
   auto const last = timers_.upper_bound(now);
-  std::size_t due = static_cast<std::size_t>(std::distance(timers_.begin(), last));
+  auto due = static_cast<std::size_t>(std::distance(timers_.begin(), last));
   while (due-- > 0 && !timers_.empty() && timers_.begin()->first <= now && !thrown_) {
     Registration::Kept* const kept = timers_.begin()->second;
     timers_.erase(timers_.begin());

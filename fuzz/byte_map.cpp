@@ -14,8 +14,8 @@ std::array<std::uint16_t, 4096> expected(Lumo::Bytes const& map) {
   Stp::VidToMstiEntries const entries(map);
   std::size_t cursor = 0;
   for (std::uint16_t vlan = 1; vlan <= 4094; ++vlan) {
-    if (cursor < entries.count() && entries.vlan(cursor) == vlan) {
-      instanceOf[vlan] = entries.instance(cursor++);
+    if (entries[cursor].vlan == vlan) {
+      instanceOf[vlan] = entries[cursor++].instance;
     }
   }
   return instanceOf;

@@ -136,19 +136,19 @@ using SnapshotFiles = std::function<std::optional<std::string>(std::string const
 /// The longest file that is read, in bytes: several times the ports that an engine can have.
 inline constexpr std::size_t maxSnapshotFile = std::size_t{8} << 20U;
 
-/// Reads the snapshot of the bridge named from `source`, which must not be empty. Each file is
+/// Reads the snapshot of the bridge `name`, which must not be empty, from `source`. Each file is
 /// asked for once, in this order: `showbridge.json`, `showportdetail.json`, while the mode is MSTP
 /// `showmstilist.json` and `showtree-ID.json` for each of its ids, then `showmstconfid.json`,
 /// `showfid2mstid.json`, `showvid2fid.json`. Throws SnapshotError for the first file that is
 /// missing, longer than `maxSnapshotFile`, about another bridge or not understood; its `what()` has
 /// no folder. Adds to `remarks`, if there are to be any.
-EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& bridge,
+EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& name,
                              std::vector<SnapshotRemark>* remarks = nullptr);
 
 /// The instances whose trees the snapshot consists of, in the engine's order: while the mode is
 /// MSTP those of `showmstilist.json`, else none. Asks for no other file than that and
 /// `showbridge.json`; throws as parseSnapshot does.
-std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::string const& bridge);
+std::vector<std::uint16_t> instancesToRead(SnapshotFiles const& source, std::string const& name);
 
 /// A snapshot from the files in `dir`. `what()` of a SnapshotError starts with `dir` as given here.
 /// A file that can't be read is refused with the system's text for the error.

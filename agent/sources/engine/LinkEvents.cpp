@@ -30,14 +30,18 @@ void LinkEvents::Close::operator()(mnl_socket* socket) const noexcept {
 LinkEvents::LinkEvents(Loop& loop, std::string bridge, Loop::Call onEvent)
     : bridge_(std::move(bridge)),
       onEvent_(std::move(onEvent)),
-      index_(::if_nametoindex(bridge_.c_str())),
       buffer_(std::size_t{64} << 10U),
       socket_(::mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK)) {
   require(socket_ != nullptr, "netlink");
   require(::mnl_socket_bind(socket_.get(), RTMGRP_LINK, MNL_SOCKET_AUTOPID) == 0, "netlink");
-  index_ = ::if_nametoindex(bridge_.c_str());
+  lookForBridge();
   reading_ = loop.whenReady(::mnl_socket_get_fd(socket_.get()), EPOLLIN,
                             [this](std::uint32_t /*events*/) { read(); });
+}
+
+// While the socket hears: a bridge that comes before it does would be missed.
+void LinkEvents::lookForBridge() {
+  index_ = ::if_nametoindex(bridge_.c_str());
 }
 
 void LinkEvents::read() {
@@ -51,7 +55,7 @@ void LinkEvents::read() {
       bool const isEmpty = size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
       happened = happened || !isEmpty;  // ENOBUFS, or a message too long: it was one
       if (size < 0 && (errno == ENOBUFS || errno == ENOSPC)) {
-        index_ = ::if_nametoindex(bridge_.c_str());
+        lookForBridge();
         continue;
       }
       break;

@@ -26,12 +26,13 @@ class LinkEvents {
     void operator()(mnl_socket* socket) const noexcept;
   };
 
+  void lookForBridge();
   void read();
   bool isEvent(nlmsghdr const& message);
 
   std::string bridge_;
   Loop::Call onEvent_;
-  unsigned index_;  // of the bridge, 0 while there is none
+  unsigned index_ = 0;  // of the bridge, 0 while there is none
   std::vector<char> buffer_;
   std::unique_ptr<mnl_socket, Close> socket_;
   Loop::Registration reading_;

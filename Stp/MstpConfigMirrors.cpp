@@ -129,12 +129,12 @@ void OCMstpConfigWrapperSm::handleMstpConfigSm(Lumo::String const& stpiName) {
 void OCMstpConfigWrapperSm::handleMstVlanMapping() {
   auto const traced = trace<"handleMstVlanMapping", 764>();
   MstiToVid const vlans = mstiToVidFromBytes(stpInputConfig->mstConfig().vidToMsti);
-  for (auto const& [id, list] : vlans) {
+  for (auto const& [id, ofInstance] : vlans) {
     Lumo::Ptr<OCMsti> const instance = ocMstiConfigDir->mstInstanceIs(id);
     OCMstiConfig config;
     config.mstId = id;
     config.bridgePriority = instance->config().bridgePriority;
-    config.vlan = list;
+    config.vlan = ofInstance.list();
     instance->configIs(config);
   }
   for (auto const& member : ocMstiConfigDir->mstInstance()) {

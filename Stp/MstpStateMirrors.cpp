@@ -103,7 +103,7 @@ void OCMstpMainStateSm::update() {
   MstiToVid const vlans = mstiToVidFromBytes(stpConfig->mstConfig().vidToMsti);
   for (auto const& entry : vlans) {
     ocMstiStateDir->stateAmend(entry.first,
-                               [&entry](OCMstiState& state) { state.vlan = entry.second; });
+                               [&entry](OCMstiState& state) { state.vlan = entry.second.list(); });
   }
 
   Lumo::Ptr<StpiStatus> const mst = stpStatus->stpiStatus(mstpInstanceName());

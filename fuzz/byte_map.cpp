@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   auto const instanceOf = expected(map);
   std::array<unsigned, 4096> seen{};
   for (auto const& lists : Stp::mstiToVidFromBytes(map)) {
-    auto const& list = lists.second;
+    auto const& list = lists.second.list();
     Fuzz::require(!list.empty(), "an instance in the result has VLANs");
     unsigned before = 0;
     for (Stp::VlanIdOrRange const& entry : list) {

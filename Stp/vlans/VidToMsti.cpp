@@ -10,31 +10,34 @@ namespace Stp {
 
 namespace {
 
-// Out of the way of the VLANs that follow.
-[[gnu::noinline]] void addInstance(MstiToVid& map, std::uint16_t instanceId,
-                                   Bridging::VlanId vlan) {
-  SharedList<VlanIdOrRange> list{vlan};
-  map[instanceId] = std::move(list);
+// Both are out of the way of the VLANs that continue a run.
+[[gnu::noinline]] void addInstance(MstiToVid& map, std::uint16_t instanceId, std::uint16_t vlanId) {
+  InstanceVlans vlans({Bridging::VlanId(vlanId)});
+  map[instanceId] = std::move(vlans);
+}
+[[gnu::noinline]] void addRun(InstanceVlans& vlans, std::uint16_t vlanId) {
+  int const distance = vlanId - vlans.last().last().value();
+  if (distance > 1) {
+    vlans.push(Bridging::VlanId(vlanId));
+  } else if (distance == 1) {
+    vlans.last().lastIs(Bridging::VlanId(vlanId));
+  } else {
+    Base::assertionFailed("false && \"VLAN IDs in VLAN-to-Msti map not sorted\"",
+                          Module::sourcePath, 103,
+                          "void Stp::addVlanToMstiMap(MstiToVid&, U16, U16)");
+  }
 }
 
 }  // namespace
 
 void addVlanToMstiMap(MstiToVid& map, std::uint16_t vlanId, std::uint16_t instanceId) {
-  SharedList<VlanIdOrRange>* const list = map.find(instanceId);
-  if (list == nullptr) [[unlikely]] {
-    addInstance(map, instanceId, Bridging::VlanId(vlanId));
-    return;
-  }
-  VlanIdOrRange& last = list->last();
-  int const distance = vlanId - last.last().value();
-  if (distance == 1) {
-    last.lastIs(Bridging::VlanId(vlanId));
-  } else if (distance > 1) {
-    list->push(Bridging::VlanId(vlanId));
+  InstanceVlans* const vlans = map.find(instanceId);
+  if (vlans == nullptr) [[unlikely]] {
+    addInstance(map, instanceId, vlanId);
+  } else if (vlans->last().isRangeTo(static_cast<std::uint16_t>(vlanId - 1))) [[likely]] {
+    vlans->last().lastIs(Bridging::VlanId(vlanId));
   } else {
-    Base::assertionFailed("false && \"VLAN IDs in VLAN-to-Msti map not sorted\"",
-                          Module::sourcePath, 103,
-                          "void Stp::addVlanToMstiMap(MstiToVid&, U16, U16)");
+    addRun(*vlans, vlanId);
   }
 }
 

@@ -3,7 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
+#include "Bridging/VlanId.h"
 #include "Lumo/Bytes.h"
 #include "Lumo/UnorderedMap.h"
 #include "Pebble/Slab.h"
@@ -43,8 +45,30 @@ class VidToMstiEntries {
   std::uint16_t count_;
 };
 
-/// The VLANs of each instance that has any, ascending, in maximal runs.
-using MstiToVid = Lumo::UnorderedMap<std::uint16_t, SharedList<VlanIdOrRange>, Pebble::Allocator>;
+/// The VLANs of one instance, ascending, in maximal runs. While they are gathered nobody shares
+/// their list, so that its last run can be kept at hand.
+class InstanceVlans {
+ public:
+  InstanceVlans() = default;
+  InstanceVlans(InstanceVlans&&) = default;
+  InstanceVlans& operator=(InstanceVlans&&) = default;
+  ~InstanceVlans() = default;
+  explicit InstanceVlans(SharedList<VlanIdOrRange> list)
+      : list_(std::move(list)), last_(&list_.last()) {}
+
+  SharedList<VlanIdOrRange> const& list() const noexcept { return list_; }
+
+  /// The last run. There must be one.
+  VlanIdOrRange& last() noexcept { return *last_; }
+  void push(Bridging::VlanId vlan) { last_ = &list_.push(vlan); }
+
+ private:
+  SharedList<VlanIdOrRange> list_;
+  VlanIdOrRange* last_ = nullptr;
+};
+
+/// The VLANs of each instance that has any.
+using MstiToVid = Lumo::UnorderedMap<std::uint16_t, InstanceVlans, Pebble::Allocator>;
 
 /// The VLAN list of every instance. Each VLAN from 1 to 4094 is in one of them; a VLAN without an
 /// entry belongs to the CIST, instance 0. Entries are in strictly ascending order of their VLANs;

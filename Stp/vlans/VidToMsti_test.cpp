@@ -30,8 +30,8 @@ using Lists = std::map<std::uint16_t, std::string>;
 
 Lists listsOf(MstiToVid const& map) {
   Lists lists;
-  for (auto const& [instance, list] : map) {
-    EXPECT_TRUE(lists.emplace(instance, textOf(list)).second) << instance << " came twice";
+  for (auto const& [instance, vlans] : map) {
+    EXPECT_TRUE(lists.emplace(instance, textOf(vlans.list())).second) << instance << " came twice";
   }
   return lists;
 }
@@ -67,7 +67,8 @@ std::string flawOf(MstiToVid const& map, Instances const& expected) {
   Instances instances;
   instances.fill(none);
   int vlans = 0;
-  for (auto const& [instance, list] : map) {
+  for (auto const& [instance, ofInstance] : map) {
+    auto const& list = ofInstance.list();
     if (list.empty()) {
       return "an empty list";
     }
@@ -278,7 +279,9 @@ TEST(VidToMstiDeathTest, SizeThatIsNoMultipleOfFour) {
 
 class MstiVlans : public testing::Test {
  protected:
-  void has(std::uint16_t instance, SharedList<VlanIdOrRange> const& list) { map_[instance] = list; }
+  void has(std::uint16_t instance, SharedList<VlanIdOrRange> const& list) {
+    map_[instance] = InstanceVlans(list);
+  }
   void add(std::uint16_t vlan, std::uint16_t instance) { addVlanToMstiMap(map_, vlan, instance); }
 
   void expectRangeError(std::uint16_t vlan, std::uint16_t instance) {
@@ -346,8 +349,8 @@ TEST_F(MstiVlans, RefuseALastElementThatIsNeitherIdNorRange) {
 TEST_F(MstiVlans, LookAtTheLastElementAlone) {
   has(5, {broken(), id(9)});
   add(11, 5);
-  EXPECT_EQ(map_[5].size(), 3U);
-  EXPECT_EQ(map_[5][2], VlanIdOrRange(id(11)));
+  EXPECT_EQ(map_[5].list().size(), 3U);
+  EXPECT_EQ(map_[5].list()[2], VlanIdOrRange(id(11)));
 }
 
 TEST_F(MstiVlansDeathTest, VlanThatDoesNotComeAfterTheLast) {

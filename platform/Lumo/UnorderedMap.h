@@ -39,7 +39,7 @@ class UnorderedMap {
     return position == none ? nullptr : &entries_[position].second;
   }
   Value* find(Key const& key) {
-    if (found_ == nullptr || found_->first != key) {
+    if (found_ == nullptr || found_->first != key) [[unlikely]] {
       std::uint32_t const position = positionOf(key);
       if (position == none) {
         return nullptr;

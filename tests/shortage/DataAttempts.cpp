@@ -35,8 +35,8 @@ std::string containerText(Stp::OCGlobalConfigContainer const& container) {
 }
 std::string listsText(Stp::MstiToVid const& lists) {
   std::string text;
-  for (auto const& [id, list] : lists) {
-    text += std::to_string(id) + ": " + listText(list) + "\n";
+  for (auto const& [id, vlans] : lists) {
+    text += std::to_string(id) + ": " + listText(vlans.list()) + "\n";
   }
   return text;
 }

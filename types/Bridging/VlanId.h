@@ -16,8 +16,8 @@ class VlanId {
 
   /// Throws Lumo::RangeException for a value outside the range.
   constexpr explicit VlanId(std::uint16_t value) : value_(value) {
-    if (!valid(value)) {
-      Lumo::RangeException::throwException("Bridging::VlanId::value < 1 or > 4094 not allowed");
+    if (!valid(value)) [[unlikely]] {
+      throwOutOfRange();
     }
   }
 
@@ -31,6 +31,11 @@ class VlanId {
   friend constexpr auto operator<=>(VlanId const&, VlanId const&) = default;
 
  private:
+  // Out of line, so that the message costs those nothing whose ids are in the range.
+  [[noreturn, gnu::cold, gnu::noinline]] static void throwOutOfRange() {
+    Lumo::RangeException::throwException("Bridging::VlanId::value < 1 or > 4094 not allowed");
+  }
+
   std::uint16_t value_;
 };
 

@@ -64,14 +64,16 @@ class SharedList {
     return first()[index];
   }
 
-  /// Appends one element; a list that shares its elements first takes its own copy of them.
-  void push(T const& element) {
+  /// Appends one element, and returns it as `last` does; a list that shares its elements first
+  /// takes its own copy of them.
+  T& push(T const& element) {
     T const added = element;  // it may lie in this very list
-    if (block_ == nullptr || !unique() || block_->size == block_->capacity) {
+    Block* block = block_;    // reading the count would make the compiler read this again
+    if (block == nullptr || !unique() || block->size == block->capacity) [[unlikely]] {
       grow();
+      block = block_;
     }
-    new (first() + block_->size) T(added);
-    ++block_->size;
+    return *new (reinterpret_cast<T*>(block + 1) + block->size++) T(added);
   }
 
   /// Appends many elements: what one append has to ask, it asks once for all. The list has them

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "Base/Api.h"
 #include "Bridging/VlanId.h"
@@ -59,16 +60,22 @@ class STP_API VlanIdOrRange {
 
   /// The id, or the end of the range.
   Bridging::VlanId last() const {
-    if (tag() > Tag::vlanRange) [[unlikely]] {
-      throwBadAccess("VlanRange");
+    std::uint32_t const end = this->end();
+    if (end > (rangeTag | 0xFFFFU)) [[unlikely]] {
+      if (tag() > Tag::vlanRange) {
+        throwBadAccess("VlanRange");
+      }
     }
-    return unpack(lastPart);
+    return std::bit_cast<Bridging::VlanId>(static_cast<std::uint16_t>(end));
   }
+
+  /// Whether it is a range with this end.
+  bool isRangeTo(std::uint16_t last) const noexcept { return end() == rangeTag + last; }
 
   /// Makes it the range up to `value`, which is greater than its last VLAN.
   void lastIs(Bridging::VlanId value) noexcept {
-    parts_[lastPart] = value.value();
-    parts_[tagPart] = static_cast<std::uint16_t>(Tag::vlanRange);
+    std::uint32_t const end = rangeTag + value.value();
+    std::memcpy(&parts_[endPart], &end, sizeof end);
   }
 
   friend bool operator==(VlanIdOrRange const& a, VlanIdOrRange const& b) noexcept {
@@ -84,6 +91,16 @@ class STP_API VlanIdOrRange {
   static constexpr std::size_t firstPart = lowFirst ? 0 : 3;
   static constexpr std::size_t lastPart = lowFirst ? 1 : 2;
   static constexpr std::size_t tagPart = lowFirst ? 2 : 1;
+
+  // Its end and the tag lie side by side, and are read and written as one.
+  static constexpr std::size_t endPart = 1;
+  static constexpr std::uint32_t rangeTag = std::uint32_t{static_cast<std::uint8_t>(Tag::vlanRange)}
+                                            << 16U;
+  std::uint32_t end() const noexcept {
+    std::uint32_t end = 0;
+    std::memcpy(&end, &parts_[endPart], sizeof end);
+    return end;
+  }
 
   static Parts pack(Bridging::VlanId first, Bridging::VlanId last, Tag tag) noexcept {
     return std::bit_cast<Parts>(first.value() | std::uint64_t{last.value()} << 16 |

@@ -6,14 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "Lumo/Ptr.h"
 #include "Stp/MstpConfigMirrors.h"
-#include "Stp/tests/MstTestSupport.h"
+#include "Stp/tests/MstpConfigTestSupport.h"
 #include "Stp/tests/TestSupport.h"
 
 namespace Stp {
@@ -23,68 +21,53 @@ using testing::IsEmpty;
 using TestSupport::ActsOnce;
 using TestSupport::Deed;
 using TestSupport::DropsAndThrows;
-using TestSupport::MapEntry;
 using TestSupport::MstiRecords;
-using TestSupport::recordsOf;
 using TestSupport::Watch;
 
-class MstpConfigReentry : public TestSupport::LeavesNothing {
+class MstpConfigReentry : public TestSupport::MstpConfigFixture {
  protected:
   // A mirror of a bridge with "Mst" and a configured instance that has a VLAN.
   void start() {
     input_ = Lumo::make<Input::Config>();
     directory_ = Lumo::make<OCMstiConfigDir>();
     mapIs({{10, 5}});
-    mst_ = Lumo::make<Input::StpiConfig>();
-    input_->stpiConfig.is("Mst", mst_);
-    msti_ = configure("MST5");
-    configure("MST6");
+    runMstp();
+    msti_ = configure("MST5", 5);
+    configure("MST6", 6);
     mirror_ = oCMstpConfigWrapperSmFactory(input_, directory_);
   }
 
-  Lumo::Ptr<Input::MstiConfig> configure(Lumo::String const& name) {
-    auto config = Lumo::make<Input::MstiConfig>();
-    mst_->mstiConfig.is(name, config);
-    return config;
-  }
-  void unconfigure(Lumo::String const& name) { mst_->mstiConfig.del(name); }
-  void mapIs(std::vector<MapEntry> const& entries) {
-    input_->mstConfigIs(TestSupport::mstConfig(entries));
-  }
   void priorityChanges() {
     // Nothing here holds the entity meanwhile.
     Input::MstiConfig& msti = *msti_;
     msti.bridgePriorityIs(msti.bridgePriority() + 1);
   }
-  void mstGoes() { input_->stpiConfig.del("Mst"); }
 
   // Whatever happened, the mirror must work once it has what it needs.
   void expectAliveAndWell() {
     mirror_->hasNotificationActiveIs(true);
-    mstGoes();
-    EXPECT_EQ(OCMstpConfigSm::memAllocationTracker_.live(), 0U);
-    EXPECT_EQ(OCMstiConfigSm::memAllocationTracker_.live(), 0U);
+    stopMstp();
+    EXPECT_EQ(configMirrors() + leaves(), 0U);
     directory_->mstInstanceDelAll();
-    mst_ = Lumo::make<Input::StpiConfig>();
-    input_->stpiConfig.is("Mst", mst_);
+    runMstp();
     mapIs({});
     mapIs({{10, 5}});
-    configure("MST6")->bridgePriorityIs(4096);
+    configure("MST6", 6)->bridgePriorityIs(4096);
     EXPECT_EQ(
-        recordsOf(*directory_),
-        (MstiRecords{{0, {0, 32768, "1-9 11-4094"}}, {5, {5, 32768, "10"}}, {6, {0, 4096, ""}}}));
+        directory(),
+        (MstiRecords{{0, {0, 32768, "1-9 11-4094"}}, {5, {5, 32768, "10"}}, {6, {6, 4096, ""}}}));
   }
 
   std::vector<Deed> causes() {
     return {
         {"priority", [this] { priorityChanges(); }},
-        {"new configuration", [this] { configure("MST7"); }},
+        {"new configuration", [this] { configure("MST7", 7); }},
         {"configuration gone", [this] { unconfigure("MST6"); }},
         {"map",
          [this] {
            mapIs({{10, 8}, {11, 5}});
          }},
-        {"Mst gone", [this] { mstGoes(); }},
+        {"Mst gone", [this] { stopMstp(); }},
         {"Mst back",
          [this] {
            auto const input = input_;
@@ -107,7 +90,7 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
          }},
         {"drops the child", [this] { mirror_->ocMstpConfigSmDel("Mst"); }},
         {"switches the mirror off", [this] { mirror_->hasNotificationActiveIs(false); }},
-        {"configures another instance", [this] { configure("MST9"); }},
+        {"configures another instance", [this] { configure("MST9", 9); }},
         {"changes the map",
          [this] {
            mapIs({{12, 9}});
@@ -133,10 +116,7 @@ class MstpConfigReentry : public TestSupport::LeavesNothing {
     return reader.acted();
   }
 
-  Lumo::Ptr<Input::Config> input_;
-  Lumo::Ptr<Input::StpiConfig> mst_;
   Lumo::Ptr<Input::MstiConfig> msti_;
-  Lumo::Ptr<OCMstiConfigDir> directory_;
   Lumo::Ptr<OCMstpConfigWrapperSm> mirror_;
 };
 
@@ -161,7 +141,7 @@ TEST_F(MstpConfigReentry, SurvivesAReaderThatDropsEverythingAndThrows) {
   auto child = oCMstpConfigSmFactory("Mst", mst_, input_, directory_);
   OCMstpConfigSm& called = *child;
   child->hasNotificationActiveIs(false);
-  configure("MST7");
+  configure("MST7", 7);
   DropsAndThrows const reader(*directory_, [&] {
     child = nullptr;
     mst_ = nullptr;

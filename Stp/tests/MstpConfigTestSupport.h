@@ -26,6 +26,14 @@ inline constexpr char const* instanceIdError =
 /// MST instances.
 class MstpConfigFixture : public LeavesNothing {
  protected:
+  /// "Mst" becomes part of the configuration, a new one without MST instances.
+  Lumo::Ptr<Input::StpiConfig> runMstp() {
+    mst_ = Lumo::make<Input::StpiConfig>();
+    input_->stpiConfig.is("Mst", mst_);
+    return mst_;
+  }
+  void stopMstp() { input_->stpiConfig.del("Mst"); }
+
   Lumo::Ptr<Input::MstiConfig> configure(Lumo::String const& name, std::uint16_t mstId,
                                          std::uint16_t priority = 32768) {
     auto config = Lumo::make<Input::MstiConfig>();
@@ -60,6 +68,7 @@ class MstpConfigFixture : public LeavesNothing {
   }
   MstiRecords directory() const { return recordsOf(*directory_); }
 
+  static std::uint64_t configMirrors() { return OCMstpConfigSm::memAllocationTracker_.live(); }
   static std::uint64_t leaves() { return OCMstiConfigSm::memAllocationTracker_.live(); }
 
   /// No trace of any mirror in its sources.

@@ -37,18 +37,9 @@ class MstpConfigWrapper : public TestSupport::MstpConfigFixture {
  protected:
   void mirror() { mirror_ = oCMstpConfigWrapperSmFactory(input_, directory_); }
 
-  Lumo::Ptr<Input::StpiConfig> runMstp() {
-    mst_ = Lumo::make<Input::StpiConfig>();
-    input_->stpiConfig.is("Mst", mst_);
-    return mst_;
-  }
-  void stopMstp() { input_->stpiConfig.del("Mst"); }
-
   void expectBirthRaises(char const* text) {
     MstpConfigFixture::expectBirthRaises(text, [this] { mirror(); });
   }
-
-  static std::uint64_t configMirrors() { return OCMstpConfigSm::memAllocationTracker_.live(); }
 
   Lumo::Ptr<OCMstpConfigWrapperSm> mirror_;
 };

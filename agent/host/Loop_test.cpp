@@ -117,6 +117,19 @@ TEST_F(LoopTest, TimerThatIsDueAgainAtOnceLetsOthersHaveTheirTurn) {
   EXPECT_THAT(said, ElementsAre("at once"));
 }
 
+TEST_F(LoopTest, TimerThatIsNotDueYetWaitsThoughOneThatWasDueGoes) {
+  Loop::Registration second;
+  auto const first = loop.at(now, [&] {
+    said.emplace_back("first");
+    second = loop.after(seconds(1), saying("later"));
+  });
+  second = loop.at(now, saying("dropped"));
+  loop.turn();
+  EXPECT_THAT(said, ElementsAre("first"));
+  passes(seconds(1));
+  EXPECT_THAT(said, ElementsAre("first", "later"));
+}
+
 TEST_F(LoopTest, CallbackOutlivesItsRegistration) {
   auto const kept = std::make_shared<std::string>("kept");
   Loop::Registration timer;
@@ -195,6 +208,9 @@ TEST_F(LoopTest, FileThatIsAlwaysReadyCountsAsReady) {
   EXPECT_EQ(said.size(), 2U);
   reading.eventsAre(EPOLLIN);
   loop.turn();
+  EXPECT_EQ(said.size(), 3U);
+  reading = loop.whenReady(::fileno(file.get()), 0, sayingOf("unasked"));
+  settle();
   EXPECT_EQ(said.size(), 3U);
 }
 
@@ -282,10 +298,40 @@ TEST_F(LoopTest, ExceptionPassesAndTheRestGoesOn) {
   EXPECT_THAT(said, UnorderedElementsAre("next timer", "next post"));
 }
 
+TEST_F(LoopTest, EachExceptionPassesThoughSeveralAreDueTogether) {
+  auto const one = loop.at(now, [] { throw std::runtime_error("one"); });
+  auto const two = loop.at(now, [] { throw std::runtime_error("two"); });
+  loop.post([] { throw std::runtime_error("three"); });
+  loop.post([] { throw std::runtime_error("four"); });
+  std::vector<std::string> passed;
+  for (int turn = 0; turn < 20; ++turn) {
+    try {
+      loop.turn(Duration::zero());
+    } catch (std::runtime_error const& error) {
+      passed.emplace_back(error.what());
+    }
+  }
+  EXPECT_THAT(passed, UnorderedElementsAre("one", "two", "three", "four"));
+}
+
 TEST_F(LoopTest, WaitsNoLongerThanAsked) {
   auto const timer = loop.after(seconds(1000), saying("late"));
   loop.turn(std::chrono::milliseconds(1));
   EXPECT_THAT(said, IsEmpty());
+}
+
+TEST(Loop, IsAtRestOnceAllIsDone) {
+  Loop loop;
+  bool isOver = false;
+  loop.post([] {});
+  loop.turn();
+  auto const limit = loop.after(std::chrono::milliseconds(20), [&] { isOver = true; });
+  int turns = 0;
+  while (!isOver) {
+    loop.turn();
+    ++turns;
+  }
+  EXPECT_LT(turns, 20);
 }
 
 TEST(Loop, KeepsTheClocksTimeUnlessGivenAnother) {

@@ -152,8 +152,9 @@ TEST(ForgetDeparted, WhoIsConfiguredOrRunsIsNotForgotten) {
   through.follow(stopped);
   EXPECT_EQ(through.shown().at("ocInterfaceStateDir").size(), 2U);
 
-  // Each port but E7 is known by one source alone.
+  // Each port but E7 is known by one source alone, and E9 by an instance that is not the last.
   through.apply(R"({"op":"create","path":["status","stpiStatus","Mst","stpiPortStatus","E9"]})");
+  through.apply(R"({"op":"create","path":["status","stpiStatus","Rst"]})");
   through.apply(R"({"op":"create","path":["input","portConfig","E8"]})");
   through.apply(R"({"op":"create","path":["config","portConfig","E6"]})");
   for (char const* const name : {"E6", "E7", "E8", "E9"}) {

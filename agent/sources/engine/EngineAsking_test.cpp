@@ -12,9 +12,12 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "agent/host/Interrupt.h"
 #include "agent/sources/engine/EngineSource.h"
@@ -36,13 +39,16 @@ class EngineAsking : public testing::Test {
     std::ofstream(folder_ + "/program") << "#!/bin/sh\necho x >>" << folder_ << "/runs\n"
                                         << script << "\n";
     ::chmod((folder_ + "/program").c_str(), 0700);
-    EngineSource source(loop, folder_ + "/program", "br0");
     std::optional<EngineSource::Taken> taken;
     std::filesystem::remove(folder_ + "/runs");
     std::ptrdiff_t seen = 0;
+    asked = now;
     source.ask([&](EngineSource::Taken given) { taken = std::move(given); });
     EXPECT_TRUE(source.isAsking());
-    while (!taken) {
+    for (int turn = 0; !taken; ++turn) {
+      if (turn == 20'000) {
+        throw std::runtime_error("it does not tell");
+      }
       loop.turn(milliseconds(1));
       auto const ran = runs();
       now += perTurn + (ran - seen) * perRun;
@@ -67,6 +73,7 @@ class EngineAsking : public testing::Test {
   Loop::Time now{std::chrono::hours(1)};
   Loop loop{[this] { return now; }};
   std::string reason;
+  Loop::Time asked;  // the time of the last ask
 
  private:
   static std::string makeFolder() {
@@ -76,6 +83,9 @@ class EngineAsking : public testing::Test {
 
   Interrupt interrupt_{loop};
   std::string folder_ = makeFolder();
+
+ protected:
+  EngineSource source{loop, folder_ + "/program", "br0"};
 };
 
 std::string const portLeaves =
@@ -85,7 +95,38 @@ std::string const portLeaves =
 TEST_F(EngineAsking, PortThatLeavesIsAskedAboutAgainUntilASecondHasGoneBy) {
   EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(5))), "ports");
   EXPECT_GE(runs(), 3);
+  EXPECT_GE(now - asked, EngineSource::lasting);
   EXPECT_THAT(reason, HasSubstr("showportdetail br0: failed with status 1"));
+}
+
+TEST_F(EngineAsking, EachOutageIsAskedAboutAsIfItWereTheFirst) {
+  for (int outage = 0; outage < 3; ++outage) {
+    SCOPED_TRACE(outage);
+    EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(5))), "ports");
+    EXPECT_GE(runs(), 3);
+    EXPECT_GE(now - asked, EngineSource::lasting);
+    // The second attempt comes at once: no time goes by.
+    EXPECT_EQ(kindOf(ask("[ $(wc -l <\"${0%/*}/runs\") -lt 2 ] || exit 7\n" + portLeaves,
+                         milliseconds(0))),
+              "failed with status 7");
+    EXPECT_EQ(runs(), 2);
+    now += std::chrono::hours(1);
+  }
+}
+
+TEST_F(EngineAsking, ListOfPortsThatLacksAnEntryIsAskedAboutAgainThoughNothingFailed) {
+  std::string const list = R"({"bridge":"br0","mstids":["0"]})";
+  std::string const bridge =
+      R"([{"bridge":"br0","enabled":"yes","force-protocol-version":"rstp"}])";
+  std::string const rest =
+      R"({"bridge":"br0","fid2mstid":[{}}{"bridge":"br0","vid2fid":[{}})"
+      R"({"bridge":"br0","format-selector":"0","configuration-name":"","revision-level":"0"})";
+  EXPECT_EQ(kindOf(ask("printf '%s' '" + list + R"([,{"port":"e2","bridge":"br0","x":"y"}])" +
+                           bridge + rest + list + "'",
+                       milliseconds(5))),
+            "showportdetail.json");
+  EXPECT_GE(runs(), 3);
+  EXPECT_THAT(reason, HasSubstr("showportdetail br0: not understood"));
 }
 
 TEST_F(EngineAsking, LastingReasonIsToldAfterFiveAttemptsOfASlowEngine) {
@@ -116,6 +157,44 @@ TEST_F(EngineAsking, OtherReasonsAreToldAtOnce) {
   EXPECT_EQ(kindOf(ask("exit 7", milliseconds(0))), "failed with status 7");
   EXPECT_EQ(kindOf(ask("exit 0", milliseconds(0))), "");
   EXPECT_THAT(reason, HasSubstr("not answered; it must be the mstpctl of mstpd, 0.0.8 or later"));
+}
+
+TEST_F(EngineAsking, ReasonIsToldWithWhatItWasAnAnswerTo) {
+  std::string const list = R"(printf '{"bridge":"br0","mstids":["0"]}'; )";
+  for (auto const& [script, expected] : std::vector<std::pair<std::string, std::string>>{
+           {"echo; echo 'No such instance'; exit 1",
+            R"(showportdetail br0: failed with status 1, says "No such instance")"},
+           {"printf '[Nothing\n'; exit 1",
+            R"(showportdetail br0: failed with status 1, says "Nothing")"},
+           {R"(printf '[{"port":"e1","bridge":"br0"},Nothing\n'; exit 1)",
+            R"(showportdetail br0: failed with status 1, says "Nothing")"},
+           {R"(printf '[{"port":"e1","bridge":"br0"}]Nothing\n'; exit 1)",
+            R"(showbridge br0: failed with status 1, says "Nothing")"},
+           {R"(printf '[{"port":"e1","bridge":"br0"}]\nNothing\n'; exit 1)",
+            R"(showbridge br0: failed with status 1, says "Nothing")"},
+           {R"(printf '[{"port":"e1","bridge":"br0"}]\n'; exit 1)",
+            "showbridge br0: failed with status 1"},
+       }) {
+    SCOPED_TRACE(script);
+    EXPECT_EQ(kindOf(ask(list + script, milliseconds(0))), "failed with status 1");
+    EXPECT_THAT(reason, testing::EndsWith("/program: " + expected));
+  }
+}
+
+TEST_F(EngineAsking, WhatTheOperatorDoesAboutItIsTold) {
+  for (auto const& [said, kind, advice] :
+       std::vector<std::tuple<std::string, std::string, std::string>>{
+           {"Couldn't connect to server", "no engine", "start mstpd"},
+           {"Error sending message to server", "no engine", "mstpd has ended meanwhile"},
+           {"Can't find index for bridge br0.", "no bridge", "ip link add br0 type bridge"},
+           {"Couldn't find bridge with index 3", "no MSTP bridge", "mstpctl addbridge br0"},
+           {"ctl_client_init: Operation not permitted", "no right", "ask as root"},
+       }) {
+    SCOPED_TRACE(said);
+    EXPECT_EQ(kindOf(ask("echo \"" + said + "\" >&2; exit 1", milliseconds(500))), kind);
+    EXPECT_THAT(reason, HasSubstr("; "));
+    EXPECT_THAT(reason, HasSubstr(advice));
+  }
 }
 
 TEST_F(EngineAsking, ProgramHasLongerThanItsOwnLimitForAQuestion) {

@@ -40,6 +40,35 @@ TEST(EngineJson, QuoteBelongsToANameUnlessTheNextMemberFollows) {
             "yes");
 }
 
+TEST(EngineJson, RegionNameBehindItsRevisionEndsAtItsQuote) {
+  EXPECT_EQ(engineJson(R"({"x":"","revision-level":"7","configuration-name":"west"})", false)
+                .at("configuration-name"),
+            "west");
+}
+
+std::string refusalOf(std::string const& text, bool lacksBracket = false) {
+  try {
+    (void)engineJson(text, lacksBracket);
+  } catch (Refusal const& refused) {
+    return refused.what();
+  }
+  return "";
+}
+
+TEST(EngineJson, RefusalShowsTheTextAboutWhatIsNotUnderstood) {
+  EXPECT_EQ(refusalOf("[1,]"), R"(not understood as JSON near "[1,]")");
+  EXPECT_EQ(refusalOf("{\"x\":[" + std::string(60, '1') + ",]}"),
+            "not understood as JSON near \"" + std::string(38, '1') + ",]}\"");
+}
+
+TEST(EngineJson, OnlyTheOuterListMayBeLeftOpen) {
+  std::string const inner = R"({"vid2fid":[{"fid":"0","vid":["1"}})";
+  EXPECT_EQ(refusalOf(inner, true), R"("}" is out of place after 33 bytes)");
+  std::string const outer = R"({"vid2fid":[{"fid":"0","vid":["1"]}})";
+  EXPECT_EQ(refusalOf(outer, true), "");
+  EXPECT_EQ(refusalOf(outer, false), R"("}" is out of place after 35 bytes)");
+}
+
 TEST(EngineJson, WrongBytesAreReplacedAndToldOfWhatIsMirrored) {
   std::vector<std::string> remarks;
   Json const json = engineJson(

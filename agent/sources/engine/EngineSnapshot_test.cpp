@@ -124,6 +124,26 @@ TEST(EngineSnapshot, AsksForEachFileOnceAndForInstancesOnlyInMstp) {
                                                         "showvid2fid.json"}));
 }
 
+TEST(EngineSnapshot, InstancesToReadAreThoseOfMstpAlone) {
+  auto const toRead = [](std::string const& capture) {
+    auto const files = filesOf(captures / capture);
+    return instancesToRead(
+        [&files](std::string const& file) { return std::optional(files.at(file)); }, "br0");
+  };
+  EXPECT_EQ(toRead("01-converged"), (std::vector<std::uint16_t>{0, 1, 5}));
+  EXPECT_EQ(toRead("11-rstp"), std::vector<std::uint16_t>());
+}
+
+TEST(EngineSnapshot, FileOfTheGreatestLengthIsRead) {
+  auto files = filesOf(captures / "01-converged");
+  auto const expected = parsed(files);
+  std::string& ports = files.at("showportdetail.json");
+  ports.append(maxSnapshotFile - ports.size(), ' ');
+  EXPECT_TRUE(parsed(files) == expected);
+  ports += ' ';
+  EXPECT_EQ(refusalOf(files), "showportdetail.json: longer than 8388608 bytes");
+}
+
 TEST(EngineSnapshot, EngineThatIsOffKeepsItsConfiguration) {
   auto const on = parsed(filesOf(captures / "01-converged"));
   for (auto const* const member : {R"("stp-enabled":)", R"("enabled":)"}) {

@@ -17,6 +17,7 @@ TEST(MemberReader, NamedMembersAreKeptAtEveryDepth) {
   EXPECT_EQ(kept(R"({"a":1,"x":2,"b":{"x":1,"a":[{"x":3,"b":"c"},[true,null,-1,0.5]]}})"),
             R"({"a":1,"b":{"a":[{"b":"c"},[true,null,-1,0.5]]}})");
   EXPECT_EQ(kept(R"(["x",{"x":1},{"b":2}])"), R"(["x",{},{"b":2}])");
+  EXPECT_EQ(kept(R"([{"x":{}},{"b":2},{"x":[]},[3],4])"), R"([{},{"b":2},{},[3],4])");
   EXPECT_EQ(kept("7"), "7");
 }
 

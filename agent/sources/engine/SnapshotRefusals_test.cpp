@@ -70,6 +70,8 @@ constexpr Refused refusedEdits[] = {
      R"(member "bridge-id" is "g.001.52:05:0B:AE:5C:AA", doesn't start with a hexadecimal digit and a dot)"},
     {"showtree-1.json", R"("8.001.52:05:0B:AE:5C:AA")", R"("8000")",
      R"(member "bridge-id" is "8000", doesn't start with a hexadecimal digit and a dot)"},
+    {"showtree-1.json", R"("8.001.52:05:0B:AE:5C:AA")", R"("80.01")",
+     R"(member "bridge-id" is "80.01", doesn't start with a hexadecimal digit and a dot)"},
     {"showtree-1.json", R"("8.001.52:05:0B:AE:5C:AA")", R"("-.")",
      R"(member "bridge-id" is "-.", doesn't start with a hexadecimal digit and a dot)"},
     {"showmstconfid.json", "br0", "br0 ", R"(member "bridge" is "br0 ", not "br0")"},

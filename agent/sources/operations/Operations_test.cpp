@@ -120,6 +120,17 @@ TEST_F(OperationNotation, ReasonIsShortAndOnOneLine) {
   EXPECT_LT(reason.size(), 100U);
 }
 
+TEST_F(OperationNotation, TextsAreShownWholeUpToALength) {
+  std::string const most(60, 'x');
+  EXPECT_EQ(refusalOf(R"({"op":")" + most + "\"}"), "op: \"" + most + "\" is no operation");
+  EXPECT_EQ(refusalOf(R"({"op":")" + most + "y\"}"), "op: \"" + most + "\"... is no operation");
+  std::string const name = "a-Z_" + std::string(36, '9');
+  EXPECT_EQ(refusalOf(R"({"op":"show",")" + name + R"(":1})"),
+            name + ": unknown member of \"show\"");
+  EXPECT_EQ(refusalOf(R"({"op":"show",")" + name + R"(9":1})"),
+            "\"" + name + "9\": unknown member of \"show\"");
+}
+
 class OperationOnTheMirror : public SessionTest {
  protected:
   // Whether each of the seven exists, in their order.

@@ -89,6 +89,7 @@ TEST(CommandLine, WhatIsWrongIsNamedAndEndsWithTwo) {
            {{"follow", "--bridge", "br0", "--interval", ""}, "--interval"},
            {{"follow", "--bridge", "br0", "--interval", "0"}, "0 is no decimal number of seconds"},
            {{"follow", "--bridge", "br0", "--interval", "0.0000000001"}, "is no decimal number"},
+           {{"follow", "--bridge", "br0", "--interval", "10000000000"}, "is no decimal number"},
            {{"follow", "--bridge", "br0", "--interval", "nan"}, "nan is no decimal number"},
            {{"follow", "--bridge", "br0", "--interval", "inf"}, "inf is no decimal number"},
            {{"follow", "--bridge", "br0", "--interval", "0x10"}, "0x10 is no decimal number"},

@@ -42,6 +42,11 @@ TEST(Diagnostics, TerminalThatIsNotToGetColoursGetsNone) {
   }
 }
 
+TEST(Diagnostics, EmptyRefusalOfColoursIsNone) {
+  EXPECT_EQ(refuse({.errors = Errors::terminal, .environment = {"NO_COLOR="}}).err,
+            "\033[31m" + reason + "\033[0m\r\n");
+}
+
 TEST(Diagnostics, JournalGetsTheSeverity) {
   EXPECT_EQ(refuse({.errors = Errors::journal}).err, "<3>" + reason + "\n");
 }
@@ -63,7 +68,16 @@ TEST(Diagnostics, ReplayTellsATerminalHowFarItIsAndTidiesUp) {
 TEST(Diagnostics, ProgressMakesWayForARefusal) {
   Outcome const outcome = runAgent(replayOf("/nonexistent"), "", {.errors = Errors::terminal});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.err, HasSubstr("\r\033[K\033[31m/nonexistent/showbridge.json: "));
+  EXPECT_THAT(outcome.err,
+              EndsWith("\r\033[K\033[31m/nonexistent/showbridge.json: No such file or directory"
+                       "\033[0m\r\n"))
+      << "and nothing is left to tidy up";
+}
+
+TEST(Diagnostics, ProgressCannotCommandTheTerminal) {
+  Outcome const outcome = runAgent({"replay", "--bridge", "br0", "--show", "none", "a\033[2J\x7F"},
+                                   "", {.errors = Errors::terminal});
+  EXPECT_THAT(outcome.err, StartsWith("\r\033[K1 of 1: a?[2J?\r\033[K"));
 }
 
 TEST(Diagnostics, NoProgressElsewhereOrBetweenTheLinesOfATrace) {

@@ -1,121 +1,21 @@
 // Behind an engine that runs, fails, and runs again.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "Process.h"
+#include "FollowTestSupport.h"
 
 namespace Test {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::StartsWith;
-
-std::string capture(std::string const& name) {
-  return STP_CAPTURES_DIR "/" + name;
-}
-
-std::vector<std::string> linesOf(std::string const& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-// What a replay of the captures prints; the last line is the state it comes to.
-std::vector<std::string> replayed(std::vector<std::string> const& captures) {
-  std::vector<std::string> arguments{"replay", "--bridge", "br0", "--watch", "--show", "entities"};
-  for (std::string const& name : captures) {
-    arguments.push_back(capture(name));
-  }
-  return linesOf(runAgent(arguments).out);
-}
-
-class Follow : public testing::Test {
- protected:
-  Follow() { plays("01-converged"); }
-
-  // The snapshot that the engine is in from now on.
-  void plays(std::string const& name) {
-    std::filesystem::create_symlink(capture(name), folder.path("link"));
-    std::filesystem::rename(folder.path("link"), folder.path("now"));
-  }
-  void moodIs(std::string const& mood) {
-    folder.file("new", mood);
-    std::filesystem::rename(folder.path("new"), folder.path("mood"));
-  }
-
-  Surroundings around(Errors errors = Errors::pipe) const {
-    return {.errors = errors, .environment = {"ENGINE=" + folder.path("")}};
-  }
-  static std::vector<std::string> following(std::string const& program = STP_MSTPCTL) {
-    return {"follow",     "--bridge", "br0",     "--mstpctl", program,
-            "--interval", "0.05",     "--watch", "--show",    "entities"};
-  }
-
-  // Reads the lines of one replay, without the state at its end.
-  static void expectLines(Process& agent, std::vector<std::string> const& lines,
-                          std::size_t from = 0) {
-    for (std::size_t at = from; at + 1 < lines.size(); ++at) {
-      EXPECT_EQ(agent.readLine(), lines[at]);
-    }
-  }
-
-  // Interrupts the agent; it shows that state.
-  static Outcome endsAt(Process& agent, std::vector<std::string> const& lines,
-                        int number = SIGTERM) {
-    agent.signal(number);
-    Outcome outcome = agent.finish();
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.out, lines.back() + "\n");
-    return outcome;
-  }
-
-  // Waits until `done` says so.
-  template <class Done>
-  static void await(Done done) {
-    for (int patience = 0; patience < 6000; ++patience) {
-      if (done()) {
-        return;
-      }
-      ::usleep(10'000);
-    }
-    FAIL() << "it does not come";
-  }
-
-  // The questions so far; "begin" stands before the first one of a batch.
-  std::vector<std::string> asked() const {
-    std::ifstream file(folder.path("asked"));
-    std::ostringstream text;
-    text << file.rdbuf();
-    return linesOf(text.str());
-  }
-  // Waits until so many more batches are through.
-  void awaitBatches(std::ptrdiff_t more) const {
-    auto const begun = [this] {
-      auto const lines = asked();
-      return std::count(lines.begin(), lines.end(), "begin");
-    };
-    await([&, enough = begun() + more + 1] { return begun() >= enough; });
-  }
-
-  std::string const failure = STP_MSTPCTL ": ";
-  std::string const again = "br0: the engine answers again";
-  Folder folder;
-};
 
 TEST_F(Follow, EveryChangeOfTheEngineIsApplied) {
   Process agent(following(), around());
@@ -134,6 +34,21 @@ TEST_F(Follow, EveryChangeOfTheEngineIsApplied) {
     read = expected.size() - 1;
   }
   EXPECT_EQ(endsAt(agent, expected).err, "");
+}
+
+TEST_F(Follow, DepartedPortIsForgottenIfAskedFor) {
+  plays("07-link-up");
+  std::string const forget = "--forget-departed";
+  std::vector<std::string> arguments = following();
+  arguments.push_back(forget);
+  Process agent(arguments, around());
+  auto const before = replayed({"07-link-up"});
+  expectLines(agent, before);
+  plays("08-port-removed");
+  auto const after = replayed({"07-link-up", "08-port-removed"}, {forget});
+  EXPECT_THAT(after, Contains(R"({"deleted":["ocInterfaceStateDir","state","Ethernet5"]})"));
+  expectLines(agent, after, before.size() - 1);
+  EXPECT_EQ(endsAt(agent, after).err, "");
 }
 
 TEST_F(Follow, OneProcessIsAskedAllQuestions) {
@@ -247,6 +162,20 @@ TEST_F(Follow, StringThatIsNotUtf8IsReportedOnceAndTheRestIsFollowed) {
                 "\"campus-w\xEF\xBF\xBDst\"\n");
 }
 
+TEST_F(Follow, RemarkThatReturnsIsReportedAgain) {
+  std::string const latin = failure + R"(showmstconfid br0: member "configuration-name" is not )" +
+                            "UTF-8, shown as \"campus-w\xEF\xBF\xBDst\"";
+  Process agent(following(), around());
+  for (int time = 0; time < 3; ++time) {
+    moodIs("latin");
+    EXPECT_EQ(agent.readErrorLine(), latin);
+    moodIs("");
+    awaitBatches(1);
+  }
+  agent.signal(SIGTERM);
+  EXPECT_EQ(agent.finish().err, "");
+}
+
 TEST_F(Follow, NothingIsClaimedBeforeTheFirstAnswer) {
   for (int const number : {SIGINT, SIGTERM}) {
     moodIs("down");
@@ -259,19 +188,6 @@ TEST_F(Follow, NothingIsClaimedBeforeTheFirstAnswer) {
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, "br0: the engine gave no answer, nothing is mirrored\n");
   }
-}
-
-TEST_F(Follow, SlowReaderDelaysNeitherPollingNorTheFirstSignal) {
-  Process agent(following(), around());
-  // Nobody reads the lines of many changes, more than a pipe holds.
-  for (int change = 0; change < 40; ++change) {
-    plays(change % 2 == 0 ? "11-rstp" : "01-converged");
-    awaitBatches(1);
-  }
-  agent.signal(SIGTERM);
-  Outcome const outcome = agent.finishUnread();
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_THAT(outcome.err, testing::ContainsRegex("standard output: nobody reads, [0-9]+ bytes"));
 }
 
 TEST_F(Follow, OutageIsReportedOnceThoughTheEngineSaysSomethingElseEachTime) {
@@ -371,44 +287,6 @@ TEST_F(Follow, HangingEngineIsEndedWithTheAgent) {
   agent.signal(SIGTERM);
   EXPECT_EQ(agent.finish().status, 3);
   EXPECT_NE(::kill(engine, 0), 0);
-}
-
-TEST_F(Follow, ReaderThatGoesEndsItQuietly) {
-  Process agent(following(), around());
-  expectLines(agent, replayed({"01-converged"}));
-  agent.closeOutput();
-  Outcome const outcome = agent.finish();
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.err, "");
-}
-
-bool inShell(std::string const& commands) {
-  return std::system(("{ " + commands + "; } >/dev/null 2>&1").c_str()) == 0;
-}
-
-TEST_F(Follow, EventOfTheKernelsLinksIsFollowedByAnAsk) {
-  bool isMade = false;
-  std::thread([&] {  // has a network namespace of its own, and the agent with it
-    isMade = ::unshare(CLONE_NEWNET) == 0 &&
-             inShell("ip link add br0 type bridge && ip link add p1 type veth peer name q1");
-    if (!isMade) {
-      return;
-    }
-    std::vector<std::string> arguments = following();
-    *std::ranges::find(arguments, "0.05") = "3600";
-    Process agent(arguments, around());
-    auto const before = replayed({"01-converged"});
-    expectLines(agent, before);
-    plays("03-bpdu-guard");
-    EXPECT_TRUE(inShell("ip link set p1 master br0"));
-    auto const after = replayed({"01-converged", "03-bpdu-guard"});
-    expectLines(agent, after, before.size() - 1);
-    EXPECT_EQ(endsAt(agent, after).err, "");
-  })
-      .join();
-  if (!isMade) {
-    GTEST_SKIP() << "no network namespace can be made here";
-  }
 }
 
 TEST_F(Follow, JournalGetsSeverities) {

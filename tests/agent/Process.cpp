@@ -172,6 +172,14 @@ std::string Process::readLine(Stream stream) {
   return line;
 }
 
+std::size_t Process::readPiece(std::size_t most) {
+  std::string piece(most, '\0');
+  ssize_t const size = ::read(ends_[out], piece.data(), piece.size());
+  require(size >= 0, "read");
+  read_[out].append(piece, 0, static_cast<std::size_t>(size));
+  return static_cast<std::size_t>(size);
+}
+
 void Process::signal(int number) const {
   ::kill(pid_, number);
 }

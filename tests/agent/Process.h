@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <array>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -45,7 +46,9 @@ class Process {
 
   /// The next line of its standard output, without its end.
   std::string readLine() { return readLine(out); }
-  /// The same of its standard error.
+  /// Reads at most so much of its standard output, once, and tells how much it was.
+  std::size_t readPiece(std::size_t most);
+  /// The next line of its standard error.
   std::string readErrorLine() { return readLine(err); }
 
   void signal(int number) const;

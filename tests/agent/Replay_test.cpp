@@ -75,6 +75,22 @@ TEST(Replay, RefusedSnapshotLeavesWhatWasThere) {
             runAgent(replayOf({capture("01-converged"), capture("02-admin-edge")})).out);
 }
 
+TEST(Replay, StringThatIsNotUtf8IsReportedWithItsFile) {
+  Folder const folder;
+  std::string const latin = folder.path("latin");
+  std::filesystem::copy(capture("01-converged"), latin);
+  std::ifstream stream(latin + "/showmstconfid.json");
+  std::string text(std::istreambuf_iterator<char>(stream), {});
+  text.replace(text.find("campus-west"), 11, "campus-w\xE4st");
+  folder.file("latin/showmstconfid.json", text);
+  Outcome const outcome = runAgent(replayOf({latin}));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, latin +
+                             "/showmstconfid.json: member \"configuration-name\" is not UTF-8, "
+                             "shown as \"campus-w\xEF\xBF\xBDst\"\n");
+  EXPECT_EQ(outcome.out, runAgent(replayOf({capture("01-converged")})).out);
+}
+
 TEST(Replay, AnotherBridgeIsRefused) {
   Outcome const outcome =
       runAgent({"replay", "--bridge", "br1", "--show", "none", capture("01-converged")});

@@ -1,9 +1,15 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -228,6 +234,85 @@ TEST(Run, BrokenInvariantEndsTheProcessWithItsCulprit) {
                                      R"("vlan":[[1,4094]]}})"
                                      "\n"));
   EXPECT_THAT(outcome.out, testing::Not(HasSubstr("ocMstiStateDir")));
+}
+
+// Lines of which the last prints more than a pipe holds, and then breaks an invariant; `breaks`
+// starts the object whose invariant it is.
+std::string breaking(std::string const& breaks) {
+  std::string pairs;
+  for (int vlan = 1; vlan <= 2000; ++vlan) {
+    pairs += (vlan == 1 ? "[" : ",[") + std::to_string(vlan) + "," + std::to_string(vlan) + "]";
+  }
+  return R"({"op":"create","path":["status","stpiStatus","Mst"]})"
+         "\n"
+         R"({"op":"set","path":["status","activeProtocol"],"value":3})"
+         "\n"
+         R"({"op":"start","object":"OCMstpMainStateSm"})"
+         "\n"
+         R"({"op":"set","path":["config","mstConfig"],"value":{"vidToMsti":[)" +
+         pairs + "]}}\n" + breaks + R"({"op":"replace","path":["status","stpiStatus","Mst"]})" +
+         "\n";
+}
+std::string const startsBreaker = R"({"op":"start","object":"OCInterfaceStateDirSm"})"
+                                  "\n";
+
+TEST(Run, SlowReaderGetsAllThatWasPrintedBeforeABrokenInvariant) {
+  std::string const all = runAgent(watching, breaking("")).out;
+  EXPECT_GT(all.size(), 200'000U);
+  Process agent(watching);
+  agent.write(breaking(startsBreaker));
+  ::usleep(100'000);
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.signal, SIGABRT);
+  EXPECT_TRUE(outcome.out == all);
+}
+
+TEST(Run, SignalEndsABrokenRunWhoseOutputNobodyReads) {
+  Folder const folder;
+  Process agent(with(watching, {folder.file("breaking.jsonl", breaking(startsBreaker))}));
+  // Up to the last line, somebody reads.
+  std::size_t const before =
+      runAgent(watching, breaking("").substr(0, breaking("").rfind("{\"op"))).out.size();
+  for (std::size_t left = before; left > 0;) {
+    left -= agent.readPiece(std::min<std::size_t>(left, 10'000));
+  }
+  EXPECT_THAT(agent.readErrorLine(), HasSubstr("fatal: "));
+  agent.signalUntilItEnds(SIGTERM);
+  EXPECT_EQ(agent.finish().signal, SIGTERM);
+}
+
+TEST(Run, ReadsNoFurtherThanTheReaderOfItsOutput) {
+  Folder const folder;
+  std::string const pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  Process agent(with(watching, {pipe}));
+  int const writer = ::open(pipe.c_str(), O_WRONLY);
+  ::fcntl(writer, F_SETFL, O_NONBLOCK);
+  std::string lines = startConfig;
+  for (int count = 0; count < 1000; ++count) {
+    lines += setMode(count % 2 == 0 ? 3 : 2);
+  }
+  constexpr std::size_t enough = 20'000'000;  // it prints more than it reads
+  std::size_t taken = 0;
+  pollfd writable{writer, POLLOUT, 0};
+  while (taken < enough && ::poll(&writable, 1, 1000) == 1) {
+    taken +=
+        static_cast<std::size_t>(std::max<ssize_t>(::write(writer, lines.data(), lines.size()), 0));
+  }
+  EXPECT_LT(taken, enough);
+  ::close(writer);
+  agent.signal(SIGTERM);
+  EXPECT_EQ(agent.finish().status, 0);
+}
+
+TEST(Run, FileDoesNotTakeThePlaceOfAStreamThatIsClosed) {
+  Folder const folder;
+  std::string const file = folder.file("ops.jsonl", startConfig);
+  std::string const errors = folder.path("errors");
+  int const status =
+      std::system((STP_AGENT " run --watch " + file + " <&- >&- 2>" + errors).c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_EQ(std::filesystem::file_size(errors), 0U);
 }
 
 TEST(Run, OverlongLineIsRefused) {

@@ -125,5 +125,14 @@ TEST(Format, SequencesAreValidToTheEdgesOfTheirForms) {
   }
 }
 
+// What stands behind the text is none of it.
+TEST(Format, SequenceThatTheTextEndsInIsNone) {
+  std::string_view const face = "\xf0\x9f\x98\x80";
+  EXPECT_EQ(printable(face.substr(0, 1)), R"(\xf0)");
+  EXPECT_EQ(printable(face.substr(0, 2)), R"(\xf0\x9f)");
+  EXPECT_EQ(printable(face.substr(0, 3)), R"(\xf0\x9f\x98)");
+  EXPECT_EQ(printable(std::string_view("\xc3\xa9").substr(0, 1)), R"(\xc3)");
+}
+
 }  // namespace
 }  // namespace Programs

@@ -323,6 +323,38 @@ TYPED_TEST(CollectionTest, IsWalkedOnWhileMembersComeAndGo) {
   EXPECT_EQ(TypeParam::members(*this->entity).size(), 0U);
 }
 
+// A member that tells when it goes.
+class Mortal final : public TypedEntity<Mortal> {
+ public:
+  ~Mortal() override { ++gone; }
+
+  static constexpr auto attributes = std::tuple{};
+  static inline int gone = 0;
+};
+class Owner final : public TypedEntity<Owner> {
+ public:
+  enum class Id : Lumo::FieldId { member = 130 };
+
+  Members<Lumo::String, Mortal> member{*this, Id::member};
+
+  static constexpr auto attributes = std::tuple{
+      CollectionAttribute{"member", Id::member, &Owner::member},
+  };
+};
+
+TEST(Collection, MemberLivesUntilItsEndWasAnnounced) {
+  auto const owner = Lumo::make<Owner>();
+  owner->member.is("one", Lumo::make<Mortal>());
+  owner->member.is("two", Lumo::make<Mortal>());
+  std::vector<int> gone;
+  TestSupport::Watcher const watcher(*owner, [&](auto...) { gone.push_back(Mortal::gone); });
+  Mortal::gone = 0;
+  owner->member.del("one");
+  owner->member.delAll();
+  EXPECT_THAT(gone, testing::ElementsAre(0, 1));
+  EXPECT_EQ(Mortal::gone, 2);
+}
+
 // How a record is amended, in a directory of records with a `change` to each.
 template <class Directory, class Key>
 void expectAmendedWholeOrNotAtAll(Key key, Key other, auto change) {

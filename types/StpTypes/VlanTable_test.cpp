@@ -128,6 +128,16 @@ TEST(VlanSequence, KeepsTheOrderInWhichIdsCame) {
   EXPECT_EQ(sequence.inOrder(), (Ids{0, 10, 20}));
 }
 
+TEST(VlanSequence, ContainsNoIdAbove4095WhateverItHolds) {
+  VlanSequence sequence;
+  for (std::uint16_t vlan = VlanSet::size; vlan-- > 0;) {
+    sequence.insert(vlan);
+  }
+  for (unsigned vlan = VlanSet::size; vlan <= 0xFFFF; ++vlan) {
+    ASSERT_FALSE(sequence.contains(static_cast<std::uint16_t>(vlan))) << vlan;
+  }
+}
+
 TEST(VlanSequence, AgreesWithAListUnderRandomUse) {
   for (unsigned seed = 0; seed < 20; ++seed) {
     SCOPED_TRACE(seed);

@@ -17,8 +17,18 @@ Session::Session(Settings const& settings, Output& output)
     watch_.emplace(observed_, output_);
   }
   if (!settings.manualStart) {
-    mirror_.startAll();
+    start();
   }
+}
+
+void Session::start() {
+  mirror_.startAll();
+  observed_.changeSetEnds();
+}
+
+void Session::apply(Operation const& operation) {
+  operations_.apply(operation);
+  observed_.changeSetEnds();
 }
 
 void Session::apply(Changes const& changes) {
@@ -26,6 +36,7 @@ void Session::apply(Changes const& changes) {
   if (forgetsDeparted_ && !changes.empty()) {
     database_.apply(departed(database_.sources(), database_.targets()));
   }
+  observed_.changeSetEnds();
 }
 
 void Session::show() {

@@ -38,11 +38,15 @@ class Session {
 
   Mirror const& mirror() const { return mirror_; }
 
-  /// Starts the mirror, as far as it has not started.
-  void start() { mirror_.startAll(); }
+  /// For further observers, which must leave before this goes.
+  ObservedTargets& observed() { return observed_; }
+
+  /// Starts the mirror, as far as it has not started. This, and each of the next two, is one change
+  /// set for the observers.
+  void start();
 
   /// Applies one operation; throws a Refusal, and has changed nothing then.
-  void apply(Operation const& operation) { operations_.apply(operation); }
+  void apply(Operation const& operation);
 
   /// Applies what a source found to have changed, all of it one moment of that source.
   void apply(Changes const& changes);

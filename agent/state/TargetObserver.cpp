@@ -185,6 +185,20 @@ void ObservedTargets::happened(TargetPlace const& place, std::optional<TargetRec
   tellWaiting();
 }
 
+void ObservedTargets::changeSetEnds() {
+  if (seats_.empty()) {
+    return;
+  }
+  telling_ = true;
+  // NOLINTNEXTLINE(modernize-loop-convert): more may come meanwhile
+  for (std::size_t at = 0; at < seats_.size(); ++at) {
+    if (auto* const observer = seats_[at].observer) {
+      observer->changeSetEnds();
+    }
+  }
+  tellWaiting();
+}
+
 void ObservedTargets::tell(Event const& event) {
   // NOLINTNEXTLINE(modernize-loop-convert): more may come meanwhile
   for (std::size_t at = 0; at < seats_.size(); ++at) {

@@ -28,6 +28,9 @@ class TargetObserver {
   virtual void recordIs(TargetPlace const& place, TargetRecord const& record) noexcept = 0;
   /// The record is there no longer.
   virtual void recordGone(TargetPlace const& place) noexcept = 0;
+  /// What was told since the last time is one change set: one operation, one snapshot of an engine,
+  /// one write of a client, or the start of the mirror. It may be nothing at all.
+  virtual void changeSetEnds() noexcept {}
 };
 
 /// The targets, for observers. While there is none, it watches nothing, so that a change costs
@@ -50,6 +53,9 @@ class ObservedTargets {
   void observerAdd(TargetObserver& observer, From from);
   /// From then on it is told nothing more. Nothing happens if it is no observer.
   void observerDel(TargetObserver& observer);
+
+  /// Tells the observers that a change set is complete. Not from inside a notification.
+  void changeSetEnds();
 
   /// A subscription to one target, or to one member of a target.
   class Subscription {

@@ -38,6 +38,10 @@ class Keeper final : public TargetObserver {
     told.push_back("gone " + text(place));
     act();
   }
+  void changeSetEnds() noexcept override {
+    told.push_back("end");
+    act();
+  }
 
   std::vector<std::string> take() { return std::exchange(told, {}); }
 
@@ -179,6 +183,29 @@ TEST_F(Observed, WhoComesWhileAnotherIsToldHearsOfWhatFollows) {
   EXPECT_THAT(second.take(), IsEmpty());
   stateIs("E2");
   EXPECT_THAT(second.take(), ElementsAre("ocInterfaceStateDir.state E2"));
+}
+
+TEST_F(Observed, EndsOfChangeSetsAreToldBehindWhatTheyEnd) {
+  targets.changeSetEnds();
+  targets.observerAdd(first, From::now);
+  targets.observerAdd(second, From::now);
+  stateIs("E1");
+  targets.changeSetEnds();
+  targets.changeSetEnds();
+  EXPECT_THAT(first.take(), ElementsAre("ocInterfaceStateDir.state E1", "end", "end"));
+  EXPECT_THAT(second.take(), ElementsAre("ocInterfaceStateDir.state E1", "end", "end"));
+}
+
+TEST_F(Observed, WhatHappensAtTheEndOfAChangeSetIsInTheNext) {
+  targets.observerAdd(first, From::now);
+  targets.observerAdd(second, From::now);
+  first.once = [this] {
+    stateIs("E1");
+    targets.observerDel(first);
+  };
+  targets.changeSetEnds();
+  EXPECT_THAT(first.take(), ElementsAre("end"));
+  EXPECT_THAT(second.take(), ElementsAre("end", "ocInterfaceStateDir.state E1"));
 }
 
 TEST_F(Observed, PresentStateHasWhatOthersAreStillToHear) {

@@ -6,7 +6,7 @@
 #include "Lanx/IntfId.h"
 #include "Lumo/RangeException.h"
 #include "Stp/vlans/InstanceName.h"
-#include "agent/views/document/OpenConfigView.h"
+#include "agent/views/document/DocumentBuilder.h"
 #include "fuzz/Input.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <utility>
 
 #include "agent/text/Values.h"
@@ -43,11 +44,19 @@ std::optional<std::string_view> nameOf(Names const& names, Enumeration value) {
 }
 
 // The entries of a leaf-list are distinct, of equal ones the first stays; an empty one is no leaf.
-Value leafList(std::vector<LeafEntry> const& entries) {
+Value leafList(std::vector<LeafEntry> entries) {
+  std::vector<std::size_t> order(entries.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::ranges::stable_sort(order, {}, [&](std::size_t at) -> LeafEntry& { return entries[at]; });
+  std::vector<bool> isAgain(entries.size());
+  for (std::size_t at = 1; at < order.size(); ++at) {
+    isAgain[order[at]] = entries[order[at]] == entries[order[at - 1]];
+  }
   std::vector<LeafEntry> distinct;
-  for (LeafEntry const& entry : entries) {
-    if (std::ranges::find(distinct, entry) == distinct.end()) {
-      distinct.push_back(entry);
+  distinct.reserve(entries.size());
+  for (std::size_t at = 0; at < entries.size(); ++at) {
+    if (!isAgain[at]) {
+      distinct.push_back(std::move(entries[at]));
     }
   }
   return distinct.empty() ? std::nullopt : Value(std::move(distinct));
@@ -79,7 +88,7 @@ Value converted(Stp::SharedList<Stp::OcStpEnabledProtocol> const& list) {
       entries.emplace_back(Identity{*name});
     }
   }
-  return leafList(entries);
+  return leafList(std::move(entries));
 }
 Value converted(Stp::SharedList<Stp::VlanIdOrRange> const& list) {
   std::vector<LeafEntry> entries;
@@ -92,25 +101,36 @@ Value converted(Stp::SharedList<Stp::VlanIdOrRange> const& list) {
                            std::to_string(range.last.value()));
     }
   }
-  return leafList(entries);
+  return leafList(std::move(entries));
 }
 
 // A row whose leaf is a member of a record, and that of a list's key, which no record has to know.
 template <class Record, auto member>
 constexpr Leaf leaf(std::string_view name, LeafType type) {
-  return {name, type, [](Key const& /*key*/, TargetRecord const& record) {
+  return {name, type,
+          [](Key const& /*key*/, TargetRecord const& record) {
             return converted(std::get<Record>(record).*member);
+          },
+          [](TargetRecord const& a, TargetRecord const& b) {
+            return std::get<Record>(a).*member == std::get<Record>(b).*member;
           }};
+}
+constexpr bool isKeyAlone(TargetRecord const& /*a*/, TargetRecord const& /*b*/) {
+  return true;
 }
 constexpr Leaf nameLeaf(std::string_view name, LeafType type) {
-  return {name, type, [](Key const& key, TargetRecord const& /*record*/) {
+  return {name, type,
+          [](Key const& key, TargetRecord const& /*record*/) {
             return Value(plainKey(std::get<Lanx::IntfId>(key)));
-          }};
+          },
+          isKeyAlone};
 }
 constexpr Leaf numberLeaf(std::string_view name, LeafType type) {
-  return {name, type, [](Key const& key, TargetRecord const& /*record*/) {
+  return {name, type,
+          [](Key const& key, TargetRecord const& /*record*/) {
             return Value(std::uint64_t{std::get<std::uint16_t>(key)});
-          }};
+          },
+          isKeyAlone};
 }
 
 using Kind = LeafType::Kind;

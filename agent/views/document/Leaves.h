@@ -8,6 +8,7 @@
 #pragma once
 
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -21,11 +22,14 @@
 
 namespace Agent {
 
+/// The module of all names that have no other before them.
+inline constexpr std::string_view leafModule = "openconfig-spanning-tree";
+
 /// An identity, by its name behind that of its module, which is another than the leaf's.
 struct Identity {
   std::string_view name;
 
-  bool operator==(Identity const&) const = default;
+  auto operator<=>(Identity const&) const = default;
 };
 
 /// One value of a leaf-list. A text among numbers is a range of them, "10..12".
@@ -42,6 +46,8 @@ struct LeafType {
   /// Of a number.
   std::uint64_t least = 0;
   std::uint64_t greatest = 0;
+  /// Whether it counts events, and so changes far more often than anything else.
+  bool isCounter = false;
 
   /// Whether a value of the kind is one of the type. A string has none of the characters that YANG
   /// has not: control characters other than tab, line feed and carriage return, and the
@@ -56,6 +62,9 @@ struct Leaf {
   LeafType type;
   /// What a record says of it under a key; nothing where it is not set.
   std::optional<LeafValue> (*read)(Key const& key, TargetRecord const& record);
+  /// Whether two records, both of the table's type, say the same of it under one key. Costs less
+  /// than to compare values.
+  bool (*isSame)(TargetRecord const& a, TargetRecord const& b);
 };
 
 /// The table of a record, and where in the schema its leaves stand: in the `container` of the
@@ -68,6 +77,12 @@ struct LeafTable {
 
   /// "/stp/interfaces/interface/config/edge-port".
   std::string path(Leaf const& leaf) const;
+
+  /// Whether a leaf is there as soon as its entry of the list is, although there may be no record
+  /// of this table: the list's key refers to it. It is read from any record of the entry.
+  bool standsAlone(Leaf const& leaf) const {
+    return container == "config" && !listKey.empty() && leaf.name == listKey;
+  }
 
   /// What a record says of a leaf under a key, where that is a value of the leaf's type.
   static std::optional<LeafValue> value(Leaf const& leaf, Key const& key,

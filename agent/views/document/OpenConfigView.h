@@ -1,8 +1,6 @@
 // The targets as a document of the public model openconfig-spanning-tree.
 #pragma once
 
-#include <string_view>
-
 #include "agent/state/Database.h"
 #include "agent/text/Json.h"
 
@@ -11,9 +9,5 @@ namespace Agent {
 /// The JSON document of RFC 7951. Lists are in the order of their keys; a list or container that
 /// would be empty is left out, and so is what the model has no key for.
 OrderedJson openConfigView(TargetView const& targets);
-
-/// Orders names as people do: runs of digits by their number, Ethernet2 before Ethernet10. Names
-/// that differ in leading zeros only follow each other by byte.
-bool naturalLess(std::string_view a, std::string_view b);
 
 }  // namespace Agent

@@ -171,40 +171,5 @@ TEST_F(OpenConfigView, ValidatesAgainstTheModels) {
   std::filesystem::remove(document);
 }
 
-TEST(NaturalOrder, RunsOfDigitsAreNumbers) {
-  // In ascending order.
-  std::vector<std::string> const names{"",
-                                       "0",
-                                       "00",
-                                       "01",
-                                       "1",
-                                       "01a",
-                                       "1a",
-                                       "2",
-                                       "10",
-                                       "99999999999999999999",
-                                       "100000000000000000000",
-                                       "Ethernet",
-                                       "Ethernet1",
-                                       "Ethernet1/1",
-                                       "Ethernet1/2",
-                                       "Ethernet1/10",
-                                       "Ethernet02",
-                                       "Ethernet2",
-                                       "Ethernet2a",
-                                       "Ethernet10",
-                                       "Port-Channel1",
-                                       "a1b2",
-                                       "a1b10",
-                                       "a2b1",
-                                       "\xC3\xA9"};
-  for (std::size_t first = 0; first < names.size(); ++first) {
-    for (std::size_t second = 0; second < names.size(); ++second) {
-      SCOPED_TRACE("\"" + names[first] + "\" and \"" + names[second] + "\"");
-      EXPECT_EQ(naturalLess(names[first], names[second]), first < second);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace Agent

@@ -1,0 +1,67 @@
+// All leaves at one moment.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "agent/views/gnmi/ChangeSet.h"
+#include "agent/views/gnmi/Entry.h"
+#include "agent/views/gnmi/Selection.h"
+
+namespace Agent::Gnmi {
+
+/// It never changes; copies share everything, and what a change set leads to shares what stayed.
+class Snapshot {
+ public:
+  /// Empty, of version 0.
+  Snapshot();
+
+  std::uint64_t version() const { return version_; }
+  /// That of its last change set.
+  Nanoseconds time() const { return time_; }
+
+  /// The entries of a node, in the order of their keys.
+  std::span<EntryPtr const> entries(std::uint16_t node) const { return *nodes_[node]; }
+  /// Null if there is none.
+  EntryPtr find(std::uint16_t node, EntryKey const& key) const;
+
+  /// Calls `visit(entry, rows)` for every entry of which something may be selected, in the order of
+  /// paths.
+  template <class Visit>
+  void visit(Selection const& selection, Visit const& visit) const {
+    for (std::uint16_t node = 0; node < nodes_.size(); ++node) {
+      RowSet const ofNode = nodeRows()[node].rows;
+      auto const visitEntry = [&](EntryPtr const& entry) {
+        if (RowSet const rows = selection.rows(entry->key) & ofNode; rows.any()) {
+          visit(entry, rows);
+        }
+      };
+      if ((selection.everywhere() & ofNode).any()) {
+        std::ranges::for_each(*nodes_[node], visitEntry);
+      } else {
+        std::ranges::for_each(withKeys(selection, node), visitEntry);
+      }
+    }
+  }
+
+  /// The leaves of a selection, in the order of paths.
+  std::vector<LeafRef> leaves(Selection const& selection) const;
+
+  /// The state behind a change set, which is the next after this.
+  Snapshot with(ChangeSet const& changes) const;
+
+ private:
+  using Entries = std::vector<EntryPtr>;
+
+  /// The entries of which a selection has the keys, in their order.
+  Entries withKeys(Selection const& selection, std::uint16_t node) const;
+
+  std::uint64_t version_ = 0;
+  Nanoseconds time_ = 0;
+  std::vector<std::shared_ptr<Entries const>> nodes_;
+};
+
+}  // namespace Agent::Gnmi

@@ -74,12 +74,18 @@ function(stp_install_headers)
   endforeach()
 endfunction()
 
-# Compiles every header of a layer alone, so that each includes what it needs.
+# Compiles every header of a layer alone, so that each includes what it needs; less those whose path
+# matches.
+#   stp_check_headers(NAME [EXCEPT REGEX])
 function(stp_check_headers name)
   if(NOT STP_CHECK_HEADERS)
     return()
   endif()
+  cmake_parse_arguments(arg "" "EXCEPT" "" ${ARGN})
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
+  if(arg_EXCEPT)
+    list(FILTER headers EXCLUDE REGEX "${arg_EXCEPT}")
+  endif()
   foreach(header IN LISTS headers)
     file(RELATIVE_PATH path "${CMAKE_CURRENT_SOURCE_DIR}" "${header}")
     set(source "${CMAKE_CURRENT_BINARY_DIR}/header-check/${path}.cpp")

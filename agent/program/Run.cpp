@@ -3,12 +3,14 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <memory>
 #include <system_error>
 
 #include "Flashlog/FlashlogHandle.h"
 #include "Stp/Module.h"
 #include "agent/host/Diagnostics.h"
 #include "agent/host/Fatal.h"
+#include "agent/program/GnmiTarget.h"
 #include "agent/sources/engine/EngineDifference.h"
 
 namespace Agent {
@@ -32,8 +34,26 @@ int Run::execute(std::function<void(Run&)> const& work) {
   if (settings_.trace) {
     Stp::_defaultTraceHandle().levelIs(8, true);
   }
+  try {
+    return workAndShow(work);
+  } catch (Gnmi::SettingsError const& error) {
+    failed(std::string("--gnmi: ") + error.what());
+    return status_;
+  }
+}
+
+int Run::workAndShow(std::function<void(Run&)> const& work) {
   session_.emplace(settings_, output_);
+  std::unique_ptr<GnmiTarget> target;
+  if (!settings_.gnmi.server.addresses.empty()) {
+    target = serveGnmi(settings_.gnmi, loop_, *session_);
+  }
   work(*this);
+  bool const isCutShort = interrupt_.requested();
+  if (target) {
+    wait();
+    target.reset();
+  }
   if (status_ != neverSeen) {
     session_->show();
   }
@@ -42,7 +62,7 @@ int Run::execute(std::function<void(Run&)> const& work) {
   if (output_.error() && output_.error() != std::errc::broken_pipe && status_ != unusable) {
     failed("standard output: " + output_.error().message());
   }
-  return status_ == someRefused && interrupt_.requested() ? allApplied : status_;
+  return status_ == someRefused && isCutShort ? allApplied : status_;
 }
 
 bool Run::isWanted() const {
@@ -59,6 +79,14 @@ bool Run::goesOn() {
 
 void Run::wait() {
   while (isWanted()) {
+    loop_.turn();
+  }
+}
+
+void Run::waitFor(std::chrono::milliseconds duration) {
+  bool isLater = false;
+  auto const later = loop_.after(duration, [&isLater] { isLater = true; });
+  while (isWanted() && !isLater) {
     loop_.turn();
   }
 }

@@ -26,8 +26,9 @@ class Run {
   explicit Run(Settings const& settings);
 
   /// Sets traces and session up, lets `work` work as long as the run goes on, shows the targets,
-  /// and waits until the reader has taken all results. Returns the exit status: that of the worst
-  /// that was reported; for refusals 0 when the run was interrupted.
+  /// and waits until the reader has taken all results. Where clients are served, they are so from
+  /// before the work until the run is interrupted. Returns the exit status: that of the worst that
+  /// was reported; for refusals 0 when the work was interrupted.
   int execute(std::function<void(Run&)> const& work);
 
   Loop& loop() { return loop_; }
@@ -38,10 +39,12 @@ class Run {
 
   /// Whether there is still someone to work for. Lets the loop handle what has come, and waits
   /// until the reader has taken what was printed. Not from inside a callback of the loop, and
-  /// neither are the next two.
+  /// neither are the next three.
   bool goesOn();
   /// Waits until there is nobody left to work for.
   void wait();
+  /// The same, but no longer than this.
+  void waitFor(std::chrono::milliseconds duration);
   /// Waits until a descriptor can be read, or has ended or failed; false when there is nobody left
   /// to work for.
   bool waitReadable(int descriptor);
@@ -61,6 +64,7 @@ class Run {
 
  private:
   bool isWanted() const;
+  int workAndShow(std::function<void(Run&)> const& work);
   void awaitReader();
 
   Settings const& settings_;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "agent/host/Output.h"
+#include "agent/program/GnmiSettings.h"
 #include "agent/sources/operations/Operations.h"
 #include "agent/state/Database.h"
 #include "agent/state/Mirror.h"
@@ -27,6 +28,8 @@ struct Settings {
   bool forgetDeparted = false;
   /// Where the fast trace goes, if anywhere.
   std::optional<std::string> flashlog;
+  /// Whether and how clients are served.
+  GnmiSettings gnmi;
 };
 
 class Session {

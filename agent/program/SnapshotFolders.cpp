@@ -27,9 +27,13 @@ void applyFolder(Run& run, std::string const& bridge, std::string const& folder)
 }  // namespace
 
 void applySnapshotFolders(Run& run, std::string const& bridge,
-                          std::vector<std::string> const& folders, bool showsProgress) {
+                          std::vector<std::string> const& folders, bool showsProgress,
+                          std::chrono::milliseconds pace) {
   std::size_t number = 0;
   for (std::string const& folder : folders) {
+    if (number > 0 && pace > pace.zero()) {
+      run.waitFor(pace);
+    }
     if (!run.goesOn()) {
       break;
     }
@@ -43,11 +47,11 @@ void applySnapshotFolders(Run& run, std::string const& bridge,
 }
 
 int replaySnapshots(Settings const& settings, std::string const& bridge,
-                    std::vector<std::string> const& folders) {
+                    std::vector<std::string> const& folders, std::chrono::milliseconds pace) {
   // Lines of a trace, or results on the same terminal, tell how far it is as well.
   bool const linesBetween = settings.trace || (settings.watch && ::isatty(STDOUT_FILENO) != 0);
   return Run(settings).execute(
-      [&](Run& run) { applySnapshotFolders(run, bridge, folders, !linesBetween); });
+      [&](Run& run) { applySnapshotFolders(run, bridge, folders, !linesBetween, pace); });
 }
 
 }  // namespace Agent

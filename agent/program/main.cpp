@@ -20,6 +20,7 @@
 #include "CommandLine.h"
 #include "agent/host/Fatal.h"
 #include "agent/program/Follow.h"
+#include "agent/program/GnmiTarget.h"
 #include "agent/program/Inspect.h"
 #include "agent/program/OperationFiles.h"
 #include "agent/program/SnapshotFolders.h"
@@ -98,6 +99,60 @@ void addSettings(CLI::App& command, Agent::Settings& settings) {
   addRunSettings(command, settings);
 }
 
+std::string wrongMilliseconds(std::string const& text) {
+  std::uint32_t number = 0;
+  auto const* const end = text.data() + text.size();
+  auto const [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end && number > 0
+             ? ""
+             : text + " is no number of milliseconds above 0";
+}
+
+void addGnmi(CLI::App& command, Agent::Settings& settings) {
+  if (!Agent::hasGnmi) {
+    return;
+  }
+  auto& server = settings.gnmi.server;
+  auto const addFile = [&command](char const* option, std::optional<std::string>& file,
+                                  char const* text) {
+    command
+        .add_option_function<std::string>(
+            option, [&file](std::string const& name) { file = name; }, text)
+        ->type_name("FILE");
+  };
+  command
+      .add_option(
+          "--gnmi", server.addresses,
+          "Serve gNMI on HOST:PORT, [V6]:PORT or unix:PATH, until interrupted; may be given "
+          "several times")
+      ->take_all()
+      ->allow_extra_args(false)
+      ->type_name("ADDRESS");
+  addFile("--gnmi-cert", server.certificate, "The chain of certificates to show, in PEM");
+  addFile("--gnmi-key", server.key, "Its key, in PEM");
+  addFile("--gnmi-client-ca", server.clientAuthority,
+          "The authority of which clients must show a certificate, in PEM");
+  addFile("--gnmi-users", server.users, "Who may do what: lines NAME:HASH:ROLE");
+  command.add_flag("--gnmi-insecure", server.isInsecure,
+                   "Plaintext and no users on loopback and unix: addresses");
+  command
+      .add_option("--gnmi-max-clients", settings.gnmi.mostClients,
+                  "How many subscriptions there may be at a time")
+      ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 20U))
+      ->type_name("N")
+      ->capture_default_str();
+  command
+      .add_option_function<std::string>(
+          "--gnmi-min-sample-interval",
+          [&settings](std::string const& text) {
+            settings.gnmi.leastSampleInterval = std::chrono::milliseconds(std::stoul(text));
+          },
+          "The shortest interval at which a client may sample")
+      ->check(wrongMilliseconds)
+      ->type_name("MS")
+      ->default_str("1000");
+}
+
 void addForgetDeparted(CLI::App& command, Agent::Settings& settings) {
   command.add_flag("--forget-departed", settings.forgetDeparted,
                    "Delete the state of ports that have left the engine and the configuration");
@@ -112,6 +167,7 @@ int run(Words const& words) {
       ->type_name("");
   addManualStart(command, settings);
   addSettings(command, settings);
+  addGnmi(command, settings);
   auto const status = parseCommand(command, words);
   return status ? *status : Agent::runOperations(settings, files);
 }
@@ -128,11 +184,19 @@ int replay(Words const& words) {
   command.add_option("DIR", folders, "Folders with one snapshot each, in order")
       ->required()
       ->type_name("");
+  std::string pace;
+  command.add_option("--pace", pace, "How long to wait between one snapshot and the next")
+      ->check(wrongMilliseconds)
+      ->type_name("MS");
   addForgetDeparted(command, settings);
   addManualStart(command, settings);
   addSettings(command, settings);
-  auto const status = parseCommand(command, words);
-  return status ? *status : Agent::replaySnapshots(settings, bridge, folders);
+  addGnmi(command, settings);
+  if (auto const status = parseCommand(command, words)) {
+    return *status;
+  }
+  std::chrono::milliseconds const between(pace.empty() ? 0 : std::stoul(pace));
+  return Agent::replaySnapshots(settings, bridge, folders, between);
 }
 
 // The number of seconds that a text is, if it is a decimal one above 0 and not too small or large
@@ -177,6 +241,7 @@ int follow(Words const& words) {
       ->capture_default_str();
   addForgetDeparted(command, settings);
   addSettings(command, settings);
+  addGnmi(command, settings);
   if (auto const status = parseCommand(command, words)) {
     return *status;
   }

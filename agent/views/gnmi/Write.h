@@ -1,0 +1,61 @@
+// What a client may write, and what becomes of it.
+//
+// The mirror writes every leaf but one: which VLANs run no spanning tree is a client's to say. It
+// is stored in the target as a client would find it there, and the mirror takes it back to where
+// the engine finds it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "Stp/vlans/VlanList.h"
+#include "agent/state/Change.h"
+#include "agent/state/Database.h"
+#include "agent/text/Json.h"
+#include "agent/views/gnmi/RequestPath.h"
+
+namespace Agent::Gnmi {
+
+/// A value as it was sent: JSON, or a scalar or a list of them, which then stands here as JSON,
+/// too.
+struct WriteValue {
+  Json json;
+  bool isJson = true;
+};
+
+struct WriteRequest {
+  enum class Kind : std::uint8_t { remove, replace, update };
+
+  Kind kind;
+  RequestPath path;
+  /// Of a replace and an update.
+  WriteValue value = {};
+};
+
+/// One write of a client, checked: it can't fail any more.
+class Write {
+ public:
+  /// Checks requests, which are joined paths in the order in which they take effect. Throws a
+  /// Failure that names the path at fault.
+  explicit Write(std::span<WriteRequest const> requests);
+
+  /// The changes that make the targets as the write will have them; none if they are so already. On
+  /// the notification thread.
+  Changes changes(TargetView const& targets) const;
+
+ private:
+  struct Step {
+    enum class Kind : std::uint8_t { clear, set, add };
+
+    Kind kind;
+    Stp::VlanSet vlans = {};
+  };
+
+  void add(WriteRequest const& request);
+
+  std::vector<Step> steps_;
+};
+
+}  // namespace Agent::Gnmi

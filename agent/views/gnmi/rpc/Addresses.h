@@ -1,0 +1,38 @@
+// Where a target listens.
+#pragma once
+
+#include <string>
+
+#include "agent/views/gnmi/ServerSettings.h"
+
+namespace Agent::Gnmi {
+
+/// HOST:PORT, [V6]:PORT or unix:PATH.
+class Address {
+ public:
+  /// Throws SettingsError for a text that is none.
+  explicit Address(std::string text);
+
+  std::string const& text() const { return text_; }
+
+  bool isSocketFile() const { return text_.rfind("unix:", 0) == 0; }
+  /// The path of a socket file.
+  std::string path() const { return text_.substr(sizeof "unix:" - 1); }
+
+  /// Whether nobody on another machine can reach it.
+  bool isLocal() const;
+
+  /// With the port that was chosen where that is 0.
+  std::string withPort(int port) const;
+
+ private:
+  std::size_t colon() const { return text_.rfind(':'); }
+
+  std::string text_;
+};
+
+/// Removes a socket file on which nobody answers. Throws SettingsError if somebody does, or if
+/// the file is something else.
+void clearSocketFile(std::string const& path);
+
+}  // namespace Agent::Gnmi

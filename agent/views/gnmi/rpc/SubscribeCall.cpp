@@ -1,0 +1,209 @@
+#include "agent/views/gnmi/rpc/SubscribeCall.h"
+
+#include <grpcpp/support/slice.h>
+
+#include <array>
+#include <utility>
+#include <variant>
+
+namespace Agent::Gnmi {
+
+namespace {
+
+grpc::ByteBuffer bytesOf(gnmi::SubscribeResponse const& response) {
+  grpc::Slice const slice(response.SerializeAsString());
+  return {&slice, 1};
+}
+
+grpc::ByteBuffer bytesOf(gnmi::Notification notification) {
+  gnmi::SubscribeResponse response;
+  *response.mutable_update() = std::move(notification);
+  return bytesOf(response);
+}
+
+grpc::ByteBuffer syncBytes() {
+  gnmi::SubscribeResponse response;
+  response.set_sync_response(true);
+  return bytesOf(response);
+}
+
+bool parse(grpc::ByteBuffer const& bytes, gnmi::SubscribeRequest& request) {
+  grpc::Slice whole;
+  return bytes.DumpToSingleSlice(&whole).ok() &&
+         request.ParseFromArray(whole.begin(), static_cast<int>(whole.size()));
+}
+
+}  // namespace
+
+SubscribeCall* SubscribeCall::begin(Hub& hub, Callers& callers,
+                                    grpc::CallbackServerContext const& context) {
+  std::shared_ptr<SubscribeCall> const call(new SubscribeCall(hub));
+  call->self_ = call;
+  try {
+    call->call_ = callers.begins(context.peer());
+    call->StartRead(&call->read_);
+  } catch (Failure const& failure) {
+    call->fail(failure);
+  }
+  return call.get();
+}
+
+// A client that has said all that it has to say may still listen.
+void SubscribeCall::OnReadDone(bool isRead) {
+  if (!isRead) {
+    {
+      std::lock_guard const lock(mutex_);
+      isHalfClosed_ = true;
+    }
+    send();
+    return;
+  }
+  gnmi::SubscribeRequest request;
+  try {
+    if (!parse(read_, request)) {
+      throw Failure(Code::invalidArgument, "the message is no SubscribeRequest");
+    }
+    checkExtensions(request.extension());
+    receive(request);
+  } catch (Failure const& failure) {
+    fail(failure);
+    return;
+  }
+  StartRead(&read_);
+  send();
+}
+
+void SubscribeCall::receive(gnmi::SubscribeRequest const& request) {
+  switch (request.request_case()) {
+    case gnmi::SubscribeRequest::kSubscribe:
+      if (stream_ != nullptr) {
+        throw Failure(Code::invalidArgument, "a second subscribe on one call");
+      }
+      subscribe(request.subscribe());
+      return;
+    case gnmi::SubscribeRequest::kPoll:
+      if (stream_ == nullptr) {
+        throw Failure(Code::invalidArgument, "a poll before the subscribe");
+      }
+      stream_->poll();
+      return;
+    case gnmi::SubscribeRequest::REQUEST_NOT_SET: break;
+  }
+  throw Failure(Code::invalidArgument, "the message has neither subscribe nor poll");
+}
+
+void SubscribeCall::subscribe(gnmi::SubscriptionList const& list) {
+  SubscribeRequest const asked = fromWire(list);
+  std::string origin = asked.prefix.origin;
+  for (PathRequest const& path : asked.paths) {
+    origin = origin.empty() ? path.path.origin : origin;
+  }
+  std::lock_guard const lock(mutex_);
+  answer_.emplace(list.encoding(), list.prefix(), std::move(origin));
+  stream_ = hub_.subscribe(asked, [weak = weak_from_this()] {
+    if (auto const call = weak.lock()) {
+      call->send();
+    }
+  });
+}
+
+void SubscribeCall::fail(Failure const& failure) {
+  {
+    std::lock_guard const lock(mutex_);
+    end_ = statusOf(failure);
+  }
+  send();
+}
+
+// Whatever is called of the connection is called without the lock, since it may call back at once.
+void SubscribeCall::send() {
+  std::optional<grpc::Status> end;
+  {
+    std::lock_guard const lock(mutex_);
+    bool const isStuck = isSending_ && stream_ != nullptr && stream_->hasEnded();
+    if (isOver_ || (isSending_ && !isStuck) || !prepare()) {
+      return;
+    }
+    isSending_ = true;
+    isOver_ = end_.has_value();
+    end = end_;
+  }
+  if (end) {
+    Finish(*end);
+  } else {
+    StartWrite(&written_);
+  }
+}
+
+// What is next: the end, or what is to be written; false if there is nothing yet.
+bool SubscribeCall::prepare() {
+  while (!end_ && prepared_.empty()) {
+    auto message = stream_ == nullptr ? std::nullopt : stream_->next();
+    if (!message) {
+      // Nobody can ask any more.
+      bool const isAsked = stream_ != nullptr && stream_->plan().mode != CallMode::poll;
+      if (isHalfClosed_ && !isAsked) {
+        end_ = stream_ == nullptr
+                   ? grpc::Status(grpc::INVALID_ARGUMENT, "the call ended without a subscribe")
+                   : grpc::Status::OK;
+      }
+      return end_.has_value();
+    }
+    if (auto const* const change = std::get_if<SharedChange>(&*message)) {
+      auto const bytes = serialised(*change);
+      prepared_.insert(prepared_.end(), bytes->begin(), bytes->end());
+    } else if (auto const* const notification = std::get_if<Notification>(&*message)) {
+      prepared_.push_back(bytesOf(answer_->notification(*notification)));
+    } else if (std::holds_alternative<Sync>(*message)) {
+      prepared_.push_back(syncBytes());
+    } else {
+      auto const& last = std::get<End>(*message);
+      end_ = last.code == Code::ok ? grpc::Status::OK : statusOf(Failure(last.code, last.message));
+    }
+  }
+  if (!end_) {
+    written_ = std::move(prepared_.front());
+    prepared_.pop_front();
+  }
+  return true;
+}
+
+std::shared_ptr<SubscribeCall::Bytes const> SubscribeCall::serialised(
+    SharedChange const& change) const {
+  std::string const key = std::to_string(change.filter->id()) + "/" + answer_->key();
+  return change.changes->shared<Bytes>(key, [&] {
+    auto bytes = std::make_shared<Bytes>();
+    for (Notification const& notification : change.filter->notifications(*change.changes)) {
+      bytes->push_back(bytesOf(answer_->notification(notification)));
+    }
+    return bytes;
+  });
+}
+
+void SubscribeCall::OnWriteDone(bool isWritten) {
+  {
+    std::lock_guard const lock(mutex_);
+    if (isOver_) {
+      return;
+    }
+    isSending_ = false;
+    if (!isWritten) {
+      end_ = grpc::Status::CANCELLED;
+    }
+  }
+  send();
+}
+
+void SubscribeCall::OnCancel() {
+  fail(Failure(Code::unavailable, "the client is gone"));
+}
+
+void SubscribeCall::OnDone() {
+  if (stream_ != nullptr) {
+    hub_.unsubscribe(stream_);
+  }
+  call_.reset();
+  auto const last = std::move(self_);
+}
+
+}  // namespace Agent::Gnmi

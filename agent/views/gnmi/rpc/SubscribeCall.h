@@ -1,0 +1,65 @@
+// One Subscribe call on its connection.
+#pragma once
+
+#include <grpcpp/server_context.h>
+#include <grpcpp/support/byte_buffer.h>
+#include <grpcpp/support/server_callback.h>
+
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "agent/views/gnmi/Hub.h"
+#include "agent/views/gnmi/rpc/Callers.h"
+#include "agent/views/gnmi/rpc/Wire.h"
+
+namespace Agent::Gnmi {
+
+/// Takes from a stream of the hub what is to be sent, one message at a time: the next when the one
+/// before has been taken by the connection.
+class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grpc::ByteBuffer>,
+                            public std::enable_shared_from_this<SubscribeCall> {
+ public:
+  /// Lives until the call is over.
+  static SubscribeCall* begin(Hub& hub, Callers& callers,
+                              grpc::CallbackServerContext const& context);
+
+  void OnReadDone(bool isRead) override;
+  void OnWriteDone(bool isWritten) override;
+  void OnCancel() override;
+  void OnDone() override;
+
+ private:
+  using Bytes = std::vector<grpc::ByteBuffer>;
+
+  explicit SubscribeCall(Hub& hub) : hub_(hub) {}
+
+  void receive(gnmi::SubscribeRequest const& request);
+  void subscribe(gnmi::SubscriptionList const& list);
+  void fail(Failure const& failure);
+  void send();
+  bool prepare();
+  std::shared_ptr<Bytes const> serialised(SharedChange const& change) const;
+
+  Hub& hub_;
+  std::unique_ptr<Callers::Call> call_;
+  std::shared_ptr<SubscribeCall> self_;
+
+  grpc::ByteBuffer read_;
+  std::shared_ptr<Stream> stream_;
+  std::optional<Answer> answer_;
+
+  // What is being sent. One thread at a time prepares and sends.
+  std::mutex mutex_;
+  std::deque<grpc::ByteBuffer> prepared_;
+  grpc::ByteBuffer written_;
+  std::optional<grpc::Status> end_;
+  bool isSending_ = false;
+  bool isHalfClosed_ = false;
+  bool isOver_ = false;
+};
+
+}  // namespace Agent::Gnmi

@@ -1,0 +1,216 @@
+"""What Subscribe sends, and when."""
+
+import signal
+import time
+import unittest
+
+from gnmi_client import (Agent, Client, Subscription, captures, gnmi, grpc, path, refusal, replaying,
+                         running, served, text_of)
+
+CODE = grpc.StatusCode
+LIST = gnmi.SubscriptionList
+GUARD = "/stp/global/config/bpdu-guard"
+
+
+def subscription(text, mode=gnmi.TARGET_DEFINED, **members):
+    return gnmi.Subscription(path=path(text), mode=mode, **members)
+
+
+class Subscribe(unittest.TestCase):
+    def setUp(self):
+        self.context = running()
+        self.agent, self.client = self.context.__enter__()
+
+    def tearDown(self):
+        self.context.__exit__(None, None, None)
+
+    def guard(self, value):
+        self.agent.set("input", "portfastBpduguard", value=value)
+
+    def has(self, text, value):
+        return lambda state: state.get(text) == value
+
+    def ended(self, stream):
+        """The status with which a stream ends."""
+        return refusal(stream.rest)
+
+    def test_S1_once_is_updates_the_marker_and_the_end(self):
+        with self.client.subscribe("/", mode=LIST.ONCE) as stream:
+            stream.until_sync()
+            self.assertTrue(stream.state)
+            self.assertEqual(stream.rest(), [])
+            self.assertEqual(stream.state, self.client.values("/"))
+
+    def test_S2_poll_sends_nothing_before_the_first_poll_and_all_at_each(self):
+        with self.client.subscribe(GUARD, mode=LIST.POLL) as stream:
+            self.assertTrue(stream.is_quiet())
+            for value in (True, False):
+                self.guard(value)
+                with self.client.subscribe(GUARD) as other:
+                    other.until(self.has(GUARD, value))
+                stream.poll()
+                stream.until_sync()
+                self.assertEqual(stream.state, {GUARD: value})
+            stream.half_close()
+            self.assertEqual(stream.rest(), [])
+
+    def test_S3_a_stream_has_no_gap_between_the_state_and_its_changes(self):
+        for round_number in range(100):
+            self.guard(round_number % 2 == 0)
+            with self.client.subscribe(GUARD) as stream:
+                self.guard(round_number % 2 == 1)
+                stream.until_sync()
+                stream.until(self.has(GUARD, round_number % 2 == 1))
+
+    def test_S4_what_does_not_change_is_not_sent(self):
+        with self.client.subscribe("/") as stream:
+            stream.until_sync()
+            self.agent.operation(op="touch", path=["input", "portfastBpduguard"])
+            self.guard(False)
+            self.guard(True)
+            (notification,) = stream.until(self.has(GUARD, True))
+            self.assertEqual([text_of(update.path) for update in notification.update], [GUARD])
+
+    def test_S5_removal_sends_deletes(self):
+        self.agent.operation(op="create", path=["input", "portConfig", "Ethernet1"], value={})
+        name = "/stp/interfaces/interface[name=Ethernet1]/config/name"
+        with self.client.subscribe("/stp/interfaces") as stream:
+            stream.until(self.has(name, "Ethernet1"))
+            self.agent.operation(op="delete", path=["input", "portConfig", "Ethernet1"])
+            stream.until(lambda state: name not in state)
+            self.assertEqual(stream.state, {})
+
+    def test_S7_the_time_is_that_of_the_change(self):
+        self.guard(True)
+        with self.client.subscribe(GUARD) as stream:
+            (change,) = stream.until(self.has(GUARD, True))[-1:]
+        time.sleep(0.2)
+        with self.client.subscribe(GUARD) as stream:
+            (initial,) = stream.until_sync()
+        self.assertEqual(initial.timestamp, change.timestamp)
+        self.assertLess(abs(time.time_ns() - change.timestamp), 60_000_000_000)
+
+    def test_S8_samples_come_at_every_interval_and_not_below_the_minimum(self):
+        with self.client.subscribe(
+                subscription(GUARD, gnmi.SAMPLE, sample_interval=1_000_000_000)) as stream:
+            stream.until_sync()
+            first, second = stream.next().update, stream.next().update
+            self.assertGreaterEqual(second.timestamp - first.timestamp, 500_000_000)
+        with self.client.subscribe(
+                subscription(GUARD, gnmi.SAMPLE, sample_interval=1_000_000)) as stream:
+            self.assertEqual(self.ended(stream)[0], CODE.INVALID_ARGUMENT)
+
+    def test_S11_updates_only(self):
+        with self.client.subscribe(GUARD, updates_only=True) as stream:
+            self.assertEqual(stream.until_sync(), [])
+            self.guard(True)
+            stream.until(self.has(GUARD, True))
+        for mode in (LIST.ONCE, LIST.POLL):
+            with self.client.subscribe(GUARD, mode=mode, updates_only=True) as stream:
+                if mode == LIST.POLL:
+                    stream.poll()
+                self.assertEqual(stream.until_sync(), [])
+
+    def test_S12_what_is_absent_is_told_when_it_appears(self):
+        wanted = "/stp/interfaces/interface[name=Ethernet9]/config/name"
+        with self.client.subscribe(wanted) as exact, \
+                self.client.subscribe("/stp/interfaces/interface[name=*]/config/name") as wild:
+            self.assertEqual(exact.until_sync(), [])
+            self.assertEqual(wild.until_sync(), [])
+            self.agent.operation(op="create", path=["input", "portConfig", "Ethernet9"], value={})
+            exact.until(self.has(wanted, "Ethernet9"))
+            wild.until(self.has(wanted, "Ethernet9"))
+
+    def test_S13_misuse_ends_that_call_alone(self):
+        asked = LIST(subscription=[subscription(GUARD)], encoding=gnmi.PROTO)
+        with self.client.subscribe(GUARD) as bystander:
+            bystander.until_sync()
+            for misuse in ("second", "poll", "empty", "neither", "poll on a stream"):
+                with Subscription(self.client) as stream:
+                    if misuse in ("second", "poll on a stream"):
+                        stream.send(subscribe=asked)
+                    if misuse == "second":
+                        stream.send(subscribe=asked)
+                    elif misuse == "empty":
+                        stream.send(subscribe=LIST())
+                    elif misuse == "neither":
+                        stream.send()
+                    else:
+                        stream.poll()
+                    self.assertEqual(self.ended(stream)[0], CODE.INVALID_ARGUMENT, misuse)
+            self.guard(True)
+            bystander.until(self.has(GUARD, True))
+
+    def test_S14_a_leaf_of_several_paths_comes_once(self):
+        with self.client.subscribe("/stp", GUARD, "/stp/global", mode=LIST.ONCE) as stream:
+            told = [text_of(update.path) for notification in stream.until_sync()
+                    for update in notification.update]
+        self.assertEqual(len(told), len(set(told)))
+        self.assertIn(GUARD, told)
+
+    def test_S16_history_is_not_served(self):
+        from gnmi_client import gnmi_ext
+        with Subscription(self.client) as stream:
+            stream.send(subscribe=LIST(subscription=[subscription(GUARD)]),
+                        extension=[gnmi_ext.Extension(history=gnmi_ext.History(snapshot_time=1))])
+            self.assertEqual(self.ended(stream)[0], CODE.UNIMPLEMENTED)
+
+    def test_B5_at_the_end_streams_are_unavailable(self):
+        with self.client.subscribe(GUARD) as stream:
+            stream.until_sync()
+            self.assertEqual(self.agent.stop(), 0)
+            self.assertEqual(self.ended(stream)[0], CODE.UNAVAILABLE)
+
+
+class Replayed(unittest.TestCase):
+    def test_S3_the_stream_of_all_captures_ends_as_the_final_state(self):
+        with replaying(options=["--pace", "50"]) as agent, \
+                Client("unix:" + agent.socket) as client, client.subscribe("/") as stream:
+            stream.until_sync()
+            time.sleep(0.05 * len(captures()))
+            stream.settle()
+            self.assertTrue(stream.state)
+            self.assertEqual(stream.state, client.values("/"))
+
+    def test_B5_after_a_restart_a_client_has_the_full_state_again(self):
+        states = []
+        for _ in range(2):
+            with served(captures()[0]) as (agent, client), client.subscribe("/") as stream:
+                stream.until(lambda state: any("interface[" in text for text in state))
+                stream.settle()
+                states.append(stream.state)
+                agent.process.send_signal(signal.SIGKILL)
+        self.assertEqual(states[0], states[1])
+
+
+class Limits(unittest.TestCase):
+    def test_A6_subscriptions_and_clients_are_limited(self):
+        with Agent("run", "--show", "none", gnmi_options=[
+                "--gnmi", "127.0.0.1:0", "--gnmi-insecure", "--gnmi-max-clients", "2"]) as agent:
+            address = agent.addresses[0]
+            with Client(address) as client:
+                with client.subscribe(*[GUARD] * 257) as stream:
+                    self.assertIn(refusal(stream.rest)[0],
+                                  (CODE.RESOURCE_EXHAUSTED, CODE.INVALID_ARGUMENT))
+                with client.subscribe(GUARD) as one, client.subscribe(GUARD) as two:
+                    one.until_sync()
+                    two.until_sync()
+                    with client.subscribe(GUARD) as three:
+                        self.assertEqual(refusal(three.rest)[0], CODE.RESOURCE_EXHAUSTED)
+
+    def test_A6_calls_of_one_connection_are_limited(self):
+        with Agent("run", "--show", "none", gnmi_options=[
+                "--gnmi", "127.0.0.1:0", "--gnmi-insecure"]) as agent, \
+                Client(agent.addresses[0]) as client:
+            streams = [client.subscribe(GUARD) for _ in range(100)]
+            try:
+                for stream in streams:
+                    stream.until_sync()
+                self.assertEqual(refusal(client.get, "/")[0], CODE.RESOURCE_EXHAUSTED)
+            finally:
+                for stream in streams:
+                    stream.cancel()
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -31,7 +31,7 @@ void applySnapshotFolders(Run& run, std::string const& bridge,
                           std::chrono::milliseconds pace) {
   std::size_t number = 0;
   for (std::string const& folder : folders) {
-    if (number > 0 && pace > pace.zero()) {
+    if (number > 0 && pace > std::chrono::milliseconds::zero()) {
       run.waitFor(pace);
     }
     if (!run.goesOn()) {

@@ -29,6 +29,7 @@ inline constexpr std::string_view leafModule = "openconfig-spanning-tree";
 struct Identity {
   std::string_view name;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): there is none
   auto operator<=>(Identity const&) const = default;
 };
 

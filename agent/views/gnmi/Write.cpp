@@ -93,7 +93,7 @@ std::optional<Stp::VlanSet> readContainer(SchemaNode const& node, std::string co
   std::optional<Stp::VlanSet> vlans;
   for (auto const& [name, member] : value.items()) {
     SchemaNode const* const child = node.child(name);
-    std::string const at = path == "/" ? path + name : path + "/" + name;
+    std::string const at = (path == "/" ? "" : path) + "/" + name;
     if (child == nullptr) {
       refuse(at, "not in the model");
     }

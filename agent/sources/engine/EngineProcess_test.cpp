@@ -1,11 +1,14 @@
 // Programs that answer, and programs that do not.
 #include "agent/sources/engine/EngineProcess.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/epoll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -192,6 +195,31 @@ TEST_F(EngineProcessTest, LoopIsFreeWhileItIsWaitedFor) {
     }
   }
   EXPECT_GE(ticks, 5);
+}
+
+TEST_F(EngineProcessTest, NumberOfAStreamThatItClosedIsOthersFromThenOn) {
+  Loop::Time now{std::chrono::hours(1)};
+  Loop other([&now] { return now; });
+  bool isTold = false;
+  std::optional<EngineProcess> process;
+  process.emplace(other, program("exec sleep 1000"), "x", now + std::chrono::minutes(1),
+                  [&](EngineAnswer const& /*answer*/) { isTold = true; });
+  now += std::chrono::minutes(1);
+  other.turn(std::chrono::milliseconds(0));  // it is ended
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+  bool isReadable = false;
+  auto const reading =
+      other.whenReady(ends[0], EPOLLIN, [&](std::uint32_t /*events*/) { isReadable = true; });
+  while (!isTold) {
+    other.turn();
+  }
+  process.reset();
+  ASSERT_EQ(::write(ends[1], "x", 1), 1);
+  other.turn(std::chrono::seconds(1));
+  EXPECT_TRUE(isReadable);
+  ::close(ends[0]);
+  ::close(ends[1]);
 }
 
 TEST_F(EngineProcessTest, IsEndedWhenItPrintsWithoutEnd) {

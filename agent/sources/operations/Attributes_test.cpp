@@ -259,6 +259,8 @@ TEST_F(Attributes, EntityWithAWrongOneIsNotCreated) {
             "value.linkType: -1 is not an integer from 0 to 255"},
            {R"({"op":"create","path":["vlanConfigDir","vlanConfig",5],"value":{"name":1}})",
             "value.name: unknown attribute"},
+           {R"({"op":"replace","path":["vlanConfigDir","vlanConfig",5],"value":{"name":1}})",
+            "value.name: unknown attribute"},
            {R"({"op":"create","path":["input","portConfig","E2"],"value":5})",
             "value: 5 is not an object"},
            {R"({"op":"create","path":["input","portConfig","E2"],"value":null})",

@@ -10,18 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "Pebble/TestSupport.h"
+
 namespace Pebble {
 namespace {
-
-// The counters of the class that serves `size`; all zero for one that was never used.
-SlabCounters countersOf(std::size_t size) {
-  for (SlabCounters const& counters : slabCounters()) {
-    if (counters.pieceSize >= size) {
-      return counters.pieceSize == (size + 7) / 8 * 8 ? counters : SlabCounters{};
-    }
-  }
-  return {};
-}
 
 TEST(Slab, HandsOutAFreedPieceNext) {
   void* const first = slabAlloc(152);
@@ -63,9 +55,8 @@ TEST(Slab, ListsClassesInAscendingOrder) {
                                   [](SlabCounters const& each) { return each.pieceSize == 4160; }));
 }
 
-// No other test uses this size.
 TEST(Slab, TakesChunksThatGrowFrom4KiBTo1MiB) {
-  constexpr std::size_t size = 1016;
+  std::size_t const size = unusedSize();
   std::vector<void*> pieces;
   std::size_t expected = 4096;
   std::uint64_t bytes = 0;

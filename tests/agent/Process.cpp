@@ -76,6 +76,7 @@ Process::Process(std::vector<std::string> const& arguments, Surroundings const& 
     for (std::string& variable : variables) {
       ::putenv(variable.data());
     }
+    std::signal(SIGPIPE, SIG_DFL);  // as any parent would leave it
     ::execv(argv[0], argv.data());
     ::_exit(127);
   }

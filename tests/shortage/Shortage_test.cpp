@@ -170,7 +170,8 @@ std::string testName(testing::TestParamInfo<Attempt> const& info) {
 INSTANTIATE_TEST_SUITE_P(Every, Shortage, testing::ValuesIn(attempts()), &testName);
 
 TEST(ShortageOfMemory, LeavesNamesOfInstancesToBeMade) {
-  for (std::uint16_t id = 1000; id < 1300; ++id) {
+  static std::uint16_t id = 1000;  // its name is made once a process, as those of the next ones
+  for (int count = 0; count < 300; ++count, ++id) {
     std::string const name = "MST" + std::to_string(id);
     unsigned failures = 0;
     for (bool failed = true; failed;) {

@@ -325,7 +325,7 @@ TEST(Loop, IsAtRestOnceAllIsDone) {
   bool isOver = false;
   loop.post([] {});
   loop.turn();
-  auto const limit = loop.after(std::chrono::milliseconds(20), [&] { isOver = true; });
+  auto const limit = loop.after(std::chrono::milliseconds(200), [&] { isOver = true; });
   int turns = 0;
   while (!isOver) {
     loop.turn();

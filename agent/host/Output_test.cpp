@@ -136,7 +136,7 @@ TEST_P(OutputTest, IdleOutputLeavesTheLoopAlone) {
   output.readerIsWatched();
   output.lineAdd("line");
   bool isOver = false;
-  auto const limit = loop.after(milliseconds(20), [&isOver] { isOver = true; });
+  auto const limit = loop.after(milliseconds(200), [&isOver] { isOver = true; });
   int turns = 0;
   while (!isOver) {
     loop.turn();

@@ -93,7 +93,7 @@ std::string const portLeaves =
     R"(echo "Can't find index for port e1. Not a valid interface." >&2; exit 1)";
 
 TEST_F(EngineAsking, PortThatLeavesIsAskedAboutAgainUntilASecondHasGoneBy) {
-  EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(5))), "ports");
+  EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(1), milliseconds(200))), "ports");
   EXPECT_GE(runs(), 3);
   EXPECT_GE(now - asked, EngineSource::lasting);
   EXPECT_THAT(reason, HasSubstr("showportdetail br0: failed with status 1"));
@@ -102,7 +102,7 @@ TEST_F(EngineAsking, PortThatLeavesIsAskedAboutAgainUntilASecondHasGoneBy) {
 TEST_F(EngineAsking, EachOutageIsAskedAboutAsIfItWereTheFirst) {
   for (int outage = 0; outage < 3; ++outage) {
     SCOPED_TRACE(outage);
-    EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(5))), "ports");
+    EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(1), milliseconds(200))), "ports");
     EXPECT_GE(runs(), 3);
     EXPECT_GE(now - asked, EngineSource::lasting);
     // The second attempt comes at once: no time goes by.
@@ -123,7 +123,7 @@ TEST_F(EngineAsking, ListOfPortsThatLacksAnEntryIsAskedAboutAgainThoughNothingFa
       R"({"bridge":"br0","format-selector":"0","configuration-name":"","revision-level":"0"})";
   EXPECT_EQ(kindOf(ask("printf '%s' '" + list + R"([,{"port":"e2","bridge":"br0","x":"y"}])" +
                            bridge + rest + list + "'",
-                       milliseconds(5))),
+                       milliseconds(1), milliseconds(200))),
             "showportdetail.json");
   EXPECT_GE(runs(), 3);
   EXPECT_THAT(reason, HasSubstr("showportdetail br0: not understood"));
@@ -138,7 +138,7 @@ TEST_F(EngineAsking, LastingReasonIsToldAfterFiveAttemptsOfASlowEngine) {
 TEST_F(EngineAsking, BridgeThatTheEngineHasNotHeardOfYetIsAskedAboutAgainToo) {
   EXPECT_EQ(kindOf(ask("printf 'CTL_get_mstilist: Got return code 0, -1\nCouldn'\\''t find bridge "
                        "with index 3\n\n'; exit 1",
-                       milliseconds(5))),
+                       milliseconds(1), milliseconds(200))),
             "no MSTP bridge");
   EXPECT_GE(runs(), 3);
   EXPECT_THAT(reason, HasSubstr("mstpctl addbridge br0"));
@@ -191,7 +191,8 @@ TEST_F(EngineAsking, WhatTheOperatorDoesAboutItIsTold) {
            {"ctl_client_init: Operation not permitted", "no right", "ask as root"},
        }) {
     SCOPED_TRACE(said);
-    EXPECT_EQ(kindOf(ask("echo \"" + said + "\" >&2; exit 1", milliseconds(500))), kind);
+    EXPECT_EQ(kindOf(ask("echo \"" + said + "\" >&2; exit 1", milliseconds(1), milliseconds(300))),
+              kind);
     EXPECT_THAT(reason, HasSubstr("; "));
     EXPECT_THAT(reason, HasSubstr(advice));
   }

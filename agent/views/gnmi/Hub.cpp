@@ -18,8 +18,7 @@ constexpr std::chrono::hours longestWait{1};
 
 }  // namespace
 
-Hub::Hub(HubSettings settings, Clocks clocks)
-    : settings_(std::move(settings)), clocks_(std::move(clocks)) {
+Hub::Hub(HubSettings settings, Clocks clocks) : settings_(settings), clocks_(std::move(clocks)) {
 }
 
 Hub::~Hub() {

@@ -17,7 +17,7 @@ struct KeyLess {
 Snapshot::Snapshot() : nodes_(nodeRows().size(), std::make_shared<Entries const>()) {
 }
 
-EntryPtr Snapshot::find(std::uint16_t node, EntryKey const& key) const {
+EntryPtr Snapshot::find(std::size_t node, EntryKey const& key) const {
   Entries const& entries = *nodes_[node];
   auto const found = std::lower_bound(entries.begin(), entries.end(), key, KeyLess());
   return found != entries.end() && (*found)->key == key ? *found : nullptr;
@@ -61,7 +61,7 @@ Snapshot Snapshot::with(ChangeSet const& changes) const {
   return next;
 }
 
-Snapshot::Entries Snapshot::withKeys(Selection const& selection, std::uint16_t node) const {
+Snapshot::Entries Snapshot::withKeys(Selection const& selection, std::size_t node) const {
   Entries entries;
   for (auto const& [key, rows] : selection.byKey()) {
     if ((rows & nodeRows()[node].rows).any()) {

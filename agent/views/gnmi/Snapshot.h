@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -24,15 +25,15 @@ class Snapshot {
   Nanoseconds time() const { return time_; }
 
   /// The entries of a node, in the order of their keys.
-  std::span<EntryPtr const> entries(std::uint16_t node) const { return *nodes_[node]; }
+  std::span<EntryPtr const> entries(std::size_t node) const { return *nodes_[node]; }
   /// Null if there is none.
-  EntryPtr find(std::uint16_t node, EntryKey const& key) const;
+  EntryPtr find(std::size_t node, EntryKey const& key) const;
 
   /// Calls `visit(entry, rows)` for every entry of which something may be selected, in the order of
   /// paths.
   template <class Visit>
   void visit(Selection const& selection, Visit const& visit) const {
-    for (std::uint16_t node = 0; node < nodes_.size(); ++node) {
+    for (std::size_t node = 0; node < nodes_.size(); ++node) {
       RowSet const ofNode = nodeRows()[node].rows;
       auto const visitEntry = [&](EntryPtr const& entry) {
         if (RowSet const rows = selection.rows(entry->key) & ofNode; rows.any()) {
@@ -57,7 +58,7 @@ class Snapshot {
   using Entries = std::vector<EntryPtr>;
 
   /// The entries of which a selection has the keys, in their order.
-  Entries withKeys(Selection const& selection, std::uint16_t node) const;
+  Entries withKeys(Selection const& selection, std::size_t node) const;
 
   std::uint64_t version_ = 0;
   Nanoseconds time_ = 0;

@@ -199,10 +199,9 @@ class HubTest : public testing::Test, protected TestSession {
   }
 
   ManualTime time;
-  HubSettings settings_;
-  Hub hub{settings_, time.clocks()};
-  Collector collector{session.observed(), hub};
   int readyCalls = 0;
+  Hub hub{{}, time.clocks()};
+  Collector collector{session.observed(), hub};
 };
 
 }  // namespace Agent::Gnmi

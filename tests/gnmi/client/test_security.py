@@ -149,7 +149,6 @@ class Security(unittest.TestCase):
                         self.assertLess(time.monotonic(), end, "the new certificate is not used")
                         time.sleep(0.2)
                 self.assertTrue(self.may_read(client))
-                client.set  # the open connection stays
                 self.assertTrue(stream.is_quiet())
 
     def test_A3_a_client_without_a_certificate_is_refused_where_one_is_asked_for(self):

@@ -122,15 +122,6 @@ class Set(unittest.TestCase):
             self.client.set(replace=[update(VLANS, [9])])
             stream.until(lambda state: state.get(VLANS) == [9])
 
-    def test_W2_a_write_reaches_the_engines_configuration(self):
-        self.client.set(replace=[update(VLANS, [9])])
-        self.agent.operation(op="set", path=["vlanConfigDir", "vlanConfig", 9], value=True)
-        self.agent.operation(op="create", path=["vlanConfigDir", "vlanConfig", 9], value={})
-        state = "/stp/global/state/disabled-vlan"
-        self.agent.set("config", "disabledVlan", 9, value=True)
-        with self.client.subscribe(state) as stream:
-            stream.until(lambda known: known.get(state) == [9])
-
 
 if __name__ == "__main__":
     unittest.main()

@@ -98,13 +98,16 @@ void SubscribeCall::subscribe(gnmi::SubscriptionList const& list) {
   for (PathRequest const& path : asked.paths) {
     origin = origin.empty() ? path.path.origin : origin;
   }
-  std::lock_guard const lock(mutex_);
-  answer_.emplace(list.encoding(), list.prefix(), std::move(origin));
-  stream_ = hub_.subscribe(asked, [weak = weak_from_this()] {
+  Answer answer(list.encoding(), list.prefix(), std::move(origin));
+  // Without the lock: the hub may tell other calls of what happened before this one.
+  auto stream = hub_.subscribe(asked, [weak = weak_from_this()] {
     if (auto const call = weak.lock()) {
       call->send();
     }
   });
+  std::lock_guard const lock(mutex_);
+  answer_.emplace(std::move(answer));
+  stream_ = std::move(stream);
 }
 
 void SubscribeCall::fail(Failure const& failure) {

@@ -116,7 +116,7 @@ void Process::write(std::string const& text) {
       if (::poll(&writable, 1, 1) == 0) {
         pollfd readable{ends_[out], POLLIN, 0};
         if (::poll(&readable, 1, 0) > 0) {
-          readSome();
+          readSome({out, err});
         }
       }
     } else {
@@ -133,10 +133,15 @@ void Process::closeOutput() {
   closeStream(out);
 }
 
-// Reads from what has something to read; false when both have ended.
-bool Process::readSome() {
-  std::array<pollfd, 2> readable{pollfd{ends_[out], POLLIN, 0}, pollfd{ends_[err], POLLIN, 0}};
-  if (ends_[out] < 0 && ends_[err] < 0) {
+// Reads from what of these streams has something to read; false when all have ended.
+bool Process::readSome(std::initializer_list<Stream> streams) {
+  std::vector<pollfd> readable;
+  bool isOpen = false;
+  for (Stream const stream : streams) {
+    readable.push_back({ends_[stream], POLLIN, 0});
+    isOpen = isOpen || ends_[stream] >= 0;
+  }
+  if (!isOpen) {
     return false;
   }
   if (::poll(readable.data(), readable.size(), patience) <= 0) {
@@ -146,8 +151,9 @@ bool Process::readSome() {
     closeStream(err);
     return false;
   }
-  for (Stream const stream : {out, err}) {
-    if (readable[stream - 1].revents != 0) {
+  auto polled = readable.begin();
+  for (Stream const stream : streams) {
+    if ((polled++)->revents != 0) {
       std::array<char, 65536> buffer{};
       ssize_t const size = ::read(ends_[stream], buffer.data(), buffer.size());
       if (size > 0) {
@@ -160,10 +166,10 @@ bool Process::readSome() {
   return true;
 }
 
-std::string Process::readLine(Stream stream) {
+std::string Process::readLine(Stream stream, std::initializer_list<Stream> taken) {
   std::string& text = read_[stream];
   while (text.find('\n') == std::string::npos) {
-    if (!readSome()) {
+    if (!readSome(taken)) {
       ADD_FAILURE() << "no further line";
       return "";
     }
@@ -213,7 +219,7 @@ Outcome Process::finishUnread() {
 
 Outcome Process::finish() {
   closeInput();
-  while (readSome()) {
+  while (readSome({out, err})) {
   }
   int status = 0;
   ::waitpid(std::exchange(pid_, -1), &status, 0);

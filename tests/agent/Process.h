@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -45,11 +46,11 @@ class Process {
   void closeOutput();
 
   /// The next line of its standard output, without its end.
-  std::string readLine() { return readLine(out); }
+  std::string readLine() { return readLine(out, {out, err}); }
   /// Reads at most so much of its standard output, once, and tells how much it was.
   std::size_t readPiece(std::size_t most);
-  /// The next line of its standard error.
-  std::string readErrorLine() { return readLine(err); }
+  /// The next line of its standard error. What it prints meanwhile stays in its pipe.
+  std::string readErrorLine() { return readLine(err, {err}); }
 
   void signal(int number) const;
 
@@ -65,8 +66,8 @@ class Process {
  private:
   enum Stream : std::size_t { in, out, err };
 
-  std::string readLine(Stream stream);
-  bool readSome();
+  std::string readLine(Stream stream, std::initializer_list<Stream> taken);
+  bool readSome(std::initializer_list<Stream> streams);
   void closeStream(Stream stream);
 
   pid_t pid_ = -1;

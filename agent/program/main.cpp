@@ -113,31 +113,32 @@ void addGnmi(CLI::App& command, Agent::Settings& settings) {
     return;
   }
   auto& server = settings.gnmi.server;
-  auto const addFile = [&command](char const* option, std::optional<std::string>& file,
-                                  char const* text) {
+  auto* const gnmi = command.add_option(
+      "--gnmi", server.addresses,
+      "Serve gNMI on HOST:PORT, [V6]:PORT or unix:PATH, until interrupted; may be given several "
+      "times");
+  gnmi->take_all()->allow_extra_args(false)->type_name("ADDRESS");
+  auto const addFile = [&command, gnmi](char const* option, std::optional<std::string>& file,
+                                        char const* text) {
     command
         .add_option_function<std::string>(
             option, [&file](std::string const& name) { file = name; }, text)
+        ->needs(gnmi)
         ->type_name("FILE");
   };
-  command
-      .add_option(
-          "--gnmi", server.addresses,
-          "Serve gNMI on HOST:PORT, [V6]:PORT or unix:PATH, until interrupted; may be given "
-          "several times")
-      ->take_all()
-      ->allow_extra_args(false)
-      ->type_name("ADDRESS");
   addFile("--gnmi-cert", server.certificate, "The chain of certificates to show, in PEM");
   addFile("--gnmi-key", server.key, "Its key, in PEM");
   addFile("--gnmi-client-ca", server.clientAuthority,
           "The authority of which clients must show a certificate, in PEM");
   addFile("--gnmi-users", server.users, "Who may do what: lines NAME:HASH:ROLE");
-  command.add_flag("--gnmi-insecure", server.isInsecure,
-                   "Plaintext and no users on loopback and unix: addresses");
+  command
+      .add_flag("--gnmi-insecure", server.isInsecure,
+                "Plaintext and no users on loopback and unix: addresses")
+      ->needs(gnmi);
   command
       .add_option("--gnmi-max-clients", settings.gnmi.mostClients,
                   "How many subscriptions there may be at a time")
+      ->needs(gnmi)
       ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 20U))
       ->type_name("N")
       ->capture_default_str();
@@ -148,6 +149,7 @@ void addGnmi(CLI::App& command, Agent::Settings& settings) {
             settings.gnmi.leastSampleInterval = std::chrono::milliseconds(std::stoul(text));
           },
           "The shortest interval at which a client may sample")
+      ->needs(gnmi)
       ->check(wrongMilliseconds)
       ->type_name("MS")
       ->default_str("1000");

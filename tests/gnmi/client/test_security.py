@@ -216,6 +216,18 @@ class Security(unittest.TestCase):
             self.start_fails("--gnmi", "127.0.0.1:0", "--gnmi-cert", self.server[0], "--gnmi-key",
                              self.server[1], "--gnmi-users", bad, culprit=culprit)
         self.start_fails("--gnmi", "nowhere", "--gnmi-insecure", culprit="nowhere")
+        self.start_fails("--gnmi", "[::1]:99999", "--gnmi-insecure", culprit="99999: not HOST:PORT")
+        self.start_fails("--gnmi", "192.0.2.1:0", "--gnmi-cert", self.server[0], "--gnmi-key",
+                         self.server[1], culprit="192.0.2.1:0: Cannot assign")
+        self.start_fails("--gnmi", "unix:/nonexistent/a", "--gnmi-insecure",
+                         culprit="/nonexistent/a: No such file")
+        self.start_fails("--gnmi", "127.0.0.1:0", "--gnmi-cert", self.folder, "--gnmi-key",
+                         self.server[1], culprit=self.folder + ": Is a directory")
+        self.start_fails("--gnmi", "127.0.0.1:0", "--gnmi-cert", self.server[0], "--gnmi-key",
+                         self.server[1], "--gnmi-users", "/nonexistent/users",
+                         culprit="/nonexistent/users: No such file")
+        for option in (["--gnmi-users", self.users], ["--gnmi-insecure"]):
+            self.start_fails(*option, culprit=option[0] + " requires --gnmi")
         self.start_fails("--gnmi", "127.0.0.1:0", "--gnmi-cert", self.server[0],
                          culprit="without a key")
         self.start_fails("--gnmi", "127.0.0.1:0", "--gnmi-cert", self.server[0], "--gnmi-key",
@@ -224,7 +236,20 @@ class Security(unittest.TestCase):
     def test_A6_an_address_in_use_refuses_the_start(self):
         with self.agent("--gnmi-insecure") as agent:
             self.start_fails("--gnmi", agent.addresses[0], "--gnmi-insecure",
-                             culprit=agent.addresses[0])
+                             culprit=agent.addresses[0] + ": Address already in use")
+
+    def test_A2_users_that_can_not_be_read_any_more_stay_and_that_is_told_once(self):
+        users = os.path.join(self.folder, "live-users")
+        shutil.copy(self.users, users)
+        with self.secure("--gnmi-users", users) as agent:
+            os.remove(users)
+            os.mkdir(users)
+            agent.wait_for(lambda: any("Is a directory" in line for line in agent.errors),
+                           "nothing is told of the users")
+            time.sleep(2.5)
+            self.assertEqual(len([line for line in agent.errors if users in line]), 1)
+            with self.client(agent, ("ann", "secret-of-ann")) as client:
+                self.assertTrue(self.may_read(client))
 
     def test_A6_a_socket_file_is_of_its_group_and_goes_with_the_agent(self):
         file = os.path.join(self.folder, "a.sock")

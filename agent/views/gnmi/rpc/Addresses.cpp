@@ -1,6 +1,7 @@
 #include "agent/views/gnmi/rpc/Addresses.h"
 
 #include <arpa/inet.h>
+#include <netdb.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -10,6 +11,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -23,7 +25,43 @@ namespace {
 bool isPort(std::string_view text) {
   std::uint16_t port = 0;
   auto const* const end = text.data() + text.size();
-  return !text.empty() && std::from_chars(text.data(), end, port).ptr == end;
+  auto const [stop, error] = std::from_chars(text.data(), end, port);
+  return error == std::errc() && stop == end;
+}
+
+sockaddr_un socketFile(std::string const& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  return address;
+}
+
+// Empty if it can be.
+std::string whyNotBound(int family, sockaddr const* address, socklen_t size) {
+  Base::FileDescriptor const trial(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  int const on = 1;
+  (void)::setsockopt(trial.number(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  bool const isBound =
+      ::bind(trial.number(), address, size) == 0 && ::listen(trial.number(), 1) == 0;
+  return isBound ? "" : std::generic_category().message(errno);
+}
+
+// Of a host, the first of its addresses that can't be had says it.
+std::string whyHostNotBound(Address const& address) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  hints.ai_flags = AI_PASSIVE;
+  addrinfo* found = nullptr;
+  if (int const error =
+          ::getaddrinfo(address.host().c_str(), address.port().c_str(), &hints, &found)) {
+    return ::gai_strerror(error);
+  }
+  std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> const all(found, &::freeaddrinfo);
+  std::string reason;
+  for (addrinfo const* each = found; each != nullptr && reason.empty(); each = each->ai_next) {
+    reason = whyNotBound(each->ai_family, each->ai_addr, each->ai_addrlen);
+  }
+  return reason;
 }
 
 bool isHost(std::string_view text) {
@@ -50,13 +88,18 @@ bool Address::isLocal() const {
   if (isSocketFile()) {
     return true;
   }
-  std::string const host = text_.substr(0, colon());
+  std::string const host = this->host();
   constexpr std::uint32_t loopback = 127;
   constexpr unsigned hostBits = 24;
   in_addr number{};
-  return host == "localhost" || host == "[::1]" ||
+  return host == "localhost" || host == "::1" ||
          (::inet_pton(AF_INET, host.c_str(), &number) == 1 &&
           ntohl(number.s_addr) >> hostBits == loopback);
+}
+
+std::string Address::host() const {
+  bool const isBracketed = text_.front() == '[';
+  return isBracketed ? text_.substr(1, colon() - 2) : text_.substr(0, colon());
 }
 
 std::string Address::withPort(int port) const {
@@ -71,9 +114,7 @@ void clearSocketFile(std::string const& path) {
   if (!S_ISSOCK(status.st_mode)) {
     throw SettingsError(path + ": is there, and no socket");
   }
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  sockaddr_un const address = socketFile(path);
   Base::FileDescriptor const asking(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (::connect(asking.number(), reinterpret_cast<sockaddr const*>(&address), sizeof address) ==
       0) {
@@ -82,6 +123,20 @@ void clearSocketFile(std::string const& path) {
   if (::unlink(path.c_str()) != 0) {
     throw SettingsError(path + ": " + std::generic_category().message(errno));
   }
+}
+
+std::string whyNotOpened(Address const& address) {
+  std::string reason;
+  if (address.isSocketFile()) {
+    sockaddr_un const file = socketFile(address.path());
+    reason = whyNotBound(AF_UNIX, reinterpret_cast<sockaddr const*>(&file), sizeof file);
+    if (reason.empty()) {
+      (void)::unlink(address.path().c_str());
+    }
+  } else {
+    reason = whyHostNotBound(address);
+  }
+  return reason.empty() ? "can't be opened" : reason;
 }
 
 }  // namespace Agent::Gnmi

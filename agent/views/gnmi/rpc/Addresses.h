@@ -16,6 +16,9 @@ class Address {
   std::string const& text() const { return text_; }
 
   bool isSocketFile() const { return text_.rfind("unix:", 0) == 0; }
+  /// Without the brackets of an IPv6 address.
+  std::string host() const;
+  std::string port() const { return text_.substr(colon() + 1); }
   /// The path of a socket file.
   std::string path() const { return text_.substr(sizeof "unix:" - 1); }
 
@@ -34,5 +37,8 @@ class Address {
 /// Removes a socket file on which nobody answers. Throws SettingsError if somebody does, or if
 /// the file is something else.
 void clearSocketFile(std::string const& path);
+
+/// Why an address could not be opened a moment ago.
+std::string whyNotOpened(Address const& address);
 
 }  // namespace Agent::Gnmi

@@ -12,9 +12,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 #include <utility>
+
+#include "agent/views/gnmi/rpc/Files.h"
 
 namespace Agent::Gnmi {
 
@@ -32,15 +33,6 @@ void freeBio(BIO* bio) {
 using Bio = std::unique_ptr<BIO, Freeing<BIO, &freeBio>>;
 using Certificate = std::unique_ptr<X509, Freeing<X509, &X509_free>>;
 using Key = std::unique_ptr<EVP_PKEY, Freeing<EVP_PKEY, &EVP_PKEY_free>>;
-
-std::string contentsOf(std::string const& file) {
-  std::ifstream input(file, std::ios::binary);
-  std::string text{std::istreambuf_iterator<char>(input), {}};
-  if (!input) {
-    throw SettingsError(file + ": " + std::generic_category().message(errno));
-  }
-  return text;
-}
 
 Bio bioOf(std::string const& text) {
   return Bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));

@@ -8,9 +8,9 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <utility>
+
+#include "agent/views/gnmi/rpc/Files.h"
 
 namespace Agent::Gnmi {
 
@@ -32,9 +32,13 @@ std::shared_ptr<Users const> readUsers(std::optional<std::string> const& file) {
   return file ? std::make_shared<Users const>(*file) : nullptr;
 }
 
-std::string textOf(std::optional<std::string> const& file) {
-  std::ifstream input(file.value_or(""), std::ios::binary);
-  return {std::istreambuf_iterator<char>(input), {}};
+// Nothing if there is no such file, or it can't be read.
+std::optional<std::string> textOf(std::optional<std::string> const& file) {
+  try {
+    return file ? std::optional(contentsOf(*file)) : std::nullopt;
+  } catch (SettingsError const&) {
+    return std::nullopt;
+  }
 }
 
 std::optional<Certificates> readCertificates(ServerSettings const& settings) {
@@ -44,7 +48,7 @@ std::optional<Certificates> readCertificates(ServerSettings const& settings) {
   }
   if (!settings.certificate) {
     if (settings.clientAuthority || settings.users) {
-      throw SettingsError("users and client certificates need a certificate and a key");
+      throw SettingsError("--gnmi-users and --gnmi-client-ca need --gnmi-cert and --gnmi-key");
     }
     return std::nullopt;
   }
@@ -103,10 +107,8 @@ std::shared_ptr<grpc::ServerCredentials> Server::credentialsFor(Address const& a
     return grpc::InsecureServerCredentials();
   }
   if (!certificates_) {
-    throw SettingsError(address.text() + (address.isLocal()
-                                              ? ": needs a certificate and a key, or plaintext "
-                                                "to be asked for"
-                                              : ": needs a certificate and a key"));
+    throw SettingsError(address.text() + ": needs --gnmi-cert and --gnmi-key" +
+                        (address.isLocal() ? ", or --gnmi-insecure" : ""));
   }
   return certificates_->credentials();
 }
@@ -137,7 +139,7 @@ void Server::open(std::vector<Address> const& addresses) {
   server_ = builder.BuildAndStart();
   for (std::size_t at = 0; at < addresses.size(); ++at) {
     if (server_ == nullptr && ports[at] == 0) {
-      throw SettingsError(addresses[at].text() + ": can't be opened");
+      throw SettingsError(addresses[at].text() + ": " + whyNotOpened(addresses[at]));
     }
     opened_.push_back(addresses[at].withPort(ports[at]));
     if (addresses[at].isSocketFile()) {
@@ -161,7 +163,7 @@ void Server::look(std::function<void(std::string const&)> const& tell) {
 }
 
 void Server::lookAtUsers(std::function<void(std::string const&)> const& tell) {
-  std::string text = textOf(settings_.users);
+  auto text = textOf(settings_.users);
   if (!settings_.users || text == usersText_) {
     return;
   }

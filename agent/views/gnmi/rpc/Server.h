@@ -42,7 +42,7 @@ class Server {
 
   ServerSettings const settings_;
   std::optional<Certificates> certificates_;
-  std::string usersText_;
+  std::optional<std::string> usersText_;
   Access access_;
   Service service_;
   std::unique_ptr<grpc::Server> server_;

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -16,7 +15,6 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -236,44 +234,6 @@ TEST_F(LoopTest, SignalIsHeardBeforeADescriptorThatIsAlwaysReady) {
   ::raise(SIGUSR1);
   loop.turn();
   EXPECT_THAT(said, ElementsAre("signal"));
-}
-
-TEST_F(LoopTest, PostsOfManyThreadsAllRunHereEachThreadsInOrder) {
-  constexpr int perThread = 2000;
-  std::vector<std::vector<int>> ran(4);
-  std::vector<std::thread> threads;
-  std::thread::id const here = std::this_thread::get_id();
-  int all = 0;
-  threads.reserve(ran.size());
-  for (std::vector<int>& mine : ran) {
-    threads.emplace_back([&] {
-      for (int number = 0; number < perThread; ++number) {
-        loop.post([&mine, &all, here, number] {
-          EXPECT_EQ(std::this_thread::get_id(), here);
-          mine.push_back(number);
-          ++all;
-        });
-      }
-    });
-  }
-  while (all < perThread * static_cast<int>(ran.size())) {
-    loop.turn();
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  for (std::vector<int> const& mine : ran) {
-    for (int number = 0; number < perThread; ++number) {
-      ASSERT_EQ(mine[static_cast<std::size_t>(number)], number);
-    }
-  }
-}
-
-TEST_F(LoopTest, PostWakesALoopThatWaits) {
-  std::thread other([this] { loop.post(saying("posted")); });
-  loop.turn();
-  other.join();
-  EXPECT_THAT(said, ElementsAre("posted"));
 }
 
 TEST_F(LoopTest, WhatIsPostedFromAPostWaitsForATurn) {

@@ -6,13 +6,11 @@
 // A failure names the seed of its sequence, and its last operations.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <iostream>
 #include <list>
 #include <string>
-#include <string_view>
 
 #include "Operations.h"
 #include "Plain.h"
@@ -21,6 +19,7 @@
 #include "agent/sources/engine/EngineSnapshot.h"
 #include "agent/text/Refusal.h"
 #include "agent/views/document/OpenConfigView.h"
+#include "tests/RandomRun.h"
 
 namespace Harness {
 namespace {
@@ -189,14 +188,5 @@ TEST(GnmiModel, EveryClientHasTheDocumentAndWasToldJustWhatChanged) {
 }  // namespace Harness
 
 int main(int argc, char** argv) {
-  testing::InitGoogleTest(&argc, argv);
-  for (int at = 1; at < argc; at += 2) {
-    std::string_view const flag = argv[at];
-    if ((flag != "--steps" && flag != "--seed") || at + 1 == argc) {
-      std::cerr << "stp_gnmi_model_test: " << flag << ": expected --steps N or --seed S\n";
-      return 2;
-    }
-    (flag == "--steps" ? Harness::steps : Harness::seed) = std::strtoull(argv[at + 1], nullptr, 10);
-  }
-  return RUN_ALL_TESTS();
+  return Harness::runRandomly(argc, argv, Harness::steps, Harness::seed);
 }

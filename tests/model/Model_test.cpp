@@ -6,15 +6,14 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <cstdlib>
 #include <iostream>
 #include <string>
-#include <string_view>
 
 #include "Generator.h"
 #include "Session.h"
 #include "Shrink.h"
 #include "Tally.h"
+#include "tests/RandomRun.h"
 
 namespace Harness {
 namespace {
@@ -106,14 +105,5 @@ TEST(Shrink, KeepsJustTheOperationsThatTheFailureNeeds) {
 }  // namespace Harness
 
 int main(int argc, char** argv) {
-  testing::InitGoogleTest(&argc, argv);
-  for (int at = 1; at < argc; at += 2) {
-    std::string_view const flag = argv[at];
-    if ((flag != "--steps" && flag != "--seed") || at + 1 == argc) {
-      std::cerr << "stp_model_test: " << flag << ": expected --steps N or --seed S\n";
-      return 2;
-    }
-    (flag == "--steps" ? Harness::steps : Harness::seed) = std::strtoull(argv[at + 1], nullptr, 10);
-  }
-  return RUN_ALL_TESTS();
+  return Harness::runRandomly(argc, argv, Harness::steps, Harness::seed);
 }

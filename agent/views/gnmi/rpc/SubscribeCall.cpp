@@ -165,7 +165,7 @@ bool SubscribeCall::prepare() {
     }
   }
   if (!end_) {
-    written_ = std::move(prepared_.front());
+    written_ = prepared_.front();
     prepared_.pop_front();
   }
   return true;

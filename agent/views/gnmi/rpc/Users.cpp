@@ -42,11 +42,12 @@ std::string flawOf(std::string const& name, User const& user, std::string const&
 
 Users::Users(std::string const& file) {
   std::istringstream input(contentsOf(file));
-  std::string line;
-  for (std::size_t number = 1; std::getline(input, line); ++number) {
-    auto const refuse = [&](std::string const& reason) {
-      throw SettingsError(file + ":" + std::to_string(number) + ": " + reason);
-    };
+  std::size_t number = 0;
+  auto const refuse = [&](std::string const& reason) {
+    throw SettingsError(file + ":" + std::to_string(number) + ": " + reason);
+  };
+  for (std::string line; std::getline(input, line);) {
+    ++number;
     if (line.empty() || line.front() == '#') {
       continue;
     }

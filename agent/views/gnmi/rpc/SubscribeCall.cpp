@@ -124,6 +124,9 @@ void SubscribeCall::send() {
   {
     std::lock_guard const lock(mutex_);
     bool const isStuck = isSending_ && stream_ != nullptr && stream_->hasEnded();
+    if (isStuck) {
+      prepared_.clear();  // only the end may overtake what is being sent
+    }
     if (isOver_ || (isSending_ && !isStuck) || !prepare()) {
       return;
     }

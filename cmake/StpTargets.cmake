@@ -74,19 +74,19 @@ function(stp_install_headers)
   endforeach()
 endfunction()
 
-# Compiles every header of a layer alone, so that each includes what it needs; less those whose path
-# matches.
-#   stp_check_headers(NAME [EXCEPT REGEX])
+# Compiles the headers of a layer alone, so that each includes what it needs; less those with a source
+# beside them, which includes its header first.
+#   stp_check_headers(NAME)
 function(stp_check_headers name)
   if(NOT STP_CHECK_HEADERS)
     return()
   endif()
-  cmake_parse_arguments(arg "" "EXCEPT" "" ${ARGN})
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
-  if(arg_EXCEPT)
-    list(FILTER headers EXCLUDE REGEX "${arg_EXCEPT}")
-  endif()
   foreach(header IN LISTS headers)
+    string(REGEX REPLACE "\\.h$" ".cpp" source "${header}")
+    if(EXISTS "${source}")
+      continue()
+    endif()
     file(RELATIVE_PATH path "${CMAKE_CURRENT_SOURCE_DIR}" "${header}")
     set(source "${CMAKE_CURRENT_BINARY_DIR}/header-check/${path}.cpp")
     file(CONFIGURE OUTPUT "${source}" CONTENT "#include \"${header}\"\n")

@@ -29,6 +29,7 @@ if(NOT STP_AGENT)
 endif()
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/StpDebianFiles.cmake")
 set(CPACK_STP_CHANGELOG "${PROJECT_SOURCE_DIR}/CHANGELOG.md")
+set(CPACK_STP_AGENT_ETC "${debian_dir}/etc")
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -61,7 +62,9 @@ set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_DEBIAN_AGENT_PACKAGE_NAME stp-openconfig-agent)
 set(CPACK_DEBIAN_AGENT_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_AGENT_PACKAGE_CONTROL_EXTRA
-    "${debian_dir}/postinst" "${debian_dir}/prerm" "${debian_dir}/postrm")
+    "${debian_dir}/postinst" "${debian_dir}/prerm" "${debian_dir}/postrm" "${debian_dir}/conffiles")
+# The user of the services is made by systemd-sysusers.
+set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS "systemd | systemd-standalone-sysusers | systemd-sysusers")
 set(CPACK_COMPONENT_AGENT_DESCRIPTION "spanning-tree state in OpenConfig shape: host agent
 ${about}
 .

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Prints each leaf that a gNMI target has, and then each change of one, as it happens.
 
-What Debian has is enough: apt install protobuf-compiler python3-grpcio python3-protobuf
+What Debian has is enough:
+apt install libprotobuf-dev protobuf-compiler python3-grpcio python3-protobuf
 """
 
 import argparse

@@ -29,17 +29,25 @@ Stream::Stream(Hub& hub, SubscriptionPlan plan, FilterPtr filter, Snapshot const
 }
 
 std::optional<StreamMessage> Stream::next() {
+  return give(Asked::next);
+}
+
+std::optional<StreamMessage> Stream::following() {
+  return give(Asked::following);
+}
+
+std::optional<StreamMessage> Stream::give(Asked asked) {
   bool hasTimers = false;
   std::optional<StreamMessage> message;
   {
     std::scoped_lock const lock(mutex_);
-    message = take();
-    isIdle_ = !message;
+    message = take(asked);
+    isIdle_ = asked == Asked::next && !message;
     gaveAt_.reset();
-    if (message) {
+    if (!isIdle_) {
       Time const now = hub_.now();
       gaveAt_ = now;
-      bool const isFirstSync = std::holds_alternative<Sync>(*message) && !hasSynced_;
+      bool const isFirstSync = message && std::holds_alternative<Sync>(*message) && !hasSynced_;
       if (isFirstSync && !progress_.empty()) {
         for (std::size_t at = 0; at < progress_.size(); ++at) {
           progress_[at].due = now + std::min(plan_.samplings[at].interval, longestInterval);
@@ -159,7 +167,7 @@ Time Stream::due() const {
   return due;
 }
 
-std::optional<StreamMessage> Stream::take() {
+std::optional<StreamMessage> Stream::take(Asked asked) {
   while (prepared_.empty()) {
     if (initial_) {
       prepareState(*std::exchange(initial_, std::nullopt));
@@ -180,6 +188,9 @@ std::optional<StreamMessage> Stream::take() {
     } else if (auto message = takeItem()) {
       return message;
     }
+  }
+  if (asked == Asked::following && std::holds_alternative<End>(prepared_.front())) {
+    return std::nullopt;
   }
   StreamMessage message = std::move(prepared_.front());
   prepared_.pop_front();

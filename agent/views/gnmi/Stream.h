@@ -58,6 +58,10 @@ class Stream {
   /// is. To be called again only when what it gave before has been sent: who does not call again
   /// within the hub's patience counts as stuck.
   std::optional<StreamMessage> next();
+  /// What is to be sent behind what was given, if that is there already and not the end: to be
+  /// asked for once, when the sending of what was given begins; the patience begins anew. `ready`
+  /// is not called for what is not there yet.
+  std::optional<StreamMessage> following();
 
   /// The client asks: the present state, and the marker behind it. Throws a Failure, and ends the
   /// stream with it, unless that is how the call goes on.
@@ -100,7 +104,9 @@ class Stream {
   // When the next sample or heartbeat is due; the greatest time if none is.
   Time due() const;
 
-  std::optional<StreamMessage> take();
+  enum class Asked : std::uint8_t { next, following };
+  std::optional<StreamMessage> give(Asked asked);
+  std::optional<StreamMessage> take(Asked asked);
   void prepareState(Snapshot const& state);
   void prepare(std::vector<Notification> notifications);
   std::optional<StreamMessage> takeItem();

@@ -121,6 +121,7 @@ void SubscribeCall::fail(Failure const& failure) {
 // Whatever is called of the connection is called without the lock, since it may call back at once.
 void SubscribeCall::send() {
   std::optional<grpc::Status> end;
+  grpc::WriteOptions options;
   {
     std::lock_guard const lock(mutex_);
     bool const isStuck = isSending_ && stream_ != nullptr && stream_->hasEnded();
@@ -133,11 +134,14 @@ void SubscribeCall::send() {
     isSending_ = true;
     isOver_ = end_.has_value();
     end = end_;
+    if (!end) {
+      options = nextWrite();
+    }
   }
   if (end) {
     Finish(*end);
   } else {
-    StartWrite(&written_);
+    StartWrite(&written_, options);
   }
 }
 
@@ -155,23 +159,42 @@ bool SubscribeCall::prepare() {
       }
       return end_.has_value();
     }
-    if (auto const* const change = std::get_if<SharedChange>(&*message)) {
-      auto const bytes = serialised(*change);
-      prepared_.insert(prepared_.end(), bytes->begin(), bytes->end());
-    } else if (auto const* const notification = std::get_if<Notification>(&*message)) {
-      prepared_.push_back(bytesOf(answer_->notification(*notification)));
-    } else if (std::holds_alternative<Sync>(*message)) {
-      prepared_.push_back(syncBytes());
-    } else {
-      auto const& last = std::get<End>(*message);
-      end_ = last.code == Code::ok ? grpc::Status::OK : statusOf(Failure(last.code, last.message));
-    }
-  }
-  if (!end_) {
-    written_ = prepared_.front();
-    prepared_.pop_front();
+    add(*message);
   }
   return true;
+}
+
+// To be sent behind what is prepared.
+void SubscribeCall::add(StreamMessage const& message) {
+  if (auto const* const change = std::get_if<SharedChange>(&message)) {
+    auto const bytes = serialised(*change);
+    prepared_.insert(prepared_.end(), bytes->begin(), bytes->end());
+  } else if (auto const* const notification = std::get_if<Notification>(&message)) {
+    prepared_.push_back(bytesOf(answer_->notification(*notification)));
+  } else if (std::holds_alternative<Sync>(message)) {
+    prepared_.push_back(syncBytes());
+  } else {
+    auto const& last = std::get<End>(message);
+    end_ = last.code == Code::ok ? grpc::Status::OK : statusOf(Failure(last.code, last.message));
+  }
+}
+
+// Takes what is written next. With the hint the connection may wait for the message behind it,
+// which has to be there for that; with one on the first message it would wait for ever at times.
+grpc::WriteOptions SubscribeCall::nextWrite() {
+  written_ = std::move(prepared_.front());
+  prepared_.pop_front();
+  grpc::WriteOptions options;
+  if (hasWritten_) {
+    auto const message = prepared_.empty() ? stream_->following() : std::nullopt;
+    if (message) {
+      add(*message);
+    }
+    if (!prepared_.empty()) {
+      options.set_buffer_hint();
+    }
+  }
+  return options;
 }
 
 std::shared_ptr<SubscribeCall::Bytes const> SubscribeCall::serialised(
@@ -193,6 +216,7 @@ void SubscribeCall::OnWriteDone(bool isWritten) {
       return;
     }
     isSending_ = false;
+    hasWritten_ = true;
     if (!isWritten) {
       end_ = grpc::Status::CANCELLED;
     }

@@ -19,7 +19,7 @@
 namespace Agent::Gnmi {
 
 /// Takes from a stream of the hub what is to be sent, one message at a time: the next when the one
-/// before has been taken by the connection.
+/// before has been taken by the connection, or is about to be, so that they can go out together.
 class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grpc::ByteBuffer>,
                             public std::enable_shared_from_this<SubscribeCall> {
  public:
@@ -42,6 +42,8 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
   void fail(Failure const& failure);
   void send();
   bool prepare();
+  void add(StreamMessage const& message);
+  grpc::WriteOptions nextWrite();
   std::shared_ptr<Bytes const> serialised(SharedChange const& change) const;
 
   Hub& hub_;
@@ -58,6 +60,7 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
   grpc::ByteBuffer written_;
   std::optional<grpc::Status> end_;
   bool isSending_ = false;
+  bool hasWritten_ = false;
   bool isHalfClosed_ = false;
   bool isOver_ = false;
 };

@@ -114,6 +114,17 @@ TEST_F(GnmiHub, B2AOnceOfWhichNothingIsTakenIsEndedToo) {
   EXPECT_THAT(taken(*stuck), ElementsAre("end 8 the client took nothing for 60 s"));
 }
 
+TEST_F(GnmiHub, B2WhoSeesWhatFollowsIsGivenPatienceAnew) {
+  auto const stream = subscribe({edgePort});
+  EXPECT_TRUE(stream->next());
+  pass(40s);
+  EXPECT_FALSE(stream->following());
+  pass(40s);
+  EXPECT_FALSE(stream->hasEnded());
+  pass(20s);
+  EXPECT_TRUE(stream->hasEnded());
+}
+
 TEST_F(GnmiHub, B5AtTheEndAllAreUnavailable) {
   auto const idle = subscribe({"/stp"});
   taken(*idle);

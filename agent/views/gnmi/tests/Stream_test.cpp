@@ -72,6 +72,31 @@ TEST_F(GnmiStream, S3InitialValuesSyncThenChanges) {
                           "6000: /stp/interfaces/interface[name=E1]/state/link-type=\"P2P\""));
 }
 
+TEST_F(GnmiStream, S3WhatFollowsIsGivenOnceAndInOrder) {
+  auto const stream = subscribe({edgePort});
+  applyAt(2'000, stateIs("E1", R"({"edgePort":0})"));
+  EXPECT_THAT(textOf(stream->next().value()), ElementsAre("sync"));
+  EXPECT_THAT(textOf(stream->following().value()),
+              ElementsAre("2000: " + std::string(edgePort) +
+                          "=\"openconfig-spanning-tree-types:EDGE_ENABLE\""));
+  EXPECT_FALSE(stream->following());
+  applyAt(3'000, stateGone("E1"));
+  EXPECT_EQ(readyCalls, 0);
+  EXPECT_THAT(taken(*stream), ElementsAre("3000: -" + std::string(edgePort)));
+  applyAt(4'000, stateIs("E1", "{}"));
+  EXPECT_EQ(readyCalls, 1);
+}
+
+TEST_F(GnmiStream, S1TheEndDoesNotFollowButIsNext) {
+  SubscribeRequest request = streamOf({"/stp/mstp"});
+  request.mode = CallMode::once;
+  auto const stream = subscribe(request);
+  EXPECT_THAT(textOf(stream->next().value()), ElementsAre("sync"));
+  EXPECT_FALSE(stream->following());
+  EXPECT_FALSE(stream->hasEnded());
+  EXPECT_THAT(taken(*stream), ElementsAre("end 0"));
+}
+
 TEST_F(GnmiStream, S3SubscribingAnywhereInARowOfChangesMissesNoneAndDoublesNone) {
   std::vector<std::shared_ptr<Stream>> streams;
   for (int at = 0; at < 200; ++at) {

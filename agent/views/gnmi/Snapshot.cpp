@@ -1,10 +1,14 @@
 #include "agent/views/gnmi/Snapshot.h"
 
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace Agent::Gnmi {
 
 namespace {
+
+constexpr std::size_t largestBlock = 32;
 
 struct KeyLess {
   bool operator()(EntryPtr const& entry, EntryKey const& key) const {
@@ -12,15 +16,99 @@ struct KeyLess {
   }
 };
 
+// The block in which a key stands, or would; the first if it is before all.
+template <class Iterator>
+Iterator blockOf(Iterator begin, Iterator end, EntryKey const& key) {
+  auto const behind =
+      std::upper_bound(begin, end, key, [](EntryKey const& wanted, auto const& block) {
+        return EntryKeyLess()(wanted, block->front()->key);
+      });
+  return behind == begin ? begin : std::prev(behind);
+}
+
 }  // namespace
 
-Snapshot::Snapshot() : nodes_(nodeRows().size(), std::make_shared<Entries const>()) {
+// Makes the blocks of a node anew, from front to back.
+class Snapshot::Replacement {
+ public:
+  explicit Replacement(Blocks const& before) : before_(before), rest_(before.begin()) {
+    after_.reserve(before.size() + 1);
+  }
+
+  /// Keys rise from call to call.
+  void change(ChangedEntry const& changed) {
+    EntryKey const& key = changed.any().key;
+    if (auto const block = blockOf(rest_, before_.end(), key); !isOpen_ || block != rest_) {
+      close();
+      after_.insert(after_.end(), rest_, block);
+      rest_ = block;
+      isOpen_ = true;
+      position_ = 0;
+    }
+    copyUpTo(key);
+    if (rest_ != before_.end() && position_ < std::ssize(**rest_) &&
+        (**rest_)[position_]->key == key) {
+      ++position_;
+    }
+    if (changed.after) {
+      open_.push_back(changed.after);
+    }
+  }
+
+  std::shared_ptr<Blocks const> take() {
+    close();
+    after_.insert(after_.end(), rest_, before_.end());
+    return std::make_shared<Blocks const>(std::move(after_));
+  }
+
+ private:
+  void copyUpTo(EntryKey const& key) {
+    if (rest_ != before_.end()) {
+      auto const from = (*rest_)->begin() + position_;
+      auto const to = std::lower_bound(from, (*rest_)->end(), key, KeyLess());
+      open_.insert(open_.end(), from, to);
+      position_ = to - (*rest_)->begin();
+    }
+  }
+
+  // Divides what the open block has become so that it has room to grow again.
+  void close() {
+    if (!isOpen_) {
+      return;
+    }
+    if (rest_ != before_.end()) {
+      open_.insert(open_.end(), (*rest_)->begin() + position_, (*rest_)->end());
+      ++rest_;
+    }
+    std::size_t const size = open_.size() > largestBlock ? largestBlock / 2 : largestBlock;
+    for (std::size_t at = 0; at < open_.size(); at += size) {
+      auto const begin = open_.begin() + static_cast<std::ptrdiff_t>(at);
+      auto const end = begin + static_cast<std::ptrdiff_t>(std::min(size, open_.size() - at));
+      after_.push_back(std::make_shared<Entries const>(begin, end));
+    }
+    open_.clear();
+    isOpen_ = false;
+  }
+
+  Blocks const& before_;
+  Blocks::const_iterator rest_;  // the open block, or the first that was not looked at
+  Blocks after_;
+  bool isOpen_ = false;
+  Entries open_;
+  std::ptrdiff_t position_ = 0;  // in the open block, of what was not copied
+};
+
+Snapshot::Snapshot() : nodes_(nodeRows().size(), std::make_shared<Blocks const>()) {
 }
 
 EntryPtr Snapshot::find(std::size_t node, EntryKey const& key) const {
-  Entries const& entries = *nodes_[node];
-  auto const found = std::lower_bound(entries.begin(), entries.end(), key, KeyLess());
-  return found != entries.end() && (*found)->key == key ? *found : nullptr;
+  Blocks const& blocks = *nodes_[node];
+  auto const block = blockOf(blocks.begin(), blocks.end(), key);
+  if (block == blocks.end()) {
+    return nullptr;
+  }
+  auto const found = std::lower_bound((*block)->begin(), (*block)->end(), key, KeyLess());
+  return found != (*block)->end() && (*found)->key == key ? *found : nullptr;
 }
 
 std::vector<LeafRef> Snapshot::leaves(Selection const& selection) const {
@@ -42,21 +130,11 @@ Snapshot Snapshot::with(ChangeSet const& changes) const {
   auto change = changes.changed().begin();
   while (change != changes.changed().end()) {
     std::uint16_t const node = change->any().node;
-    Entries const& before = *nodes_[node];
-    Entries after;
-    after.reserve(before.size() + 1);
-    auto rest = before.begin();
+    Replacement replacement(*nodes_[node]);
     for (; change != changes.changed().end() && change->any().node == node; ++change) {
-      EntryKey const& key = change->any().key;
-      auto const at = std::lower_bound(rest, before.end(), key, KeyLess());
-      after.insert(after.end(), rest, at);
-      rest = at != before.end() && (*at)->key == key ? std::next(at) : at;
-      if (change->after) {
-        after.push_back(change->after);
-      }
+      replacement.change(*change);
     }
-    after.insert(after.end(), rest, before.end());
-    next.nodes_[node] = std::make_shared<Entries const>(std::move(after));
+    next.nodes_[node] = replacement.take();
   }
   return next;
 }

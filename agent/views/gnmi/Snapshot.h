@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <vector>
 
 #include "agent/views/gnmi/ChangeSet.h"
@@ -24,8 +23,6 @@ class Snapshot {
   /// That of its last change set.
   Nanoseconds time() const { return time_; }
 
-  /// The entries of a node, in the order of their keys.
-  std::span<EntryPtr const> entries(std::size_t node) const { return *nodes_[node]; }
   /// Null if there is none.
   EntryPtr find(std::size_t node, EntryKey const& key) const;
 
@@ -41,7 +38,9 @@ class Snapshot {
         }
       };
       if ((selection.everywhere() & ofNode).any()) {
-        std::ranges::for_each(*nodes_[node], visitEntry);
+        for (BlockPtr const& block : *nodes_[node]) {
+          std::ranges::for_each(*block, visitEntry);
+        }
       } else {
         std::ranges::for_each(withKeys(selection, node), visitEntry);
       }
@@ -56,13 +55,18 @@ class Snapshot {
 
  private:
   using Entries = std::vector<EntryPtr>;
+  // In the order of keys; no block is empty, or larger than a bound. A change copies one of them
+  // and the list of them, and not all entries.
+  using BlockPtr = std::shared_ptr<Entries const>;
+  using Blocks = std::vector<BlockPtr>;
+  class Replacement;
 
   /// The entries of which a selection has the keys, in their order.
   Entries withKeys(Selection const& selection, std::size_t node) const;
 
   std::uint64_t version_ = 0;
   Nanoseconds time_ = 0;
-  std::vector<std::shared_ptr<Entries const>> nodes_;
+  std::vector<std::shared_ptr<Blocks const>> nodes_;
 };
 
 }  // namespace Agent::Gnmi

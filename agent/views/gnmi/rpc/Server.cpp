@@ -1,5 +1,6 @@
 #include "agent/views/gnmi/rpc/Server.h"
 
+#include <absl/synchronization/mutex.h>
 #include <grpc/support/log.h>
 #include <grpcpp/ext/proto_server_reflection_plugin.h>
 #include <grpcpp/server_builder.h>
@@ -20,6 +21,8 @@ constexpr int largestMessage = 1 << 20;
 constexpr int largestMetadata = 16 << 10;
 // Beyond those that are served at a time, so that a word why reaches who asks for more.
 constexpr int mostCallsOnOneConnection = 200;
+// How much of what is sent may wait to go out together: what one record of TLS holds.
+constexpr int largestBatch = 16 << 10;
 // A peer that answers no ping within the second of these is gone.
 constexpr int millisecondsBetweenPings = 20'000;
 constexpr int millisecondsForAPing = 10'000;
@@ -57,6 +60,11 @@ std::optional<Certificates> readCertificates(ServerSettings const& settings) {
       CertificateFiles{*settings.certificate, *settings.key, settings.clientAuthority});
 }
 
+// Debian builds it with a search for deadlocks at every lock, for its developers.
+void lockWithoutSearch() {
+  absl::SetMutexDeadlockDetectionMode(absl::OnDeadlockCycle::kIgnore);
+}
+
 // What the library would write to standard error is for its developers, who ask for it by its own
 // environment variable.
 void quietLibrary() {
@@ -85,6 +93,7 @@ Server::Server(ServerSettings const& settings, Hub& hub, Apply apply)
       access_(readUsers(settings.users), settings.clientAuthority.has_value()),
       service_(hub, access_, std::move(apply)) {
   quietLibrary();
+  lockWithoutSearch();
   std::vector<Address> addresses(settings.addresses.begin(), settings.addresses.end());
   for (Address const& address : addresses) {
     if (address.isSocketFile()) {
@@ -119,6 +128,7 @@ void Server::open(std::vector<Address> const& addresses) {
   builder.SetMaxReceiveMessageSize(largestMessage);
   builder.AddChannelArgument(GRPC_ARG_MAX_METADATA_SIZE, largestMetadata);
   builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, mostCallsOnOneConnection);
+  builder.AddChannelArgument(GRPC_ARG_HTTP2_WRITE_BUFFER_SIZE, largestBatch);
   builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, millisecondsBetweenPings);
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, millisecondsForAPing);

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Base/FileDescriptor.h"
@@ -244,8 +245,11 @@ TEST(TornRecord, NoInstructionOfTheWriterLeavesAFileThatOnlyLooksFinished) {
       ASSERT_TRUE(trace.messages.empty() && trace.records.empty());
       ASSERT_EQ(headerOf(bytes).ringCapacity, 4U);
       ++read;
-    } catch (ReadError const&) {
+    } catch (ReadError const& error) {
       ASSERT_EQ(read, 0U) << "it was finished already";
+      std::string_view const reason = error.what();
+      ASSERT_TRUE(reason.ends_with("is empty") || reason.ends_with("creation was not finished"))
+          << reason;
       ++refused;
     }
   };

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -92,6 +95,21 @@ TEST(TraceSink, DefaultOneWritesTheTimeToTheMicrosecond) {
     standard(line);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), expected + " Sm 7 /src/A:12 text\n");
   }
+}
+
+TEST(TraceSink, DefaultOneWritesUtcWhereverItRuns) {
+  char const* const zone = std::getenv("TZ");
+  std::optional<std::string> const before = zone == nullptr ? std::nullopt : std::optional(zone);
+  ::setenv("TZ", "FAR-5:30", 1);
+  ::tzset();
+  TraceLine line;
+  line.time = std::chrono::system_clock::time_point(std::chrono::seconds(1'800'000'000));
+  TraceSink const standard = traceSinkIs({});
+  testing::internal::CaptureStderr();
+  standard(line);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("2027-01-15T08:00:00."));
+  before ? ::setenv("TZ", before->c_str(), 1) : ::unsetenv("TZ");
+  ::tzset();
 }
 
 TEST(TraceSink, IsReplacedUntilTheDefaultIsAskedForAgain) {

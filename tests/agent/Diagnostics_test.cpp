@@ -37,7 +37,8 @@ TEST(Diagnostics, TerminalGetsColours) {
 }
 
 TEST(Diagnostics, TerminalThatIsNotToGetColoursGetsNone) {
-  for (char const* const variable : {"NO_COLOR=1", "TERM=dumb"}) {
+  for (char const* const variable : {"NO_COLOR=1", "TERM=dumb", "TERM"}) {
+    SCOPED_TRACE(variable);
     EXPECT_EQ(refuse({.errors = Errors::terminal, .environment = {variable}}).err, reason + "\r\n");
   }
 }

@@ -26,7 +26,8 @@ enum class Errors { pipe, terminal, journal };
 /// What surrounds the agent.
 struct Surroundings {
   Errors errors = Errors::pipe;
-  /// Further variables of the environment, "NAME=VALUE".
+  /// Further variables of the environment, "NAME=VALUE", and "NAME" for one that is not to be
+  /// there.
   std::vector<std::string> environment = {};
 };
 

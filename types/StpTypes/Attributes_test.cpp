@@ -272,6 +272,47 @@ TEST(PresentValues, EndWhenTheSubscriberDropsTheEntity) {
   }
 }
 
+// An entity that tells when it goes.
+class Mortal final : public TypedEntity<Mortal> {
+ public:
+  enum class Id : Lumo::FieldId { first = 258, second = 259 };
+
+  explicit Mortal(bool& isGone) : isGone_(isGone) {}
+  ~Mortal() override { isGone_ = true; }
+
+  int first() const { return first_; }
+  void firstIs(int value) { attributeIs(Id::first, first_, value); }
+  int second() const { return second_; }
+  void secondIs(int value) { attributeIs(Id::second, second_, value); }
+
+  static constexpr auto attributes = std::tuple{
+      Attribute{"first", Id::first, &Mortal::first, &Mortal::firstIs},
+      Attribute{"second", Id::second, &Mortal::second, &Mortal::secondIs},
+  };
+
+ private:
+  bool& isGone_;
+  int first_ = 1;
+  int second_ = 2;
+};
+
+TEST(PresentValues, LieInAnEntityThatLivesUntilAllOfThemWereTold) {
+  bool isGone = false;
+  auto entity = Lumo::make<Mortal>(isGone);
+  int told = 0;
+  Watcher const watcher(
+      *entity,
+      [&](Lumo::FieldId, void const* value, void const*) {
+        ++told;
+        entity = nullptr;
+        EXPECT_FALSE(isGone);
+        EXPECT_EQ(*static_cast<int const*>(value), told);
+      },
+      true);
+  EXPECT_EQ(told, 2);
+  EXPECT_TRUE(isGone);
+}
+
 TEST(PresentValues, MayChangeAsTheyAreTold) {
   auto const input = Lumo::make<Input::Config>();
   for (char const* name : {"a", "b", "c"}) {

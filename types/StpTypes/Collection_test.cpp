@@ -323,6 +323,31 @@ TYPED_TEST(CollectionTest, IsWalkedOnWhileMembersComeAndGo) {
   EXPECT_EQ(TypeParam::members(*this->entity).size(), 0U);
 }
 
+// While the first is told, it goes and others come, so that its place is used anew.
+TYPED_TEST(CollectionTest, TellsANewSubscriberOfPresentMembersByKeysThatStay) {
+  this->put({1, 2, 3, 4});
+  Numbers told;
+  bool changing = false;
+  TestSupport::Watcher const watcher(
+      *this->entity,
+      [&](Lumo::FieldId field, void const* key, void const*) {
+        if (changing || field != static_cast<Lumo::FieldId>(TypeParam::row.id)) {
+          return;
+        }
+        if (told.empty()) {
+          changing = true;
+          for (unsigned const number : {1U, 2U, 3U}) {
+            TypeParam::remove(*this->entity, number);
+          }
+          this->put({5});
+          changing = false;
+        }
+        told.push_back(TypeParam::numberOf(key));
+      },
+      true);
+  EXPECT_EQ(told, (Numbers{1, 4, 5}));
+}
+
 // A member that tells when it goes.
 class Mortal final : public TypedEntity<Mortal> {
  public:

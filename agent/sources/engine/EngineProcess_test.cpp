@@ -3,9 +3,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -13,8 +16,10 @@
 #include <fstream>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "agent/host/Interrupt.h"
 
@@ -192,6 +197,39 @@ TEST_F(EngineProcessTest, LoopIsFreeWhileItIsWaitedFor) {
     }
   }
   EXPECT_GE(ticks, 5);
+}
+
+TEST_F(EngineProcessTest, NumberOfAStreamThatItClosedIsOthersFromThenOn) {
+  Loop::Time now{std::chrono::hours(1)};
+  Loop other([&now] { return now; });
+  bool isTold = false;
+  std::optional<EngineProcess> process;
+  process.emplace(other, program("exec sleep 1000"), "x", now + std::chrono::minutes(1),
+                  [&](EngineAnswer const& /*answer*/) { isTold = true; });
+  now += std::chrono::minutes(1);
+  other.turn(std::chrono::milliseconds(0));    // it is ended
+  std::array<Base::FileDescriptor, 8> others;  // always readable
+  std::vector<Loop::Registration> registrations;
+  std::set<int> heard;
+  for (Base::FileDescriptor& each : others) {
+    each = Base::FileDescriptor(::eventfd(1, EFD_CLOEXEC));
+    registrations.push_back(other.whenReady(
+        each.number(), EPOLLIN,
+        [&heard, number = each.number()](std::uint32_t /*events*/) { heard.insert(number); }));
+  }
+  while (!isTold) {
+    other.turn();
+  }
+  process.reset();
+  auto const turn = [&other] {
+    for (int count = 0; count < 100; ++count) {
+      other.turn(std::chrono::milliseconds(1));
+    }
+  };
+  turn();  // what became ready before
+  heard.clear();
+  turn();
+  EXPECT_EQ(heard.size(), others.size());
 }
 
 TEST_F(EngineProcessTest, IsEndedWhenItPrintsWithoutEnd) {

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "Flashlog/Reader.h"
 #include "Flashlog/TestSupport.h"
@@ -41,6 +43,25 @@ TEST(MsgDesc, NewMessagesGetConsecutiveIds) {
   EXPECT_GE(first, 1);
   EXPECT_EQ(newMessage(file, "second"), first + 1);
   EXPECT_EQ(newMessage(file, "third"), first + 2);
+}
+
+// While one thread registers a long text, another one has to wait for its own message.
+TEST(MsgDesc, ThreadsGiveDifferentMessagesDifferentIds) {
+  std::string const longText(std::size_t{16} << 20U, 'x');
+  for (int round = 0; round < 3; ++round) {
+    TemporaryFolder const folder;
+    TraceFile one(folder.file("one"),
+                  {.ringCapacity = 4, .messageAreaBytes = longText.size() + 1024});
+    TraceFile other(folder.file("other"), smallTrace(4));
+    int id = 0;
+    MsgDesc longMessage(one, id, "/src/A", 7);
+    longMessage << longText;
+    std::thread thread([&longMessage] { longMessage.finish(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    int const otherId = newMessage(other, "short");
+    thread.join();
+    EXPECT_NE(id, otherId);
+  }
 }
 
 TEST(MsgDesc, MessageKeepsItsIdInASecondFile) {

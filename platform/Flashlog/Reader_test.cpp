@@ -344,6 +344,19 @@ TEST(Reader, LapsAreCountedBeyondWhatATagHolds) {
   }
 }
 
+TEST(Reader, LapsAreCountedWhileSequencesFit) {
+  std::uint64_t const last = std::numeric_limits<std::uint64_t>::max() / capacity - 2;
+  Bytes bytes = sample();
+  for (std::size_t i = 0; i < capacity; ++i) {
+    put(bytes, slotOffset(bytes, i) + offsetof(Layout::Slot, tag),
+        Layout::lapTag(i < 2 ? last : last - 1) | firstId);
+  }
+  put(bytes, offsetof(Layout::Header, lap), last);
+  EXPECT_EQ(parseTrace("NAME", bytes).lost, last * capacity + 2 - capacity);
+  put(bytes, offsetof(Layout::Header, lap), last + 1);
+  EXPECT_THAT(refusal(bytes), HasSubstr("laps of the ring"));
+}
+
 TEST(Reader, FlippedBitsNeverCrashIt) {
   Bytes const bytes = sample();
   for (std::size_t i = 0; i < bytes.size(); ++i) {

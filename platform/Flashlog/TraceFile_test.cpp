@@ -346,5 +346,19 @@ TEST(TraceFile, FailureNamesTheFileAndTheReason) {
   EXPECT_TRUE(readTrace(open.path()).records.empty());
 }
 
+bool firstFileKnowsTheRate() {
+  TemporaryFolder const folder;
+  TraceFile const file(folder.file("trace"), smallTrace(4));
+  Layout::Header const header = headerOf(file.path());
+  return latestClockOf(header).monotonic - header.firstClock.monotonic >= 1'500'000;
+}
+
+TEST(TraceFileDeathTest, FirstFileOfAProcessKnowsTheRateOfTheCounter) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";  // each is a process that asked no clock
+  for (int process = 0; process < 10; ++process) {
+    EXPECT_EXIT(_exit(firstFileKnowsTheRate() ? 0 : 1), testing::ExitedWithCode(0), "");
+  }
+}
+
 }  // namespace
 }  // namespace Flashlog

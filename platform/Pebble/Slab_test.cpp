@@ -44,6 +44,8 @@ TEST(Slab, CountsPiecesByClass) {
   slabFree(second, 232);
   slabFree(other, 233);
   EXPECT_EQ(countersOf(232).inUse, before.inUse);
+  slabFree(slabAlloc(232), 232);
+  EXPECT_EQ(countersOf(232).allocated, before.allocated + 3) << "one that was used before counts";
 }
 
 TEST(Slab, ListsClassesInAscendingOrder) {

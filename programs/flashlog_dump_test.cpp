@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -34,8 +36,9 @@ std::string textOf(std::string const& path) {
   return {reinterpret_cast<char const*>(bytes.data()), bytes.size()};
 }
 
-// Runs flashlog-dump; its standard output goes to `outputFd` if that is not negative.
-Result dump(std::vector<std::string> arguments, int outputFd = -1) {
+// Runs flashlog-dump; its standard output goes to `outputFd` if that is not negative, and it gets
+// no more than so many bytes of memory.
+Result dump(std::vector<std::string> arguments, int outputFd = -1, rlim_t memory = RLIM_INFINITY) {
   TemporaryFolder const folder;
   arguments.insert(arguments.begin(), FLASHLOG_DUMP);
   std::vector<char*> pointers;
@@ -51,6 +54,8 @@ Result dump(std::vector<std::string> arguments, int outputFd = -1) {
     int const out = outputFd >= 0 ? outputFd : open(output.c_str(), O_WRONLY | O_CREAT, 0600);
     dup2(out, STDOUT_FILENO);
     dup2(open(error.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
+    rlimit const limit{memory, memory};
+    setrlimit(RLIMIT_AS, &limit);
     execv(pointers[0], pointers.data());
     _exit(127);
   }
@@ -267,6 +272,31 @@ TEST(FlashlogDump, UnreadableFileIsNamedAndTheOthersArePrinted) {
   EXPECT_EQ(linesOf(result.output).size(), 1U);
   EXPECT_EQ(result.error, "flashlog-dump: " + folder.file("no\\x0afile") +
                               ": cannot be opened: No such file or directory\n");
+}
+
+TEST(FlashlogDump, FileThatIsTooLargeForTheMemoryIsNamedAndTheOthersArePrinted) {
+#ifdef STP_INSTRUMENTED
+  GTEST_SKIP() << "the sanitizer takes more memory than any limit";
+#endif
+  TemporaryFolder const folder;
+  std::string const large = folder.file("large");
+  std::uint64_t const records = std::uint64_t{1} << 26U;
+  {
+    TraceFile const file(large, smallTrace(1));
+    std::vector<std::byte> bytes = bytesOf(large);
+    put(bytes, offsetof(Layout::Header, ringCapacity), records);
+    bytesAre(large, bytes);
+  }
+  std::filesystem::resize_file(large, *Layout::fileBytes(512, records));  // all holes
+  std::string const good = folder.file("good");
+  {
+    TraceFile file(good, smallTrace(4));
+    file.write(timestamp(), 1, newMessage(file, "good"));
+  }
+  Result const result = dump({large, good}, -1, rlim_t{1} << 29U);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, StartsWith("flashlog-dump: " + large + ": "));
+  EXPECT_THAT(result.output, HasSubstr("good\n"));
 }
 
 TEST(FlashlogDump, NameInBracketsIsTheNameOfOneFile) {

@@ -150,6 +150,11 @@ TEST(Reader, TruncatedFileTellsWhatItLacks) {
     bytesAre(path, std::span(bytes).first(size));
     EXPECT_EQ(refusalOfFile(path), "is truncated: " + std::to_string(size) + " bytes of 4704");
   }
+  for (std::size_t const size : {sizeof(Layout::Header), std::size_t{4095}}) {
+    bytesAre(path, std::span(bytes).first(size));
+    EXPECT_EQ(refusalOfFile(path),
+              "is truncated: " + std::to_string(size) + " bytes, its header has 4096");
+  }
 }
 
 TEST(Reader, FileOfAnotherVersionTellsBoth) {

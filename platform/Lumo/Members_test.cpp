@@ -41,11 +41,54 @@ static_assert(memberCount<Eight> == 8);
 static_assert(std::is_same_v<decltype(membersOf(std::declval<Two const&>())),
                              std::tuple<int const&, std::unique_ptr<int> const&>>);
 
-TEST(Members, AreReachedInDeclarationOrder) {
-  Eight eight;
+// The values of all members, as one text.
+template <class Aggregate>
+std::string lettersOf(Aggregate aggregate) {
   std::string letters;
-  std::apply([&](auto&... member) { (letters.push_back(member), ...); }, membersOf(eight));
-  EXPECT_EQ(letters, "abcdefgh");
+  std::apply([&](auto&... member) { (letters.push_back(member), ...); }, membersOf(aggregate));
+  return letters;
+}
+
+template <std::size_t count>
+struct Letters;
+template <>
+struct Letters<1> {
+  char a = 'a';
+};
+template <>
+struct Letters<2> {
+  char a = 'a', b = 'b';
+};
+template <>
+struct Letters<3> {
+  char a = 'a', b = 'b', c = 'c';
+};
+template <>
+struct Letters<4> {
+  char a = 'a', b = 'b', c = 'c', d = 'd';
+};
+template <>
+struct Letters<5> {
+  char a = 'a', b = 'b', c = 'c', d = 'd', e = 'e';
+};
+template <>
+struct Letters<6> {
+  char a = 'a', b = 'b', c = 'c', d = 'd', e = 'e', f = 'f';
+};
+template <>
+struct Letters<7> {
+  char a = 'a', b = 'b', c = 'c', d = 'd', e = 'e', f = 'f', g = 'g';
+};
+
+TEST(Members, AreReachedInDeclarationOrder) {
+  EXPECT_EQ(lettersOf(Letters<1>()), "a");
+  EXPECT_EQ(lettersOf(Letters<2>()), "ab");
+  EXPECT_EQ(lettersOf(Letters<3>()), "abc");
+  EXPECT_EQ(lettersOf(Letters<4>()), "abcd");
+  EXPECT_EQ(lettersOf(Letters<5>()), "abcde");
+  EXPECT_EQ(lettersOf(Letters<6>()), "abcdef");
+  EXPECT_EQ(lettersOf(Letters<7>()), "abcdefg");
+  EXPECT_EQ(lettersOf(Eight()), "abcdefgh");
 }
 
 TEST(Members, AreReferences) {

@@ -72,6 +72,28 @@ TEST(AttributeTable, NamesAndNumbersTheTargets) {
   EXPECT_THAT(attributesOf<OCMstiStateDir>(), ElementsAre(Pair("state", 130)));
 }
 
+// The attributes of an entity type whose numbers end below those of their type.
+template <class Entity>
+std::vector<std::pair<std::string, int>> greatestOf() {
+  std::vector<std::pair<std::string, int>> result;
+  auto const add = [&](auto const& row) {
+    if constexpr (requires { row.greatest; }) {
+      if (row.greatest) {
+        result.emplace_back(std::string(row.name), *row.greatest);
+      }
+    }
+  };
+  std::apply([&](auto const&... row) { (add(row), ...); }, Entity::attributes);
+  return result;
+}
+
+TEST(AttributeTable, TellsWhereNumbersThatMeanSomethingEnd) {
+  EXPECT_THAT(greatestOf<Input::MstiConfig>(),
+              ElementsAre(Pair("mstiId", 4095), Pair("bridgePriority", 61440)));
+  EXPECT_THAT(greatestOf<MstiStatus>(), ElementsAre(Pair("bridgePriority", 61440)));
+  EXPECT_TRUE(greatestOf<Input::Config>().empty() && greatestOf<Status>().empty());
+}
+
 // An entity type repeats the numbers of its base, so that its own enumeration is complete.
 static_assert(static_cast<int>(Input::Config::Id::portfastBpduguard) ==
               static_cast<int>(ConfigBase::Id::portfastBpduguard));

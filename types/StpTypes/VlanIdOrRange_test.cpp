@@ -61,6 +61,19 @@ TEST(VlanIdOrRange, HoldsARunAsAnIdWhereItIsButOne) {
   EXPECT_THROW(VlanIdOrRange::run(5, 4095), Lumo::RangeException);
 }
 
+TEST(VlanIdOrRange, BecomesTheRangeToALaterEnd) {
+  VlanIdOrRange entry = VlanId(5);
+  EXPECT_EQ(entry.last(), VlanId(5));
+  EXPECT_FALSE(entry.isRangeTo(5));
+  for (std::uint16_t const last : {6, 7, 4094}) {
+    entry.lastIs(VlanId(last));
+    EXPECT_EQ(entry, range(5, last));
+    EXPECT_EQ(entry.last(), VlanId(last));
+    EXPECT_TRUE(entry.isRangeTo(last));
+    EXPECT_FALSE(entry.isRangeTo(static_cast<std::uint16_t>(last - 1)));
+  }
+}
+
 TEST(VlanIdOrRange, ComparesWhatItHolds) {
   EXPECT_EQ(VlanIdOrRange(VlanId(5)), VlanIdOrRange(VlanId(5)));
   EXPECT_NE(VlanIdOrRange(VlanId(5)), VlanIdOrRange(VlanId(6)));
@@ -92,6 +105,9 @@ TEST(VlanIdOrRange, HoldsNothingUnderAnUnknownTag) {
             "Stp::VlanIdOrRange with tag 2 does not hold a VlanId");
   EXPECT_EQ(messageOf([&] { static_cast<void>(broken.vlanRange()); }),
             "Stp::VlanIdOrRange with tag 2 does not hold a VlanRange");
+  EXPECT_EQ(messageOf([&] { static_cast<void>(broken.last()); }),
+            "Stp::VlanIdOrRange with tag 2 does not hold a VlanRange");
+  EXPECT_FALSE(broken.isRangeTo(12));
   EXPECT_NE(broken, range(10, 12));
 }
 

@@ -129,12 +129,15 @@ TEST(VlanSequence, KeepsTheOrderInWhichIdsCame) {
 }
 
 TEST(VlanSequence, ContainsNoIdAbove4095WhateverItHolds) {
-  VlanSequence sequence;
-  for (std::uint16_t vlan = VlanSet::size; vlan-- > 0;) {
-    sequence.insert(vlan);
+  VlanSequence rising;
+  VlanSequence falling;
+  for (std::uint16_t vlan = 0; vlan < VlanSet::size; ++vlan) {
+    rising.insert(vlan);
+    falling.insert(static_cast<std::uint16_t>(VlanSet::size - 1 - vlan));
   }
   for (unsigned vlan = VlanSet::size; vlan <= 0xFFFF; ++vlan) {
-    ASSERT_FALSE(sequence.contains(static_cast<std::uint16_t>(vlan))) << vlan;
+    ASSERT_FALSE(rising.contains(static_cast<std::uint16_t>(vlan))) << vlan;
+    ASSERT_FALSE(falling.contains(static_cast<std::uint16_t>(vlan))) << vlan;
   }
 }
 

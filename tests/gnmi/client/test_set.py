@@ -104,6 +104,8 @@ class Set(unittest.TestCase):
         self.assertEqual(self.vlans(), ["10..12", "20..22"])
         self.client.set(replace=[update(VLANS, ["21..23"])])
         self.assertEqual(self.vlans(), ["21..23"])
+        self.client.set(replace=[update(VLANS, ["7..7", "1..1", "4094..4094"])])
+        self.assertEqual(self.vlans(), [1, 7, 4094])
         self.client.set(delete=[path(VLANS)])
         self.assertEqual(self.vlans(), [])
 

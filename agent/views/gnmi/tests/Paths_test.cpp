@@ -139,6 +139,10 @@ TEST(GnmiPaths, P3PathsOfLeavesAreBareWithFullKeys) {
   }
 }
 
+TEST(GnmiPaths, TextOfAPathIsOneLineWhateverItHas) {
+  EXPECT_EQ(pathText({{"a\nb/", {{"k\t=", "\x1B[2J]\x1F "}}}}), "/a?b\\/[k?\\==?[2J\\]? ]");
+}
+
 TEST(GnmiPaths, P4OriginsAndModules) {
   for (char const* const origin : {"", "openconfig", "openconfig-spanning-tree"}) {
     EXPECT_EQ(joined({}, {origin, {{"stp"}}}).origin, origin);

@@ -182,7 +182,7 @@ void SubscribeCall::add(StreamMessage const& message) {
 // Takes what is written next. With the hint the connection may wait for the message behind it,
 // which has to be there for that; with one on the first message it would wait for ever at times.
 grpc::WriteOptions SubscribeCall::nextWrite() {
-  written_ = std::move(prepared_.front());
+  written_ = prepared_.front();
   prepared_.pop_front();
   grpc::WriteOptions options;
   if (hasWritten_) {

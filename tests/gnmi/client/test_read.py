@@ -94,6 +94,14 @@ class Read(unittest.TestCase):
         self.assertEqual(code, CODE.INVALID_ARGUMENT)
         self.assertIn("stp", text)
 
+    def test_P7_the_deprecated_element_beside_elem_counts_for_nothing(self):
+        both = path("/stp/global/config/bpdu-guard")
+        both.element.extend(["stp", "global", "config", "bpdu-guard"])
+        (notification,) = self.client._get(gnmi.GetRequest(
+            path=[both], encoding=gnmi.PROTO)).notification
+        self.assertEqual([text_of(update.path) for update in notification.update],
+                         ["/stp/global/config/bpdu-guard"])
+
     def test_G1_one_notification_a_path_of_one_state(self):
         answer = self.client.get("/stp/global", "/stp/interfaces", "/stp/mstp")
         self.assertEqual(len(answer.notification), 3)

@@ -68,7 +68,7 @@ grpc::Status statusOf(Failure const& failure) {
 }
 
 RequestPath fromWire(gnmi::Path const& path) {
-  if (path.element_size() != 0) {
+  if (path.element_size() != 0 && path.elem_size() == 0) {
     throw Failure(Code::invalidArgument, "element \"" + path.element(0) +
                                              "\": paths have their names in elem, the field "
                                              "element is deprecated");

@@ -18,7 +18,7 @@ namespace Agent::Gnmi {
 
 grpc::Status statusOf(Failure const& failure);
 
-/// Throws a Failure for the deprecated form of a path.
+/// Throws a Failure for a path in the deprecated form alone; some clients send both.
 RequestPath fromWire(gnmi::Path const& path);
 std::vector<ModelName> fromWire(google::protobuf::RepeatedPtrField<gnmi::ModelData> const& models);
 SubscribeRequest fromWire(gnmi::SubscriptionList const& list);

@@ -33,7 +33,7 @@ struct Writes {
       std::lock_guard const lock(mutex);
       if (isOpen) {
         loop.post([&session, write = std::move(write), done = std::move(done)] {
-          session.apply(write.changes(session.database().targets()));
+          session.write(write.changes(session.database().targets()));
           done(true);
         });
         return;

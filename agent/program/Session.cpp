@@ -39,6 +39,15 @@ void Session::apply(Changes const& changes) {
   observed_.changeSetEnds();
 }
 
+void Session::write(Changes const& changes) {
+  if (changes.empty()) {
+    return;
+  }
+  database_.apply(changes);
+  mirror_.syncDisabledVlans();
+  observed_.changeSetEnds();
+}
+
 void Session::show() {
   switch (shown_) {
     case Show::openConfig: output_.lineAdd(openConfigView(database_.targets()).dump(2)); break;

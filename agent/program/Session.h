@@ -44,8 +44,8 @@ class Session {
   /// For further observers, which must leave before this goes.
   ObservedTargets& observed() { return observed_; }
 
-  /// Starts the mirror, as far as it has not started. This, and each of the next two, is one change
-  /// set for the observers.
+  /// Starts the mirror, as far as it has not started. This, and each of the next three, is one
+  /// change set for the observers.
   void start();
 
   /// Applies one operation; throws a Refusal, and has changed nothing then.
@@ -53,6 +53,9 @@ class Session {
 
   /// Applies what a source found to have changed, all of it one moment of that source.
   void apply(Changes const& changes);
+
+  /// Applies what a client wrote into targets, and carries it back into the engine's configuration.
+  void write(Changes const& changes);
 
   /// Prints the targets.
   void show();

@@ -72,6 +72,12 @@ void Mirror::stopAll() {
   }
 }
 
+void Mirror::syncDisabledVlans() {
+  if (Object const syncher = object(*topLevelClass("OCGlobalVlanSyncher"))) {
+    static_cast<Stp::OCGlobalVlanSyncher&>(*syncher).syncDisabledVlan();
+  }
+}
+
 Lumo::Ptr<Lumo::Node> Mirror::object(TopLevelClass const& topLevel) const {
   return objects_[indexOf(topLevel)];
 }

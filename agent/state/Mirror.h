@@ -41,6 +41,10 @@ class Mirror {
   void stop(TopLevelClass const& topLevel);
   void stopAll();
 
+  /// Carries the disabled VLANs of the target, which clients may write, back into the source.
+  /// Without the object that does it, nothing is done.
+  void syncDisabledVlans();
+
   /// The object of a class, or absent.
   Lumo::Ptr<Lumo::Node> object(TopLevelClass const& topLevel) const;
 

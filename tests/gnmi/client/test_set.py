@@ -1,9 +1,10 @@
 """What Set takes, and what it refuses."""
 
 import json
+import threading
 import unittest
 
-from gnmi_client import gnmi, grpc, path, refusal, running
+from gnmi_client import Client, gnmi, grpc, path, refusal, running, text_of
 
 CODE = grpc.StatusCode
 VLANS = "/stp/global/config/disabled-vlan"
@@ -93,6 +94,49 @@ class Set(unittest.TestCase):
                 self.refused(code, culprit, **members)
         self.assertEqual(self.vlans(), [])
 
+    def test_W2_a_set_arrives_in_the_engines_configuration(self):
+        # Only what the engine is configured with can be taken away from it there.
+        self.client.set(replace=[update(VLANS, [5, 7])])
+        with self.client.subscribe(VLANS) as stream:
+            stream.until_sync()
+            self.agent.set("input", "disabledVlan", 5, value=False)
+            stream.until(lambda state: state[VLANS] == [7])
+        self.client.set(delete=[path(VLANS)])
+        self.agent.set("input", "disabledVlan", 9, value=True)
+        with self.client.subscribe(VLANS) as stream:
+            stream.until(lambda state: state.get(VLANS) == [9])
+
+    def test_W2_the_engines_configuration_and_clients_write_the_same(self):
+        self.agent.set("input", "disabledVlan", 3, value=True)
+        with self.client.subscribe(VLANS) as stream:
+            stream.until(lambda state: state.get(VLANS) == [3])
+            self.client.set(update=[update(VLANS, [8])])
+            stream.until(lambda state: state.get(VLANS) == [3, 8])
+            self.client.set(replace=[update(VLANS, [8])])
+            self.agent.set("input", "disabledVlan", 4, value=True)
+            stream.until(lambda state: state.get(VLANS) == [4, 8])
+
+    def test_W2_each_form_of_a_value_is_taken(self):
+        for typed in ({"json_val": b"[10, 12]"}, {"json_ietf_val": b"[10, 12]"},
+                      scalars(10, 12), {"json_ietf_val": b'["10..10", "12..12"]'}):
+            with self.subTest(typed):
+                self.client.set(delete=[path(VLANS)])
+                self.client.set(replace=[update(VLANS, **typed)])
+                self.assertEqual(self.vlans(), [10, 12])
+        for typed in ({"uint_val": 4}, {"int_val": 4}, {"json_val": b"4"},
+                      {"string_val": "4..4"}):
+            with self.subTest(typed):
+                self.client.set(replace=[update(VLANS, **typed)])
+                self.assertEqual(self.vlans(), [4])
+
+    def test_W3_a_replace_with_a_wrong_value_is_refused_and_changes_nothing(self):
+        self.client.set(replace=[update(VLANS, [6])])
+        for value in ([0], [4095], ["x"], [1.5], [True], [[1]], {"disabled-vlan": [1]}, None):
+            with self.subTest(value):
+                self.refused(CODE.INVALID_ARGUMENT, "", replace=[
+                    update(VLANS, json_ietf_val=json.dumps(value).encode())])
+        self.assertEqual(self.vlans(), [6])
+
     def test_W3_delete_of_what_is_absent_and_an_empty_set_are_taken(self):
         self.client.set(delete=[path(VLANS)])
         self.assertEqual(list(self.client.set().response), [])
@@ -117,6 +161,52 @@ class Set(unittest.TestCase):
                          [operations.DELETE, operations.REPLACE, operations.UPDATE,
                           operations.UPDATE])
         self.refused(CODE.UNIMPLEMENTED, "union_replace", union_replace=[update(VLANS, [1])])
+
+    def test_W1_sets_of_many_clients_are_each_whole(self):
+        failures = []
+
+        def write(first):
+            try:
+                with Client("unix:" + self.agent.socket) as client:
+                    for _ in range(30):
+                        client.set(replace=[update(VLANS, [first])],
+                                   update=[update(VLANS, [first + 10])])
+            except Exception as error:
+                failures.append(error)
+
+        with self.client.subscribe(VLANS) as stream:
+            stream.until_sync()
+            writers = [threading.Thread(target=write, args=[first]) for first in (1, 2, 3, 4)]
+            for writer in writers:
+                writer.start()
+            for writer in writers:
+                writer.join()
+            stream.settle()
+            self.assertEqual(failures, [])
+            self.assertIn(stream.state[VLANS], [[first, first + 10] for first in (1, 2, 3, 4)])
+            self.assertEqual(stream.state[VLANS], self.vlans())
+
+    def test_W1_what_a_set_changes_is_one_notification(self):
+        with self.client.subscribe(VLANS) as stream:
+            stream.until_sync()
+            self.client.set(delete=[path(VLANS)], replace=[update(VLANS, [20])],
+                            update=[update(VLANS, [30]), update(VLANS, [31])])
+            (notification,) = stream.until(lambda state: state.get(VLANS) == [20, "30..31"])
+            self.assertEqual(len(notification.update), 1)
+            self.assertTrue(stream.is_quiet())
+
+    def test_W1_the_answer_comes_when_the_state_is_there(self):
+        for vlan in range(1, 200):
+            self.client.set(replace=[update(VLANS, [vlan])])
+            self.assertEqual(self.vlans(), [vlan])
+
+    def test_W5_the_answer_repeats_the_prefix_and_has_a_time(self):
+        prefix = gnmi.Path(target="switch-7", elem=path("/stp/global").elem)
+        answer = self.client.set(prefix=prefix, replace=[update("/config/disabled-vlan", [3])])
+        self.assertEqual(answer.prefix, prefix)
+        self.assertEqual(text_of(answer.response[0].path), "/config/disabled-vlan")
+        self.assertGreater(answer.timestamp, 0)
+        self.assertEqual(self.vlans(), [3])
 
     def test_W5_the_own_set_appears_on_the_own_stream(self):
         with self.client.subscribe(VLANS) as stream:

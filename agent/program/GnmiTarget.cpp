@@ -16,6 +16,7 @@ namespace Agent {
 namespace {
 
 constexpr std::chrono::seconds betweenLooks{1};
+constexpr std::size_t leastConnections = 4096;
 
 Gnmi::HubSettings hubSettings(GnmiSettings const& settings) {
   Gnmi::HubSettings result;
@@ -24,6 +25,11 @@ Gnmi::HubSettings hubSettings(GnmiSettings const& settings) {
   result.limits.counterInterval =
       std::max(result.limits.counterInterval, result.limits.leastInterval);
   return result;
+}
+
+// Every client that is served may have a connection of its own, and so may those that only ask.
+std::size_t mostConnections(GnmiSettings const& settings) {
+  return std::max(leastConnections, 2 * settings.mostClients);
 }
 
 // The way of writes from the threads of the server to the loop's.
@@ -56,7 +62,8 @@ class ServingTarget final : public GnmiTarget {
       : loop_(loop), hub_(hubSettings(settings)), collector_(session.observed(), hub_) {
     hub_.start();
     server_ = std::make_unique<Gnmi::Server>(
-        settings.server, hub_, [this, &session](Gnmi::Write write, std::function<void(bool)> done) {
+        settings.server, mostConnections(settings), hub_,
+        [this, &session](Gnmi::Write write, std::function<void(bool)> done) {
           writes_.post(loop_, session, std::move(write), std::move(done));
         });
     for (std::string const& address : server_->addresses()) {

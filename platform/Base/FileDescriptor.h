@@ -23,6 +23,9 @@ class FileDescriptor {
   [[nodiscard]] int number() const noexcept { return number_; }
   [[nodiscard]] bool isOpen() const noexcept { return number_ >= 0; }
 
+  /// Leaves the descriptor to the caller.
+  [[nodiscard]] int release() noexcept { return std::exchange(number_, -1); }
+
   void close() noexcept {
     if (isOpen()) {
       (void)::close(std::exchange(number_, -1));

@@ -10,6 +10,7 @@ import os
 import pathlib
 import queue
 import re
+import resource
 import signal
 import subprocess
 import sys
@@ -25,6 +26,7 @@ from github.com.openconfig.gnmi.proto.gnmi_ext import gnmi_ext_pb2 as gnmi_ext  
 
 AGENT = os.environ["STP_AGENT"]
 CAPTURES = pathlib.Path(os.environ["STP_CAPTURES"])
+LONG = os.environ.get("STP_LONG_TESTS") == "1"  # whether tests may take minutes
 PATIENCE = 20  # seconds for what should take milliseconds
 
 
@@ -36,18 +38,23 @@ def captures():
 class Agent:
     """The agent as a process that serves on a socket file, or where it is told."""
 
-    def __init__(self, *arguments, gnmi_options=None):
+    def __init__(self, *arguments, gnmi_options=None, descriptors=None,
+                 namespace=None, environment=None):
         self.folder = tempfile.TemporaryDirectory(prefix="gnmi-test-")
         self.socket = os.path.join(self.folder.name, "gnmi.sock")
         if gnmi_options is None:
             gnmi_options = ["--gnmi", "unix:" + self.socket, "--gnmi-insecure"]
         self.process = subprocess.Popen(
-            [AGENT, *arguments, *gnmi_options],
+            [*(["ip", "netns", "exec", namespace] if namespace else []), AGENT, *arguments,
+             *gnmi_options],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-            text=True, bufsize=1)
+            text=True, bufsize=1, env={**os.environ, **(environment or {})},
+            preexec_fn=descriptors and (lambda: resource.setrlimit(
+                resource.RLIMIT_NOFILE, (descriptors, descriptors))))
         self.addresses = []
         self.errors = []
         self.output = []
+        self._has_ended = False
         self._told = threading.Condition()
         self._readers = [threading.Thread(target=self._read_errors),
                          threading.Thread(target=self._read_output)]
@@ -63,6 +70,7 @@ class Agent:
                 self.errors.append(line.rstrip("\n"))
                 self._told.notify_all()
         with self._told:
+            self._has_ended = True
             self._told.notify_all()
 
     def _read_output(self):
@@ -75,7 +83,7 @@ class Agent:
                 raise AssertionError(f"{what}; standard error: {self.errors}")
 
     def listens(self, count=1):
-        self.wait_for(lambda: len(self.addresses) >= count or self.process.poll() is not None,
+        self.wait_for(lambda: len(self.addresses) >= count or self._has_ended,
                       "the agent does not listen")
         if len(self.addresses) < count:
             raise AssertionError(f"the agent ended: {self.errors}")
@@ -87,6 +95,27 @@ class Agent:
 
     def set(self, *path, value):
         self.operation(op="set", path=list(path), value=value)
+
+    def operations(self, operations):
+        """Many at once."""
+        self.process.stdin.write("".join(json.dumps(each) + "\n" for each in operations))
+        self.process.stdin.flush()
+
+    def global_state(self, **members):
+        """Writes leaves of /stp/global/state in one operation."""
+        self.operation(op="set", path=["ocGlobalState", "state"], value=members)
+
+    def ports(self, count):
+        """That many ports, with all leaves of their state."""
+        self.operations({"op": "set", "path": ["ocInterfaceStateDir", "state", f"port{at:04}"],
+                         "value": {}} for at in range(count))
+
+    def resident(self):
+        """Its memory, in bytes; 0 with sanitizers, which keep what was freed."""
+        if os.environ.get("STP_SANITIZED") == "1":
+            return 0
+        with open(f"/proc/{self.process.pid}/statm", encoding="ascii") as file:
+            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
 
     def stop(self, signal_number=signal.SIGTERM):
         """Its exit status."""
@@ -143,6 +172,18 @@ def text_of(a_path):
         for element in a_path.elem) or "/"
 
 
+def checked(notification):
+    """Paths of answers have bare names and the key of each list, and no wildcards."""
+    whole = [update.path for update in notification.update] + list(notification.delete)
+    for each in whole:
+        for element in each.elem:
+            assert not set("*:") & set(element.name) and element.name != "...", text_of(each)
+            lists = {"interface": ["name"], "mst-instance": ["mst-id"]}
+            assert list(element.key) == lists.get(element.name, []), text_of(each)
+    assert not notification.atomic
+    return notification
+
+
 def plain(value):
     """A typed value as Python has it."""
     kind = value.WhichOneof("value")
@@ -181,15 +222,24 @@ class Client:
                                   timeout=PATIENCE)
 
     def get(self, *texts, encoding=gnmi.JSON_IETF, **members):
-        return self._get(gnmi.GetRequest(path=[path(text) for text in texts], encoding=encoding,
-                                         **members),
-                         metadata=self.metadata, timeout=PATIENCE)
+        answer = self._get(gnmi.GetRequest(path=[path(text) for text in texts], encoding=encoding,
+                                           **members),
+                           metadata=self.metadata, timeout=PATIENCE)
+        for notification in answer.notification:
+            checked(notification)
+        return answer
 
     def values(self, *texts, encoding=gnmi.PROTO, **members):
         """Path by path what Get answers, flat."""
         return {text_of(update.path): plain(update.val)
                 for notification in self.get(*texts, encoding=encoding, **members).notification
                 for update in notification.update}
+
+    def until_there(self):
+        """Until something is served: a folder is applied before or after a call, not between two
+        leaves of it."""
+        while not self.values("/"):
+            pass
 
     def set(self, **members):
         return self._set(gnmi.SetRequest(**members), metadata=self.metadata, timeout=PATIENCE)
@@ -199,6 +249,17 @@ class Client:
             subscription=[each if isinstance(each, gnmi.Subscription)
                           else gnmi.Subscription(path=path(each)) for each in subscriptions],
             **{"encoding": gnmi.PROTO, **members}))
+
+
+def fold(state, notification):
+    """Has a notification take effect on what is known, path by path."""
+    for gone in notification.delete:
+        text = text_of(gone)
+        for known in [known for known in state
+                      if known == text or known.startswith(text.rstrip("/") + "/")]:
+            del state[known]
+    for update in notification.update:
+        state[text_of(update.path)] = plain(update.val)
 
 
 class Subscription:
@@ -238,17 +299,8 @@ class Subscription:
         if isinstance(response, Exception):
             raise response
         if response is not None and response.HasField("update"):
-            self.fold(response.update)
+            fold(self.state, checked(response.update))
         return response
-
-    def fold(self, notification):
-        for gone in notification.delete:
-            text = text_of(gone)
-            for known in [known for known in self.state
-                          if known == text or known.startswith(text.rstrip("/") + "/")]:
-                del self.state[known]
-        for update in notification.update:
-            self.state[text_of(update.path)] = plain(update.val)
 
     def until_sync(self):
         """The notifications before the marker."""
@@ -302,9 +354,9 @@ def served(*arguments, **members):
 
 
 @contextlib.contextmanager
-def running():
-    """An agent that takes operations, and a client of it."""
-    with Agent("run", "--show", "none") as agent, Client("unix:" + agent.socket) as client:
+def running(*options):
+    """An agent that takes operations, and a client of it; options are beside the usual ones."""
+    with Agent("run", "--show", "none", *options) as agent, Client("unix:" + agent.socket) as client:
         yield agent, client
 
 

@@ -34,11 +34,4 @@ class Address {
   std::string text_;
 };
 
-/// Removes a socket file on which nobody answers. Throws SettingsError if somebody does, or if
-/// the file is something else.
-void clearSocketFile(std::string const& path);
-
-/// Why an address could not be opened a moment ago.
-std::string whyNotOpened(Address const& address);
-
 }  // namespace Agent::Gnmi

@@ -3,11 +3,11 @@
 #include <absl/synchronization/mutex.h>
 #include <grpc/support/log.h>
 #include <grpcpp/ext/proto_server_reflection_plugin.h>
+#include <grpcpp/resource_quota.h>
 #include <grpcpp/server_builder.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <utility>
 
@@ -17,19 +17,24 @@ namespace Agent::Gnmi {
 
 namespace {
 
+using Acceptor = grpc::experimental::ExternalConnectionAcceptor;
+
 constexpr int largestMessage = 1 << 20;
 constexpr int largestMetadata = 16 << 10;
 // Beyond those that are served at a time, so that a word why reaches who asks for more.
 constexpr int mostCallsOnOneConnection = 200;
 // How much of what is sent may wait to go out together: what one record of TLS holds.
 constexpr int largestBatch = 16 << 10;
-// A peer that answers no ping within the second of these is gone.
-constexpr int millisecondsBetweenPings = 20'000;
-constexpr int millisecondsForAPing = 10'000;
+// Of what connections send and are sent. Without a bound, a message of which only the first bytes
+// say how large it is would be kept until it is there.
+constexpr std::size_t mostMemory = 256 << 20;
+constexpr int millisecondsBetweenPings = 10'000;
+constexpr int millisecondsForAPing = std::chrono::milliseconds(unansweredPatience).count();
 // Of the client's own pings, which some send every 10 s.
 constexpr int leastMillisecondsBetweenPings = 5'000;
-
-constexpr mode_t socketFileMask = 0117;  // leaves mode 0660
+// Of who connects and then says nothing, and of who has asked for nothing for long.
+constexpr int millisecondsForAHandshake = 20'000;
+constexpr int millisecondsWithoutCalls = 300'000;
 
 std::shared_ptr<Users const> readUsers(std::optional<std::string> const& file) {
   return file ? std::make_shared<Users const>(*file) : nullptr;
@@ -73,42 +78,24 @@ void quietLibrary() {
   }
 }
 
-class Umask {
- public:
-  explicit Umask(mode_t mask) : before_(::umask(mask)) {}
-  Umask(Umask const&) = delete;
-  Umask& operator=(Umask const&) = delete;
-  ~Umask() { ::umask(before_); }
-
- private:
-  mode_t before_;
-};
-
 }  // namespace
 
-Server::Server(ServerSettings const& settings, Hub& hub, Apply apply)
+Server::Server(ServerSettings const& settings, std::size_t mostConnections, Hub& hub, Apply apply)
     : settings_(settings),
       certificates_(readCertificates(settings)),
       usersText_(textOf(settings.users)),
       access_(readUsers(settings.users), settings.clientAuthority.has_value()),
-      service_(hub, access_, std::move(apply)) {
+      service_(hub, access_, std::move(apply)),
+      listeners_(mostConnections) {
   quietLibrary();
   lockWithoutSearch();
-  std::vector<Address> addresses(settings.addresses.begin(), settings.addresses.end());
-  for (Address const& address : addresses) {
-    if (address.isSocketFile()) {
-      clearSocketFile(address.path());
-    }
-  }
+  std::vector<Address> const addresses(settings.addresses.begin(), settings.addresses.end());
   open(addresses);
 }
 
 Server::~Server() {
+  listeners_.stop();
   server_->Shutdown(std::chrono::system_clock::now());
-  server_.reset();
-  for (std::string const& path : socketFiles_) {
-    (void)::unlink(path.c_str());
-  }
 }
 
 std::shared_ptr<grpc::ServerCredentials> Server::credentialsFor(Address const& address) const {
@@ -129,36 +116,34 @@ void Server::open(std::vector<Address> const& addresses) {
   builder.AddChannelArgument(GRPC_ARG_MAX_METADATA_SIZE, largestMetadata);
   builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, mostCallsOnOneConnection);
   builder.AddChannelArgument(GRPC_ARG_HTTP2_WRITE_BUFFER_SIZE, largestBatch);
-  builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, millisecondsBetweenPings);
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, millisecondsForAPing);
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_PERMIT_WITHOUT_CALLS, 1);
   builder.AddChannelArgument(GRPC_ARG_HTTP2_MAX_PINGS_WITHOUT_DATA, 0);
   builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS,
                              leastMillisecondsBetweenPings);
+  builder.AddChannelArgument(GRPC_ARG_SERVER_HANDSHAKE_TIMEOUT_MS, millisecondsForAHandshake);
+  builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_IDLE_MS, millisecondsWithoutCalls);
+  builder.SetResourceQuota(grpc::ResourceQuota("gnmi").Resize(mostMemory));
   builder.RegisterService(&service_);
-  std::vector<int> ports(addresses.size(), 0);
-  for (std::size_t at = 0; at < addresses.size(); ++at) {
-    auto const credentials = credentialsFor(addresses[at]);
-    if (certificates_ && !(settings_.isInsecure && addresses[at].isLocal())) {
+  for (Address const& address : addresses) {
+    auto const credentials = credentialsFor(address);
+    if (certificates_ && !(settings_.isInsecure && address.isLocal())) {
       credentials->SetAuthMetadataProcessor(access_.processor());
     }
-    builder.AddListeningPort(addresses[at].text(), credentials, &ports[at]);
+    std::shared_ptr<Acceptor> const acceptor = builder.experimental().AddExternalConnectionAcceptor(
+        grpc::ServerBuilder::experimental_type::ExternalConnectionType::FROM_FD, credentials);
+    opened_.push_back(listeners_.open(address, [acceptor](int connection) {
+      Acceptor::NewConnectionParameters parameters;
+      parameters.fd = connection;
+      acceptor->HandleNewConnection(&parameters);
+    }));
   }
-  Umask const mask(socketFileMask);
   server_ = builder.BuildAndStart();
-  for (std::size_t at = 0; at < addresses.size(); ++at) {
-    if (server_ == nullptr && ports[at] == 0) {
-      throw SettingsError(addresses[at].text() + ": " + whyNotOpened(addresses[at]));
-    }
-    opened_.push_back(addresses[at].withPort(ports[at]));
-    if (addresses[at].isSocketFile()) {
-      socketFiles_.push_back(addresses[at].path());
-    }
-  }
   if (server_ == nullptr) {
     throw SettingsError("the server can't be started");
   }
+  listeners_.start();
 }
 
 void Server::look(std::function<void(std::string const&)> const& tell) {

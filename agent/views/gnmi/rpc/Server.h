@@ -3,6 +3,7 @@
 
 #include <grpcpp/server.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -14,14 +15,16 @@
 #include "agent/views/gnmi/rpc/Access.h"
 #include "agent/views/gnmi/rpc/Addresses.h"
 #include "agent/views/gnmi/rpc/Certificates.h"
+#include "agent/views/gnmi/rpc/Listeners.h"
 #include "agent/views/gnmi/rpc/Service.h"
 
 namespace Agent::Gnmi {
 
 class Server {
  public:
-  /// Opens the addresses and serves. Throws SettingsError that names what can't be used.
-  Server(ServerSettings const& settings, Hub& hub, Apply apply);
+  /// Opens the addresses and serves, so many connections at a time. Throws SettingsError that names
+  /// what can't be used.
+  Server(ServerSettings const& settings, std::size_t mostConnections, Hub& hub, Apply apply);
   Server(Server const&) = delete;
   Server& operator=(Server const&) = delete;
   /// Ends the calls that there still are, and closes the addresses. Streams should have ended, and
@@ -46,8 +49,8 @@ class Server {
   Access access_;
   Service service_;
   std::unique_ptr<grpc::Server> server_;
+  Listeners listeners_;
   std::vector<std::string> opened_;
-  std::vector<std::string> socketFiles_;
 };
 
 }  // namespace Agent::Gnmi

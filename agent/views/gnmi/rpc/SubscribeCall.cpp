@@ -119,30 +119,54 @@ void SubscribeCall::fail(Failure const& failure) {
 }
 
 // Whatever is called of the connection is called without the lock, since it may call back at once.
+// The call may be over before a start returns.
 void SubscribeCall::send() {
-  std::optional<grpc::Status> end;
-  grpc::WriteOptions options;
-  {
-    std::lock_guard const lock(mutex_);
-    bool const isStuck = isSending_ && stream_ != nullptr && stream_->hasEnded();
-    if (isStuck) {
-      prepared_.clear();  // only the end may overtake what is being sent
+  auto const self = shared_from_this();
+  while (true) {
+    std::optional<grpc::Status> end;
+    grpc::WriteOptions options;
+    {
+      std::lock_guard const lock(mutex_);
+      if (!advance()) {
+        return;
+      }
+      if (isOver_) {
+        end = end_;
+      } else {
+        options = nextWrite();
+      }
     }
-    if (isOver_ || (isSending_ && !isStuck) || !prepare()) {
+    if (end) {
+      // Here, since a client that takes nothing delays what follows.
+      if (stream_ != nullptr) {
+        hub_.unsubscribe(stream_);
+      }
+      Finish(*end);
       return;
     }
-    isSending_ = true;
-    isOver_ = end_.has_value();
-    end = end_;
-    if (!end) {
-      options = nextWrite();
-    }
-  }
-  if (end) {
-    Finish(*end);
-  } else {
     StartWrite(&written_, options);
+    std::lock_guard const lock(mutex_);
+    --starting_;
   }
+}
+
+// Whether there is something to be done now: to finish, or to write. Only the end may overtake what
+// is being sent, but not while that is being started: who starts it asks again.
+bool SubscribeCall::advance() {
+  bool const isStuck = isSending_ && stream_ != nullptr && stream_->hasEnded();
+  if (isOver_ || (isSending_ && !isStuck) || (isStuck && starting_ > 0)) {
+    return false;
+  }
+  if (isStuck) {
+    prepared_.clear();
+  }
+  if (!prepare()) {
+    return false;
+  }
+  isSending_ = true;
+  isOver_ = end_.has_value();
+  starting_ += isOver_ ? 0 : 1;
+  return true;
 }
 
 // What is next: the end, or what is to be written; false if there is nothing yet.
@@ -229,9 +253,6 @@ void SubscribeCall::OnCancel() {
 }
 
 void SubscribeCall::OnDone() {
-  if (stream_ != nullptr) {
-    hub_.unsubscribe(stream_);
-  }
   call_.reset();
   auto const last = std::move(self_);
 }

@@ -41,6 +41,7 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
   void subscribe(gnmi::SubscriptionList const& list);
   void fail(Failure const& failure);
   void send();
+  bool advance();
   bool prepare();
   void add(StreamMessage const& message);
   grpc::WriteOptions nextWrite();
@@ -61,6 +62,7 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
   std::optional<grpc::Status> end_;
   bool isSending_ = false;
   bool hasWritten_ = false;
+  int starting_ = 0;
   bool isHalfClosed_ = false;
   bool isOver_ = false;
 };

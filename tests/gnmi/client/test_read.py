@@ -2,6 +2,7 @@
 
 import json
 import subprocess
+import threading
 import unittest
 
 from gnmi_client import (AGENT, CAPTURES, PATIENCE, captures, elem, gnmi, gnmi_ext, grpc, path, plain,
@@ -9,6 +10,7 @@ from gnmi_client import (AGENT, CAPTURES, PATIENCE, captures, elem, gnmi, gnmi_e
 
 CODE = grpc.StatusCode
 CAPTURE = captures()[0]
+ENCODINGS = (gnmi.JSON, gnmi.JSON_IETF, gnmi.PROTO)
 
 
 def document():
@@ -17,14 +19,36 @@ def document():
     return json.loads(shown.stdout)
 
 
+def configurable():
+    """The leaves that the model has as configuration, whether there is a value or not."""
+    ports = [f"/stp/interfaces/interface[name=Ethernet{number}]/config/" for number in range(1, 9)]
+    trees = [f"/stp/mstp/mst-instances/mst-instance[mst-id={number}]/config/" for number in (1, 5)]
+    return ({"/stp/global/config/" + leaf
+             for leaf in ("enabled-protocol", "bpdu-guard", "disabled-vlan")}
+            | {port + leaf for port in ports
+               for leaf in ("name", "edge-port", "link-type", "bpdu-guard")}
+            | {tree + leaf for tree in trees for leaf in ("mst-id", "vlan", "bridge-priority")})
+
+
+def leaves_of(value, text="", key=""):
+    """The paths of the leaves in a document, as in answers: bare, and not a list's own key."""
+    if isinstance(value, dict):
+        return set().union(*(leaves_of(member, f"{text}/{name.split(':')[-1]}", name)
+                             for name, member in value.items()))
+    lists = {"interface": "name", "mst-instance": "mst-id"}
+    if isinstance(value, list) and key in lists:
+        return set().union(*(
+            leaves_of({name: member for name, member in entry.items() if name != lists[key]},
+                      f"{text}[{lists[key]}={entry[lists[key]]}]") for entry in value))
+    return {text}
+
+
 class Read(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.context = served(CAPTURE)
         cls.agent, cls.client = cls.context.__enter__()
-        # The folder is applied before or after the first call, not between two leaves of it.
-        while not cls.client.values("/"):
-            pass
+        cls.client.until_there()
 
     @classmethod
     def tearDownClass(cls):
@@ -107,6 +131,52 @@ class Read(unittest.TestCase):
         self.assertEqual(len(answer.notification), 3)
         self.assertEqual(len({notification.timestamp for notification in answer.notification}), 1)
 
+    def test_G1_no_path_is_the_root(self):
+        (notification,) = self.client.get().notification
+        self.assertEqual(plain(notification.update[0].val), document())
+
+    def test_G1_an_absent_path_fails_the_whole(self):
+        code, text = self.refused("/stp/global", "/stp/interfaces/interface[name=nope]/state")
+        self.assertEqual(code, CODE.NOT_FOUND)
+        self.assertIn("nope", text)
+
+    def test_G1_a_wildcard_that_selects_nothing_gives_an_empty_notification(self):
+        for encoding in ENCODINGS:
+            empty, full = self.client.get("/.../interface[name=nope]", "/stp/global",
+                                          encoding=encoding).notification
+            self.assertFalse(empty.update)
+            self.assertTrue(full.update)
+
+    def test_G2_operational_is_state_that_nobody_configured(self):
+        everything = self.client.values("/")
+        wanted = {text: value for text, value in everything.items()
+                  if "/state/" in text
+                  and text.replace("/state/", "/config/") not in configurable()}
+        self.assertEqual(self.client.values("/", type=gnmi.GetRequest.OPERATIONAL), wanted)
+
+    def test_G2_a_type_means_the_same_in_each_encoding(self):
+        for kind in gnmi.GetRequest.DataType.values():
+            with self.subTest(gnmi.GetRequest.DataType.Name(kind)):
+                wanted = set(self.client.values("/", type=kind))
+                for encoding in (gnmi.JSON, gnmi.JSON_IETF):
+                    (notification,) = self.client.get("/", type=kind,
+                                                      encoding=encoding).notification
+                    got = set()
+                    for each in notification.update:
+                        got |= leaves_of(plain(each.val))
+                    self.assertEqual(got, wanted)
+
+    def test_G2_a_type_that_leaves_nothing_gives_an_empty_notification(self):
+        for encoding in ENCODINGS:
+            (notification,) = self.client.get("/stp/global/config", type=gnmi.GetRequest.STATE,
+                                              encoding=encoding).notification
+            self.assertFalse(notification.update)
+
+    def test_G2_a_type_that_is_none_is_refused(self):
+        code, text = self.refused("/", type=9)
+        self.assertEqual(code, CODE.INVALID_ARGUMENT)
+        self.assertIn("9", text)
+
     def test_G2_types(self):
         everything = self.client.values("/")
         config = self.client.values("/", type=gnmi.GetRequest.CONFIG)
@@ -158,6 +228,17 @@ class Read(unittest.TestCase):
                       gnmi.ModelData(name="openconfig-spanning-tree", version="9.9.9")):
             self.assertEqual(self.refused("/", use_models=[model])[0], CODE.INVALID_ARGUMENT)
 
+    def test_G5_each_model_has_its_own_leaves(self):
+        everything = self.client.values("/")
+        parts = []
+        for model in self.client.capabilities().supported_models:
+            (notification,) = self.client.get("/", encoding=gnmi.PROTO,
+                                              use_models=[model]).notification
+            parts.append({text_of(update.path) for update in notification.update})
+        self.assertEqual(sum(map(len, parts)), len(everything))
+        self.assertEqual(set().union(*parts), set(everything))
+        self.assertIn(set(), parts)  # a module of types alone
+
     def test_S16_extensions_that_change_the_meaning_are_refused(self):
         for extension in (gnmi_ext.Extension(depth=gnmi_ext.Depth(level=1)),
                           gnmi_ext.Extension(history=gnmi_ext.History(snapshot_time=1)),
@@ -166,17 +247,68 @@ class Read(unittest.TestCase):
         unknown = gnmi_ext.Extension(registered_ext=gnmi_ext.RegisteredExtension(id=999))
         self.assertTrue(self.client.get("/", extension=[unknown]).notification)
 
-    def test_A6_limits(self):
-        deep = gnmi.Path(elem=[elem("stp")] * 33)
-        self.assertEqual(refusal(self.client._get, gnmi.GetRequest(path=[deep]))[0],
-                         CODE.INVALID_ARGUMENT)
-        long = gnmi.Path(elem=[elem("stp"), elem("interfaces"), elem("interface", name="x" * 257)])
-        self.assertEqual(refusal(self.client._get, gnmi.GetRequest(path=[long]))[0],
-                         CODE.INVALID_ARGUMENT)
-        large = gnmi.GetRequest(path=[path("/stp")], prefix=gnmi.Path(target="x" * (1 << 20)))
-        self.assertEqual(refusal(self.client._get, large)[0], CODE.RESOURCE_EXHAUSTED)
-        self.assertEqual(refusal(self.client._get, gnmi.GetRequest(path=[path("/stp")]),
-                                 metadata=(("x", "y" * (20 << 10)),))[0], CODE.RESOURCE_EXHAUSTED)
+    def test_A6_what_is_beyond_a_limit_is_refused_with_a_word_why(self):
+        interface = [elem("stp"), elem("interfaces")]
+        for request, metadata, code, word in (
+                (gnmi.GetRequest(path=[gnmi.Path(elem=[elem("...")] * 33)]), (),
+                 CODE.INVALID_ARGUMENT, "32"),
+                (gnmi.GetRequest(path=[gnmi.Path(
+                    elem=[*interface, elem("interface", name="x" * 257)])]), (),
+                 CODE.INVALID_ARGUMENT, "256"),
+                (gnmi.GetRequest(prefix=gnmi.Path(target="x" * (1 << 20))), (),
+                 CODE.RESOURCE_EXHAUSTED, "1048576"),
+                (gnmi.GetRequest(), (("x", "y" * (20 << 10)),), CODE.RESOURCE_EXHAUSTED,
+                 "metadata")):
+            with self.subTest(word):
+                refused, message = refusal(self.client._get, request, metadata=metadata)
+                self.assertEqual(refused, code, message)
+                self.assertIn(word, message)
+
+    def test_A6_what_is_just_within_a_limit_is_taken(self):
+        interface = [elem("stp"), elem("interfaces"), elem("interface", name="x" * 256)]
+        get = self.client._get
+        self.assertTrue(get(gnmi.GetRequest(path=[gnmi.Path(elem=[elem("...")] * 32)],
+                                            encoding=gnmi.PROTO)).notification[0].update)
+        self.assertEqual(refusal(get, gnmi.GetRequest(path=[gnmi.Path(elem=interface)]))[0],
+                         CODE.NOT_FOUND)
+        target = "x" * ((1 << 20) - 100)
+        self.assertTrue(get(gnmi.GetRequest(prefix=gnmi.Path(target=target))).notification)
+        self.assertTrue(get(gnmi.GetRequest(), metadata=(("x", "y" * (15 << 10)),)).notification)
+        with self.client.subscribe(*["/stp"] * 256) as stream:
+            self.assertTrue(stream.until_sync())
+
+
+class Changing(unittest.TestCase):
+    def test_G1_an_answer_never_mixes_versions(self):
+        vlans, guard = "/stp/global/state/disabled-vlan", "/stp/global/state/bpdu-guard"
+        with running() as (agent, client):
+            agent.global_state(bpduGuard=False, disabledVlan=[2])
+            while vlans not in client.values("/"):
+                pass
+            ended = threading.Event()
+
+            def change():
+                number = 2
+                while not ended.is_set():
+                    number = number % 4000 + 1
+                    agent.global_state(bpduGuard=number % 2 == 1, disabledVlan=[number])
+                    ended.wait(0.001)
+
+            changing = threading.Thread(target=change)
+            changing.start()
+            seen = set()
+            try:
+                while len(seen) < 100:
+                    both = client.get(guard, vlans, "/", encoding=gnmi.PROTO).notification
+                    self.assertEqual(len({each.timestamp for each in both}), 1)
+                    values = [plain(both[0].update[0].val), *plain(both[1].update[0].val)]
+                    whole = {text_of(update.path): plain(update.val) for update in both[2].update}
+                    self.assertEqual([whole[guard], *whole[vlans]], values)
+                    self.assertEqual(values[0], values[1] % 2 == 1)
+                    seen.add(values[1])
+            finally:
+                ended.set()
+                changing.join()
 
 
 class Keys(unittest.TestCase):

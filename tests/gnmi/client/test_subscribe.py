@@ -1,11 +1,13 @@
 """What Subscribe sends, and when."""
 
+import itertools
 import signal
+import threading
 import time
 import unittest
 
-from gnmi_client import (Agent, Client, Subscription, captures, gnmi, grpc, path, refusal, replaying,
-                         running, served, text_of)
+from gnmi_client import (LONG, Agent, Client, Subscription, captures, gnmi, gnmi_ext, grpc, path,
+                         plain, refusal, replaying, running, served, text_of)
 
 CODE = grpc.StatusCode
 LIST = gnmi.SubscriptionList
@@ -80,6 +82,31 @@ class Subscribe(unittest.TestCase):
             stream.until(lambda state: name not in state)
             self.assertEqual(stream.state, {})
 
+    def test_S6_what_one_operation_changes_is_one_notification(self):
+        with self.client.subscribe("/stp/global/state") as stream:
+            stream.until_sync()
+            for number in range(1, 20):
+                self.agent.global_state(bpduGuard=number % 2 == 1, disabledVlan=[number])
+                notification = stream.next().update
+                self.assertEqual([text_of(update.path) for update in notification.update],
+                                 ["/stp/global/state/bpdu-guard",
+                                  "/stp/global/state/disabled-vlan"])
+            self.assertTrue(stream.is_quiet())
+
+    def test_S6_values_are_leaves_in_each_encoding(self):
+        self.agent.ports(3)
+        last = "/stp/interfaces/interface[name=port0002]/state/name"
+        with self.client.subscribe("/") as stream:
+            stream.until(lambda state: last in state)
+        wanted = self.client.values("/")
+        for encoding in (gnmi.JSON, gnmi.JSON_IETF, gnmi.PROTO):
+            with self.client.subscribe("/", mode=LIST.ONCE, encoding=encoding) as stream:
+                stream.until_sync()
+                self.assertEqual(stream.state, wanted)
+        for encoding in (gnmi.BYTES, gnmi.ASCII):
+            with self.client.subscribe("/", encoding=encoding) as stream:
+                self.assertEqual(self.ended(stream)[0], CODE.UNIMPLEMENTED)
+
     def test_S7_the_time_is_that_of_the_change(self):
         self.guard(True)
         with self.client.subscribe(GUARD) as stream:
@@ -148,18 +175,93 @@ class Subscribe(unittest.TestCase):
         self.assertEqual(len(told), len(set(told)))
         self.assertIn(GUARD, told)
 
-    def test_S16_history_is_not_served(self):
-        from gnmi_client import gnmi_ext
+    def test_S16_extensions_that_change_the_meaning_are_not_served(self):
+        for name in ("history", "depth", "commit", "master_arbitration", "config_subscription"):
+            extension = gnmi_ext.Extension()
+            getattr(extension, name).SetInParent()
+            with Subscription(self.client) as stream:
+                stream.send(subscribe=LIST(subscription=[subscription(GUARD)]),
+                            extension=[extension])
+                code, message = self.ended(stream)
+                self.assertEqual(code, CODE.UNIMPLEMENTED, name)
+                self.assertIn(name, message)
+
+    def test_S16_what_asks_for_nothing_here_is_taken(self):
+        unknown = gnmi_ext.Extension(registered_ext=gnmi_ext.RegisteredExtension(id=999))
         with Subscription(self.client) as stream:
-            stream.send(subscribe=LIST(subscription=[subscription(GUARD)]),
-                        extension=[gnmi_ext.Extension(history=gnmi_ext.History(snapshot_time=1))])
-            self.assertEqual(self.ended(stream)[0], CODE.UNIMPLEMENTED)
+            stream.send(subscribe=LIST(
+                subscription=[subscription(GUARD)], encoding=gnmi.PROTO, allow_aggregation=True,
+                qos=gnmi.QOSMarking(marking=5)), extension=[unknown])
+            stream.until_sync()
+            self.assertEqual(stream.state, {GUARD: False})
 
     def test_B5_at_the_end_streams_are_unavailable(self):
         with self.client.subscribe(GUARD) as stream:
             stream.until_sync()
             self.assertEqual(self.agent.stop(), 0)
             self.assertEqual(self.ended(stream)[0], CODE.UNAVAILABLE)
+
+
+class Changing(unittest.TestCase):
+    """Clients that subscribe while the state changes again and again."""
+
+    VLANS = "/stp/global/state/disabled-vlan"
+    NUMBERS = 4000
+    AT_A_TIME = 20
+
+    def count(self):
+        self.number = self.number % self.NUMBERS + 1
+        self.agent.global_state(disabledVlan=[self.number])
+
+    def change(self, ended):
+        port = ["ocInterfaceStateDir", "state", "port1"]
+        for step in itertools.count():
+            if step % 20 == 0:
+                self.agent.operation(op="set", path=port, value={})
+            elif step % 20 == 10:
+                self.agent.operation(op="delete", path=port)
+            self.count()
+            if ended.wait(0.002):
+                return
+
+    def check_numbers(self, notifications):
+        """None is missing and none comes twice; those that were skipped are counted."""
+        last = None
+        for notification in notifications:
+            for update in notification.update:
+                if text_of(update.path) == self.VLANS:
+                    (number,) = plain(update.val)
+                    if last is not None:
+                        self.assertEqual((number - last - 1 - update.duplicates) % self.NUMBERS, 0)
+                    last = number
+
+    def test_S3_nothing_is_lost_or_doubled_between_the_state_and_its_changes(self):
+        self.number = 0
+        with running() as (self.agent, client):
+            self.count()
+            for _ in range(50 if LONG else 5):
+                ended = threading.Event()
+                changing = threading.Thread(target=self.change, args=[ended])
+                changing.start()
+                streams = []
+                try:
+                    for _ in range(self.AT_A_TIME):
+                        streams.append(client.subscribe("/stp"))
+                    time.sleep(0.1)
+                    ended.set()
+                    changing.join()
+                    self.count()
+                    while client.values("/stp").get(self.VLANS) != [self.number]:
+                        pass
+                    final = client.values("/stp")
+                    for stream in streams:
+                        self.check_numbers(stream.until_sync()
+                                           + stream.until(lambda state: state == final))
+                finally:
+                    ended.set()
+                    changing.join()
+                    for stream in streams:
+                        stream.cancel()
 
 
 class Replayed(unittest.TestCase):

@@ -72,7 +72,7 @@ void Mirror::stopAll() {
   }
 }
 
-void Mirror::syncDisabledVlans() {
+void Mirror::syncDisabledVlans() const {
   if (Object const syncher = object(*topLevelClass("OCGlobalVlanSyncher"))) {
     static_cast<Stp::OCGlobalVlanSyncher&>(*syncher).syncDisabledVlan();
   }

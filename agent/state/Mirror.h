@@ -43,7 +43,7 @@ class Mirror {
 
   /// Carries the disabled VLANs of the target, which clients may write, back into the source.
   /// Without the object that does it, nothing is done.
-  void syncDisabledVlans();
+  void syncDisabledVlans() const;
 
   /// The object of a class, or absent.
   Lumo::Ptr<Lumo::Node> object(TopLevelClass const& topLevel) const;

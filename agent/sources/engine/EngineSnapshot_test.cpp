@@ -1,5 +1,6 @@
 #include "agent/sources/engine/EngineSnapshot.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -203,12 +204,7 @@ TEST(EngineSnapshot, WrongUtf8IsReplacedAndToldOncePerString) {
       edited("showportdetail.json", R"("port":"Ethernet2")", "\"port\":\"e\xE4\"")
           .at("showportdetail.json");
   std::vector<SnapshotRemark> remarks;
-  auto const snapshot = parseSnapshot(
-      [&files](std::string const& file) {
-        auto const found = files.find(file);
-        return found == files.end() ? std::nullopt : std::optional(found->second);
-      },
-      "br0", &remarks);
+  auto const snapshot = parsed(files, "br0", &remarks);
   EXPECT_EQ(snapshot.mstConfig.regionName, "campus-w\xEF\xBF\xBDst");
   EXPECT_EQ(snapshot.ports.at(1).name, "e\xEF\xBF\xBD");
   EXPECT_EQ(
@@ -224,13 +220,17 @@ TEST(EngineSnapshot, OfPortsThatWouldBeShownAlikeTheFirstIsTaken) {
   std::string& ports = files.at("showportdetail.json");
   ports.replace(ports.find("\"Ethernet2\""), 11, "\"e\xE4\"");
   ports.replace(ports.find("\"Ethernet3\""), 11, "\"e\xF6\"");
-  auto const snapshot = parsed(files);
+  std::vector<SnapshotRemark> remarks;
+  auto const snapshot = parsed(files, "br0", &remarks);
   std::vector<std::string> names;
   for (Port const& port : snapshot.ports) {
     names.push_back(port.name.toString());
   }
   EXPECT_EQ(names,
             (std::vector<std::string>{"Ethernet1", "e\xEF\xBF\xBD", "Ethernet4", "Ethernet5"}));
+  EXPECT_THAT(remarks, testing::Contains(SnapshotRemark{
+                           "showportdetail.json",
+                           "port \"e\xEF\xBF\xBD\" is left out: another is shown so"}));
 }
 
 TEST(EngineSnapshot, BridgeThatIsNotUtf8IsFoundByItsBytes) {

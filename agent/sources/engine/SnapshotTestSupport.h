@@ -32,13 +32,14 @@ inline Files filesOf(std::filesystem::path const& dir) {
   return files;
 }
 
-inline EngineSnapshot parsed(Files const& files, std::string const& bridge = "br0") {
+inline EngineSnapshot parsed(Files const& files, std::string const& bridge = "br0",
+                             std::vector<SnapshotRemark>* remarks = nullptr) {
   return parseSnapshot(
       [&files](std::string const& file) {
         auto const found = files.find(file);
         return found == files.end() ? std::nullopt : std::optional(found->second);
       },
-      bridge);
+      bridge, remarks);
 }
 
 /// What a snapshot is refused with; empty if it isn't.

@@ -53,6 +53,17 @@ TEST_F(GnmiStream, S2PollIsUpdatesAndSyncAPoll) {
   EXPECT_THAT(taken(*stream), ElementsAre("sync", "sync"));
 }
 
+TEST_F(GnmiStream, PollBehindTheEndGivesNothing) {
+  SubscribeRequest request = streamOf({"/stp"});
+  request.mode = CallMode::poll;
+  auto const stream = subscribe(request);
+  stream->end({Code::unavailable, "over"});
+  stream->poll();
+  EXPECT_THAT(taken(*stream), ElementsAre("end 14 over"));
+  stream->poll();
+  EXPECT_THAT(taken(*stream), IsEmpty());
+}
+
 TEST_F(GnmiStream, S3InitialValuesSyncThenChanges) {
   applyAt(2'000, stateIs("E1", R"({"linkType":1})"));
   auto const stream = subscribe({"/stp/interfaces/interface/state/link-type"});

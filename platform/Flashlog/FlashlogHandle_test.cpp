@@ -89,12 +89,12 @@ TEST(FlashlogHandle, ScopeLeavesAHandleAloneThatCameMeanwhile) {
 
 TEST(FlashlogHandle, OptionsReachTheFile) {
   TemporaryFolder const folder;
-  FlashlogHandle const handle(folder.file("trace"), false, smallTrace(2));
-  int const id = newMessage(*handle.traceFile(), "text");
-  for (int i = 0; i < 3; ++i) {
-    BlockTimerSelf const timer(handle.traceFile(), id);
+  for (bool const multiThreaded : {false, true}) {
+    FlashlogHandle handle(folder.file("trace"), multiThreaded, smallTrace(4));
+    Layout::Header const header = headerOf(handle.mtTraceFile()->path());
+    EXPECT_EQ(header.ringCapacity, 4U);
+    EXPECT_EQ(header.messageAreaBytes, 512U);
   }
-  EXPECT_EQ(readTrace(folder.file("trace")).lost, 1U);
 }
 
 TEST(FlashlogHandle, MultiThreadedHandleHasNoFileUntilAThreadAsks) {

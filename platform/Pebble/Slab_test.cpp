@@ -48,6 +48,16 @@ TEST(Slab, CountsPiecesByClass) {
   EXPECT_EQ(countersOf(232).allocated, before.allocated + 3) << "one that was used before counts";
 }
 
+TEST(Slab, TakesNothingForOneByte) {
+  SlabCounters const before = countersOf(8);
+  void* const nothing = slabAlloc(0);
+  EXPECT_EQ(countersOf(8).inUse, before.inUse + 1);
+  slabFree(nothing, 0);
+  EXPECT_EQ(countersOf(8).inUse, before.inUse);
+  EXPECT_EQ(slabAlloc(8), nothing);
+  slabFree(nothing, 8);
+}
+
 TEST(Slab, ListsClassesInAscendingOrder) {
   slabFree(slabAlloc(3000), 3000);
   slabFree(slabAlloc(16), 16);

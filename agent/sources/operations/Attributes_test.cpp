@@ -156,6 +156,8 @@ TEST_F(Attributes, MstConfigKeepsWhatItIsNotGiven) {
       return root == "input" ? sources().input->mstConfig() : sources().config->mstConfig();
     };
     EXPECT_EQ(present(), Stp::MstConfig());
+    apply(set(path, R"({"revision":-0})"));
+    EXPECT_EQ(present(), Stp::MstConfig());
     apply(set(path, R"({"regionName":"west \u00e9","revision":18446744073709551615})"));
     apply(set(path, R"({"vidToMsti":[[10,5],[258,4095],[65535,0],[0,1]]})"));
     Stp::MstConfig expected;

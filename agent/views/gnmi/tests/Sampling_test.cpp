@@ -159,6 +159,20 @@ TEST_F(GnmiSampling, S9HeartbeatBeatsSuppression) {
   EXPECT_THAT(taken(*stream), IsEmpty());
 }
 
+TEST_F(GnmiSampling, S9HeartbeatAddsNothingWhereNothingIsSuppressed) {
+  linkTypeIs(1);
+  auto request = sampleOf(linkType, 2s);
+  request.paths[0].heartbeatInterval = inNanoseconds(3s);
+  auto const stream = subscribe(request);
+  taken(*stream);
+  std::vector<std::size_t> told;
+  for (int second = 1; second <= 6; ++second) {
+    pass(1s);
+    told.push_back(taken(*stream).size());
+  }
+  EXPECT_THAT(told, ElementsAre(0, 1, 0, 1, 0, 1));
+}
+
 TEST_F(GnmiSampling, S9IntervalsAreChecked) {
   auto request = sampleOf("/stp", 2s);
   request.paths[0].heartbeatInterval = inNanoseconds(1999ms);

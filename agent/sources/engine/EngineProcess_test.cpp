@@ -118,6 +118,7 @@ TEST_F(EngineProcessTest, FailureTellsStatusAndComplaint) {
       ask("echo part; echo >&2; echo ' no socket' >&2; echo more >&2; exit 1");
   EXPECT_EQ(answer.problem, "failed with status 1");
   EXPECT_EQ(answer.complaint, "no socket");
+  EXPECT_EQ(ask("printf 'no\\rsocket\\n' >&2; exit 1").complaint, "no");
   EXPECT_EQ(ask("echo part; kill -TERM $$").problem, "was ended by signal 15");
   EXPECT_EQ(ask("echo part; exit 1").output, "part\n");
   EXPECT_EQ(ask("echo warning >&2").problem, "");

@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import queue
+import socket
 import subprocess
 import sys
 import tempfile
@@ -20,6 +21,7 @@ sys.path.insert(0, str(FOLDER.parent / "client"))
 from gnmi_client import PATIENCE, Agent, Client, captures, replaying  # noqa: E402,F401
 
 INSTALLED = pathlib.Path(os.environ.get("STP_FOREIGN_CLIENTS", "nowhere"))
+EXAMPLES = FOLDER.parents[2] / "examples"
 VLANS = "/stp/global/config/disabled-vlan"
 GUARD = "/stp/global/config/bpdu-guard"
 
@@ -56,9 +58,25 @@ class Secured:
     def __exit__(self, *_):
         self.folder.cleanup()
 
+    def example(self, name, changed):
+        """A copy of an example in which texts stand for others, each of which is in it."""
+        text = (EXAMPLES / name).read_text(encoding="utf-8")
+        for before, after in changed.items():
+            assert before in text, before
+            text = text.replace(before, after)
+        copy = os.path.join(self.folder.name, name)
+        with open(copy, "w", encoding="utf-8") as file:
+            file.write(text)
+        return copy
+
     def agent(self):
         return running("--gnmi-cert", self.certificate, "--gnmi-key", self.key, "--gnmi-users",
                        self.users)
+
+
+def free_port():
+    with socket.create_server(("127.0.0.1", 0)) as server:
+        return server.getsockname()[1]
 
 
 def running(*options):

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -74,10 +75,16 @@ TEST(Diagnostics, ProgressMakesWayForARefusal) {
 }
 
 TEST(Diagnostics, ProgressFitsIntoTheTerminalsLine) {
-  Outcome const outcome =
-      runAgent({"replay", "--bridge", "br0", "--show", "none", std::string(100, 'x')}, "",
-               {.errors = Errors::terminal});
-  EXPECT_THAT(outcome.err, StartsWith("\r\033[K1 of 1: " + std::string(51, 'x') + "\r\033[K"));
+  struct Case {
+    unsigned short columns;
+    std::size_t shown;
+  };
+  for (Case const& c : {Case{60, 51}, Case{20, 11}, Case{0, 71}}) {  // that tells none has 80
+    Outcome const outcome =
+        runAgent({"replay", "--bridge", "br0", "--show", "none", std::string(100, 'x')}, "",
+                 {.errors = Errors::terminal, .columns = c.columns});
+    EXPECT_THAT(outcome.err, StartsWith("\r\033[K1 of 1: " + std::string(c.shown, 'x') + "\r"));
+  }
 }
 
 TEST(Diagnostics, ProgressCannotCommandTheTerminal) {

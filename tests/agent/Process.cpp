@@ -34,9 +34,9 @@ std::array<int, 2> makePipe() {
 }
 
 // Two ends of a terminal: for the reader, and for the agent.
-std::array<int, 2> makeTerminal() {
+std::array<int, 2> makeTerminal(unsigned short columns) {
   std::array<int, 2> ends{};
-  winsize size{.ws_row = 24, .ws_col = 60, .ws_xpixel = 0, .ws_ypixel = 0};
+  winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
   require(::openpty(&ends[0], &ends[1], nullptr, nullptr, &size) == 0, "openpty");
   for (int const end : ends) {
     ::fcntl(end, F_SETFD, FD_CLOEXEC);
@@ -61,7 +61,7 @@ Process::Process(std::vector<std::string> const& arguments, Surroundings const& 
   argv.push_back(nullptr);
   auto const input = makePipe();
   auto const output = makePipe();
-  auto const errors = around.errors == Errors::terminal ? makeTerminal() : makePipe();
+  auto const errors = around.errors == Errors::terminal ? makeTerminal(around.columns) : makePipe();
   std::vector<std::string> variables{"TERM=xterm"};
   variables.insert(variables.end(), around.environment.begin(), around.environment.end());
   if (around.errors == Errors::journal) {

@@ -26,6 +26,8 @@ enum class Errors { pipe, terminal, journal };
 /// What surrounds the agent.
 struct Surroundings {
   Errors errors = Errors::pipe;
+  /// The width of a terminal; 0 where it does not tell.
+  unsigned short columns = 60;
   /// Further variables of the environment, "NAME=VALUE", and "NAME" for one that is not to be
   /// there.
   std::vector<std::string> environment = {};

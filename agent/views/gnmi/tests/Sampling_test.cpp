@@ -136,6 +136,16 @@ TEST_F(GnmiSampling, S9HeartbeatSendsAllAgainFromTheSyncOn) {
   EXPECT_THAT(values(*stream), ElementsAre("link-type=\"P2P\""));
 }
 
+TEST_F(GnmiSampling, S8StreamThatEndedIsSampledNoMore) {
+  auto const stream = subscribe(sampleOf("/stp", 2s));
+  taken(*stream);
+  stream->end({Code::unavailable, "over"});
+  pass(5s);
+  EXPECT_THAT(taken(*stream), ElementsAre("end 14 over"));
+  pass(5s);
+  EXPECT_THAT(taken(*stream), IsEmpty());
+}
+
 TEST_F(GnmiSampling, S9HeartbeatBeatsSuppression) {
   linkTypeIs(1);
   auto request = sampleOf(linkType, 2s);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -334,10 +335,12 @@ TEST(TraceFile, FailureNamesTheFileAndTheReason) {
             {.ringCapacity = std::size_t{1} << 58U},
             "cannot be extended to 6917529027642134528 bytes"}}) {
     SCOPED_TRACE(c.path);
+    errno = 0;
     try {
       TraceFile const file(c.path, c.options);
       ADD_FAILURE() << "was created";
     } catch (std::system_error const& error) {
+      EXPECT_TRUE(error.code()) << "the reason has a number";
       EXPECT_THAT(error.what(), HasSubstr("trace file " + c.path + ": "));
       EXPECT_THAT(error.what(), HasSubstr(c.reason));
     }

@@ -356,16 +356,22 @@ TEST(FlashlogDump, ClosedPipeEndsItQuietly) {
   }
 }
 
+// Little is written at the end, much before that.
 TEST(FlashlogDump, FullDiskIsAnError) {
-  TemporaryFolder const folder;
-  DumpedTrace trace(folder.file("open"), 4);
-  trace.record(1, 1, trace.message("text"));
-  int const full = open("/dev/full", O_WRONLY);
-  ASSERT_GE(full, 0);
-  Result const result = dump({trace.saved(folder.file("trace"))}, full);
-  close(full);
-  EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.error, StartsWith("flashlog-dump: standard output: No space left"));
+  for (std::uint64_t const records : {1U, 10'000U}) {
+    TemporaryFolder const folder;
+    DumpedTrace trace(folder.file("open"), 10'000);
+    int const id = trace.message("text");
+    for (std::uint64_t i = 0; i < records; ++i) {
+      trace.record(i, 1, id);
+    }
+    int const full = open("/dev/full", O_WRONLY);
+    ASSERT_GE(full, 0);
+    Result const result = dump({trace.saved(folder.file("trace"))}, full);
+    close(full);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, StartsWith("flashlog-dump: standard output: No space left"));
+  }
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ With an authority it speaks TLS, with a target that calls itself localhost.
 import argparse
 import json
 
-from gnmi_client import Client, grpc, plain, text_of
+from gnmi_client import PATIENCE, Client, grpc, plain, text_of
 
 
 def say(**members):
@@ -27,7 +27,8 @@ def main():
     with Client(asked.address, credentials, options=options) as client, \
             client.subscribe(*asked.path) as stream:
         try:
-            for response in iter(stream.next, None):
+            # It may be stopped for longer than others are waited for.
+            for response in iter(lambda: stream.next(5 * PATIENCE), None):
                 if response.sync_response:
                     say(sync=True)
                     continue

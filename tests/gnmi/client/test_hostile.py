@@ -4,13 +4,11 @@ import contextlib
 import os
 import random
 import socket
-import struct
 import time
 import unittest
 
 from gnmi_client import LONG, PATIENCE, Agent, Client, grpc, refusal
-from raw_http2 import (CONTINUATION, DATA, END_HEADERS, HEADERS, SUBSCRIBE, Connection, Sending,
-                       frame, literal)
+from raw_http2 import CONTINUATION, END_HEADERS, HEADERS, SUBSCRIBE, Connection, frame, literal
 
 CODE = grpc.StatusCode
 GUARD = "/stp/global/config/bpdu-guard"
@@ -106,24 +104,6 @@ class Hostile(unittest.TestCase):
             self.guard = not self.guard
             self.agent.set("input", "portfastBpduguard", value=self.guard)
             self.stream.until(lambda state: state[GUARD] == self.guard)
-
-
-class Huge(unittest.TestCase):
-    def test_A6_a_message_that_says_to_be_huge_is_refused_long_before_it_is_there(self):
-        with Agent("run", "--show", "none", gnmi_options=[
-                "--gnmi", "127.0.0.1:0", "--gnmi-insecure"]) as agent:
-            before = agent.resident()
-            with Connection(agent.addresses[0]) as connection:
-                connection.greet()
-                connection.send(frame(HEADERS, SUBSCRIBE, END_HEADERS, 1))
-                sending = Sending(connection, 1)
-                sending.send(b"\0" + struct.pack(">I", (1 << 31) - 1))
-                while not sending.is_answered:
-                    sending.send(bytes(16_384))
-                    self.assertLess(sending.sent, 512 << 20)
-            self.assertLess(agent.resident() - before, 384 << 20)
-            with Client(agent.addresses[0]) as client:
-                self.assertTrue(client.get("/").notification)
 
 
 class FewDescriptors(unittest.TestCase):

@@ -43,6 +43,38 @@ void fold(State& state, gnmi::Notification const& notification) {
   }
 }
 
+std::string textOf(std::string const& path) {
+  gnmi::Path parsed;
+  (void)parsed.ParseFromString(path);
+  std::string text;
+  for (gnmi::PathElem const& elem : parsed.elem()) {
+    text += "/" + elem.name();
+    for (auto const& [name, value] : elem.key()) {
+      text += "[" + name + "=" + value + "]";
+    }
+  }
+  return text;
+}
+
+// What a state has too much, too little, or otherwise.
+std::string differenceOf(State const& state, State const& wanted) {
+  std::string text;
+  for (auto const& [path, value] : state) {
+    auto const found = wanted.find(path);
+    if (found == wanted.end()) {
+      text += " +" + textOf(path);
+    } else if (found->second != value) {
+      text += " !" + textOf(path);
+    }
+  }
+  for (auto const& [path, value] : wanted) {
+    if (state.count(path) == 0) {
+      text += " -" + textOf(path);
+    }
+  }
+  return text;
+}
+
 struct Counts {
   std::atomic<std::uint64_t> messages = 0;
   std::atomic<std::uint64_t> updates = 0;
@@ -182,11 +214,16 @@ class Subscribers {
     State const final = once.state();
     auto const end = std::chrono::steady_clock::now() + patience;
     std::size_t equal = 0;
+    std::string difference;
     for (auto const& each : all_) {
       while (!each->has(final) && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
       }
-      equal += each->has(final) ? 1 : 0;
+      if (each->has(final)) {
+        ++equal;
+      } else if (difference.empty()) {
+        difference = differenceOf(each->state(), final);
+      }
     }
     return "{\"equal\": " + std::to_string(equal) +
            ", \"leaves\": " + std::to_string(final.size()) + "}";

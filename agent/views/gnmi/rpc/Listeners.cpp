@@ -118,7 +118,7 @@ bool Listeners::accept(Base::FileDescriptor const& socket, Take const& take) con
   if (connection.number() < mostDescriptors_) {
     // Socket files have neither.
     int const on = 1;
-    int const patience = std::chrono::milliseconds(unansweredPatience).count();
+    constexpr int patience = std::chrono::milliseconds(unansweredPatience).count();
     (void)::setsockopt(connection.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     (void)::setsockopt(connection.number(), IPPROTO_TCP, TCP_USER_TIMEOUT, &patience,
                        sizeof patience);

@@ -3,7 +3,6 @@
 #include <absl/synchronization/mutex.h>
 #include <grpc/support/log.h>
 #include <grpcpp/ext/proto_server_reflection_plugin.h>
-#include <grpcpp/resource_quota.h>
 #include <grpcpp/server_builder.h>
 
 #include <chrono>
@@ -25,9 +24,6 @@ constexpr int largestMetadata = 16 << 10;
 constexpr int mostCallsOnOneConnection = 200;
 // How much of what is sent may wait to go out together: what one record of TLS holds.
 constexpr int largestBatch = 16 << 10;
-// Of what connections send and are sent. Without a bound, a message of which only the first bytes
-// say how large it is would be kept until it is there.
-constexpr std::size_t mostMemory = 256 << 20;
 constexpr int millisecondsBetweenPings = 10'000;
 constexpr int millisecondsForAPing = std::chrono::milliseconds(unansweredPatience).count();
 // Of the client's own pings, which some send every 10 s.
@@ -124,7 +120,6 @@ void Server::open(std::vector<Address> const& addresses) {
                              leastMillisecondsBetweenPings);
   builder.AddChannelArgument(GRPC_ARG_SERVER_HANDSHAKE_TIMEOUT_MS, millisecondsForAHandshake);
   builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_IDLE_MS, millisecondsWithoutCalls);
-  builder.SetResourceQuota(grpc::ResourceQuota("gnmi").Resize(mostMemory));
   builder.RegisterService(&service_);
   for (Address const& address : addresses) {
     auto const credentials = credentialsFor(address);

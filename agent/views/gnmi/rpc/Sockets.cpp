@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <system_error>
@@ -97,7 +98,12 @@ bool isElsewhere(int error) {
   return error == EADDRNOTAVAIL || error == EAFNOSUPPORT;
 }
 
-OpenAddress listenOnHost(Address const& address) {
+struct FreeAddresses {
+  void operator()(addrinfo* first) const { ::freeaddrinfo(first); }
+};
+using AddressList = std::unique_ptr<addrinfo, FreeAddresses>;
+
+AddressList addressesOf(Address const& address) {
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_flags = AI_PASSIVE;
@@ -106,17 +112,39 @@ OpenAddress listenOnHost(Address const& address) {
           ::getaddrinfo(address.host().c_str(), address.port().c_str(), &hints, &found)) {
     refuse(address, ::gai_strerror(error));
   }
-  std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> const all(found, &::freeaddrinfo);
+  return AddressList(found);
+}
+
+void portIs(addrinfo const* first, int port) {
+  for (addrinfo const* each = first; each != nullptr; each = each->ai_next) {
+    reinterpret_cast<sockaddr_in*>(each->ai_addr)->sin_port =
+        htons(static_cast<std::uint16_t>(port));
+  }
+}
+
+// A name can have one address twice.
+bool stoodBefore(addrinfo const* first, addrinfo const& one) {
+  for (addrinfo const* each = first; each != &one; each = each->ai_next) {
+    if (each->ai_addrlen == one.ai_addrlen &&
+        std::memcmp(each->ai_addr, one.ai_addr, one.ai_addrlen) == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+OpenAddress listenOnHost(Address const& address) {
+  AddressList const all = addressesOf(address);
   OpenAddress open;
   int skipped = 0;
-  for (addrinfo* each = found; each != nullptr; each = each->ai_next) {
-    if (open.port != 0) {
-      reinterpret_cast<sockaddr_in*>(each->ai_addr)->sin_port =
-          htons(static_cast<std::uint16_t>(open.port));
+  for (addrinfo const* each = all.get(); each != nullptr; each = each->ai_next) {
+    if (stoodBefore(all.get(), *each)) {
+      continue;
     }
     auto socket = listening(each->ai_family, each->ai_addr, each->ai_addrlen);
     if (socket.isOpen()) {
       open.port = portOf(socket);
+      portIs(all.get(), open.port);
       open.sockets.push_back(std::move(socket));
     } else if (!isElsewhere(skipped = errno)) {
       refuse(address, errorText(errno));

@@ -86,7 +86,8 @@ class Hostile(unittest.TestCase):
             for stream in range(1, 20_001, 2):
                 if not connection.send(frame(HEADERS, SUBSCRIBE, END_HEADERS, stream)):
                     break
-            self.assertLess(self.agent.resident() - before, 32 << 20)
+            # 10,000 calls would be more than twice as much.
+            self.assertLess(self.agent.resident() - before, 64 << 20)
 
     def test_A6_more_connections_than_there_may_be_leave_room_for_those_that_come_later(self):
         connections = []

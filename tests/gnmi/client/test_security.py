@@ -166,6 +166,8 @@ class Security(unittest.TestCase):
                 client.set(update=[VLANS])
             with self.client(agent, certificate=self.authority.sign("stranger")) as client:
                 self.refused(CODE.UNAUTHENTICATED, client.get, "/")
+            with self.client(agent, certificate=self.authority.sign("ann")) as client:
+                self.refused(CODE.UNAUTHENTICATED, client.get, "/")  # her password is asked for
             bob = ("bob", "secret-of-bob")
             with self.client(agent, bob, self.authority.sign("machine")) as client:
                 self.assertTrue(self.may_read(client))

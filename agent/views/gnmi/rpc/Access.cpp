@@ -66,10 +66,11 @@ class Access::Processor final : public grpc::AuthMetadataProcessor {
                  : grpc::Status(grpc::UNAUTHENTICATED, "wrong user name or password");
     }
     auto const certified = commonName(*peer);
-    return certified && users->find(*certified) != nullptr
+    return certified && users->findCertified(*certified) != nullptr
                ? grpc::Status::OK
                : grpc::Status(grpc::UNAUTHENTICATED,
-                              certified ? "the certificate's common name is no user's"
+                              certified ? "the certificate's common name is no user's who needs "
+                                          "no password"
                                         : "user name and password are missing");
   }
 
@@ -109,7 +110,7 @@ void Access::requireWriter(grpc::CallbackServerContext const& context) const {
   // A name that came through counts more than a certificate.
   auto const name = valueOf(context.client_metadata(), "username");
   auto const certified = commonName(*peer);
-  User const* const user = users->find(name ? *name : certified.value_or(""));
+  User const* const user = name ? users->find(*name) : users->findCertified(certified.value_or(""));
   if (user == nullptr || user->role != Role::write) {
     throw Failure(Code::permissionDenied, "the user has the role read");
   }

@@ -74,6 +74,11 @@ User const* Users::find(std::string_view name) const {
   return found == users_.end() ? nullptr : &found->second;
 }
 
+User const* Users::findCertified(std::string_view commonName) const {
+  User const* const user = find(commonName);
+  return user != nullptr && user->hash == certificateAlone ? user : nullptr;
+}
+
 bool Users::isPassword(std::string const& name, std::string const& password) const {
   // Of a password that nobody knows.
   static std::string const nobody = crypted("nobody's password", "$6$7RkQzvN4pLw2$");

@@ -30,6 +30,9 @@ class Users {
   /// Null for a name that is not known.
   User const* find(std::string_view name) const;
 
+  /// Null unless a certificate with this common name is enough: its hash is "*".
+  User const* findCertified(std::string_view commonName) const;
+
   /// Whether a user has this password. It takes as long for a name that is not known: some
   /// milliseconds.
   bool isPassword(std::string const& name, std::string const& password) const;

@@ -204,6 +204,13 @@ TEST(GnmiPaths, P6WhatIsNotThereIsNamed) {
             "key than \"name\" alone",
             "3 /stp/interfaces/interface[id=1][name=E1]: \"interface[id=1][name=E1]\" has another "
             "key than \"name\" alone"},
+           {"/stp/interfaces/interface[name=E1][openconfig-spanning-tree:name=E1]",
+            "3 /stp/interfaces/interface[name=E1][openconfig-spanning-tree:name=E1]: "
+            "\"interface[name=E1][openconfig-spanning-tree:name=E1]\" has another "
+            "key than \"name\" alone",
+            "3 /stp/interfaces/interface[name=E1][openconfig-spanning-tree:name=E1]: "
+            "\"interface[name=E1][openconfig-spanning-tree:name=E1]\" has another "
+            "key than \"name\" alone"},
            {"/stp/*/config", "none", "3 /stp/*/config: \"*\" is a wildcard"},
            {"/stp/...", "none", "3 /stp/...: \"...\" is a wildcard"},
            {"/stp/interfaces/interface/config", "none",

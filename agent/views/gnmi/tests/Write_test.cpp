@@ -1,0 +1,59 @@
+// What becomes of a client's write.
+#include "agent/views/gnmi/Write.h"
+
+#include "agent/views/gnmi/tests/GnmiTestSupport.h"
+
+namespace Agent::Gnmi {
+namespace {
+
+using Kind = WriteRequest::Kind;
+
+class GnmiWrite : public HubTest {
+ protected:
+  // What a write of the disabled VLANs leaves there, from left to right.
+  std::string vlansAfter(std::vector<std::pair<Kind, std::string>> const& steps) {
+    session.write(changes(steps));
+    return document("/stp/global/config/disabled-vlan")["/stp/global/config/disabled-vlan"];
+  }
+  Changes changes(std::vector<std::pair<Kind, std::string>> const& steps) const {
+    std::vector<WriteRequest> requests;
+    for (auto const& [kind, value] : steps) {
+      requests.push_back({kind,
+                          pathFrom("/stp/global/config/disabled-vlan"),
+                          {kind == Kind::remove ? Json() : Json::parse(value)}});
+    }
+    return Write(requests).changes(targets());
+  }
+};
+
+TEST_F(GnmiWrite, W4UpdateAddsReplaceSetsAndDeleteClears) {
+  EXPECT_EQ(vlansAfter({{Kind::replace, "[5]"}, {Kind::update, "[7]"}}), "[5,7]");
+  EXPECT_EQ(vlansAfter({{Kind::update, "[6]"}}), "[\"5..7\"]");
+  EXPECT_EQ(vlansAfter({{Kind::replace, "[9]"}}), "[9]");
+  EXPECT_EQ(vlansAfter({{Kind::remove, ""}, {Kind::update, "[\"1..2\",4]"}}), "[\"1..2\",4]");
+  EXPECT_EQ(vlansAfter({{Kind::remove, ""}}), "");
+}
+
+TEST_F(GnmiWrite, W3WhatIsThereAlreadyChangesNothing) {
+  EXPECT_TRUE(changes({{Kind::remove, ""}}).empty());
+  vlansAfter({{Kind::replace, "[5,6]"}});
+  EXPECT_TRUE(changes({{Kind::replace, "[\"5..6\"]"}}).empty());
+  EXPECT_TRUE(changes({{Kind::update, "[6]"}}).empty());
+  EXPECT_TRUE(changes({{Kind::remove, ""}, {Kind::update, "[6,5]"}}).empty());
+  EXPECT_FALSE(changes({{Kind::replace, "[6]"}}).empty());
+}
+
+TEST_F(GnmiWrite, W2RangesMayBeOfOneVlanAndReachBothEnds) {
+  EXPECT_EQ(vlansAfter({{Kind::replace, "[\"4..4\"]"}}), "[4]");
+  EXPECT_EQ(vlansAfter({{Kind::replace, "[\"1..4094\"]"}}), "[\"1..4094\"]");
+  for (char const* const wrong : {"[\"0..4\"]", "[\"4..4095\"]", "[\"5..4\"]", "[0]", "[4095]"}) {
+    EXPECT_THAT(failureOf([&] {
+                  changes({{Kind::replace, wrong}});
+                }),
+                testing::StartsWith("3 /stp/global/config/disabled-vlan"))
+        << wrong;
+  }
+}
+
+}  // namespace
+}  // namespace Agent::Gnmi

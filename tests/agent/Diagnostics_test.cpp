@@ -101,5 +101,14 @@ TEST(Diagnostics, NoProgressElsewhereOrBetweenTheLinesOfATrace) {
               AllOf(HasSubstr("OCGlobalConfigSm"), Not(HasSubstr("1 of 2"))));
 }
 
+TEST(Diagnostics, NoProgressBetweenResultsOnTheSameTerminal) {
+  auto const watching = replayOf(STP_CAPTURES_DIR "/02-admin-edge", {"--watch"});
+  EXPECT_THAT(runAgent(watching, "", {.errors = Errors::sharedTerminal}).err,
+              AllOf(HasSubstr("\"ocInterfaceConfigDir\""), Not(HasSubstr("1 of 2"))));
+  Outcome const apart = runAgent(watching, "", {.errors = Errors::terminal});
+  EXPECT_THAT(apart.out, HasSubstr("\"ocInterfaceConfigDir\""));
+  EXPECT_THAT(apart.err, HasSubstr("1 of 2"));
+}
+
 }  // namespace
 }  // namespace Test

@@ -61,7 +61,9 @@ Process::Process(std::vector<std::string> const& arguments, Surroundings const& 
   argv.push_back(nullptr);
   auto const input = makePipe();
   auto const output = makePipe();
-  auto const errors = around.errors == Errors::terminal ? makeTerminal(around.columns) : makePipe();
+  bool const isShared = around.errors == Errors::sharedTerminal;
+  auto const errors =
+      isShared || around.errors == Errors::terminal ? makeTerminal(around.columns) : makePipe();
   std::vector<std::string> variables{"TERM=xterm"};
   variables.insert(variables.end(), around.environment.begin(), around.environment.end());
   if (around.errors == Errors::journal) {
@@ -71,7 +73,7 @@ Process::Process(std::vector<std::string> const& arguments, Surroundings const& 
   require(pid_ >= 0, "fork");
   if (pid_ == 0) {
     ::dup2(input[0], STDIN_FILENO);
-    ::dup2(output[1], STDOUT_FILENO);
+    ::dup2(isShared ? errors[1] : output[1], STDOUT_FILENO);
     ::dup2(errors[1], STDERR_FILENO);
     for (std::string& variable : variables) {
       ::putenv(variable.data());

@@ -20,8 +20,8 @@ struct Outcome {
   int signal = 0;   ///< the signal that ended it, 0 if none
 };
 
-/// What standard error is to the agent.
-enum class Errors { pipe, terminal, journal };
+/// What standard error is to the agent; to a shared terminal standard output leads as well.
+enum class Errors { pipe, terminal, sharedTerminal, journal };
 
 /// What surrounds the agent.
 struct Surroundings {

@@ -228,6 +228,22 @@ TEST_F(GnmiStream, S6WhatIsTooLargeIsSplit) {
   EXPECT_EQ(client.updates, 1'500U * 4);
 }
 
+TEST_F(GnmiStream, S6WhatIsTooLargeAloneIsToldAlone) {
+  Stp::InterfaceState const record{Lanx::IntfId::of(std::string(largestNotification, 'x'))};
+  auto const stream = subscribe({"/stp/interfaces"});
+  taken(*stream);
+  session.apply({Change::setRecord(targets().interfaceStateDir,
+                                   onlyAttribute<Stp::OCInterfaceStateDir>, record)});
+  hub.step();
+  auto const message = stream->next();
+  ASSERT_TRUE(message);
+  auto const notifications = notificationsOf(*message);
+  EXPECT_EQ(notifications.size(), 4U);
+  for (Notification const& notification : notifications) {
+    EXPECT_EQ(notification.updates.size(), 1U);
+  }
+}
+
 TEST_F(GnmiStream, S7InitialValuesHaveTheTimeOfTheirLastChange) {
   applyAt(2'000, stateIs("E1", R"({"edgePort":1})"));
   applyAt(3'000, stateIs("E1", R"({"edgePort":1,"linkType":1})"));

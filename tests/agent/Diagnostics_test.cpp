@@ -65,6 +65,12 @@ TEST(Diagnostics, ReplayTellsATerminalHowFarItIsAndTidiesUp) {
   EXPECT_THAT(outcome.err, EndsWith("\r\033[K"));
 }
 
+TEST(Diagnostics, SlowReplayTellsOfEachStep) {
+  Outcome const outcome = runAgent(replayOf(STP_CAPTURES_DIR "/02-admin-edge", {"--pace", "100"}),
+                                   "", {.errors = Errors::terminal});
+  EXPECT_THAT(outcome.err, AllOf(StartsWith("\r\033[K1 of 2: "), HasSubstr("\r\033[K2 of 2: ")));
+}
+
 TEST(Diagnostics, ProgressMakesWayForARefusal) {
   Outcome const outcome = runAgent(replayOf("/nonexistent"), "", {.errors = Errors::terminal});
   EXPECT_EQ(outcome.status, 1);

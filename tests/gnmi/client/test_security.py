@@ -266,6 +266,15 @@ class Security(unittest.TestCase):
             agent.stop()
         self.assertFalse(os.path.exists(file))
 
+    def test_A6_a_file_that_is_no_socket_is_not_replaced(self):
+        file = os.path.join(self.folder, "precious")
+        with open(file, "w", encoding="ascii") as written:
+            written.write("kept")
+        self.start_fails("--gnmi", "unix:" + file, "--gnmi-insecure",
+                         culprit=file + ": is there, and no socket")
+        with open(file, encoding="ascii") as read:
+            self.assertEqual(read.read(), "kept")
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -11,6 +11,7 @@ namespace Agent::Gnmi {
 enum class Code : std::uint8_t {
   ok = 0,
   invalidArgument = 3,
+  deadlineExceeded = 4,
   notFound = 5,
   permissionDenied = 7,
   resourceExhausted = 8,

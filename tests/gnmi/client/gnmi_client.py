@@ -17,6 +17,7 @@ import sys
 import tempfile
 import threading
 import time
+import unittest
 
 sys.path.insert(0, os.environ["STP_GNMI_MESSAGES"])
 
@@ -48,7 +49,7 @@ class Agent:
             [*(["ip", "netns", "exec", namespace] if namespace else []), AGENT, *arguments,
              *gnmi_options],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-            text=True, bufsize=1, env={**os.environ, **(environment or {})},
+            text=True, errors="replace", bufsize=1, env={**os.environ, **(environment or {})},
             preexec_fn=descriptors and (lambda: resource.setrlimit(
                 resource.RLIMIT_NOFILE, (descriptors, descriptors))))
         self.addresses = []
@@ -358,6 +359,16 @@ def running(*options):
     """An agent that takes operations, and a client of it; options are beside the usual ones."""
     with Agent("run", "--show", "none", *options) as agent, Client("unix:" + agent.socket) as client:
         yield agent, client
+
+
+class PortCase(unittest.TestCase):
+    """An agent that takes operations, on a port and not on a file, and a client of it."""
+
+    def setUp(self):
+        self.agent = self.enterContext(Agent(
+            "run", "--show", "none", gnmi_options=["--gnmi", "127.0.0.1:0", "--gnmi-insecure"]))
+        self.address = self.agent.addresses[0]
+        self.client = self.enterContext(Client(self.address))
 
 
 def refusal(call, *arguments, **members):

@@ -31,9 +31,14 @@ def literal(name, value):
     return b"\x00" + text(name) + text(value)
 
 
-SUBSCRIBE = b"".join(literal(*field) for field in (
-    (b":method", b"POST"), (b":scheme", b"http"), (b":path", b"/gnmi.gNMI/Subscribe"),
-    (b":authority", b"x"), (b"content-type", b"application/grpc"), (b"te", b"trailers")))
+def call(method):
+    """The headers of a call of gNMI."""
+    return b"".join(literal(*field) for field in (
+        (b":method", b"POST"), (b":scheme", b"http"), (b":path", b"/gnmi.gNMI/" + method),
+        (b":authority", b"x"), (b"content-type", b"application/grpc"), (b"te", b"trailers")))
+
+
+GET, SUBSCRIBE = call(b"Get"), call(b"Subscribe")
 
 
 def message(serialised):

@@ -4,30 +4,27 @@ import contextlib
 import os
 import random
 import socket
+import threading
 import time
 import unittest
 
-from gnmi_client import LONG, PATIENCE, Agent, Client, grpc, refusal
-from raw_http2 import CONTINUATION, END_HEADERS, HEADERS, SUBSCRIBE, Connection, frame, literal
+from gnmi_client import LONG, PATIENCE, Agent, Client, PortCase, grpc, refusal
+from raw_http2 import (CONTINUATION, DATA, END_HEADERS, GET, HEADERS, SUBSCRIBE, Connection, frame,
+                       literal, message)
 
 CODE = grpc.StatusCode
 GUARD = "/stp/global/config/bpdu-guard"
 
 
-class Hostile(unittest.TestCase):
+class Hostile(PortCase):
     def setUp(self):
-        self.context = contextlib.ExitStack()
-        self.agent = self.context.enter_context(Agent(
-            "run", "--show", "none", gnmi_options=["--gnmi", "127.0.0.1:0", "--gnmi-insecure"]))
-        self.address = self.agent.addresses[0]
-        self.client = self.context.enter_context(Client(self.address))
-        self.stream = self.context.enter_context(self.client.subscribe(GUARD))
+        super().setUp()
+        self.stream = self.enterContext(self.client.subscribe(GUARD))
         self.stream.until_sync()
         self.guard = False
 
     def tearDown(self):
         self.others_are_served()
-        self.context.close()
 
     def others_are_served(self):
         """A stream that was there, and one who comes."""
@@ -62,10 +59,10 @@ class Hostile(unittest.TestCase):
         subscribe = self.client.channel.stream_stream("/gnmi.gNMI/Subscribe")
         get = self.client.channel.unary_unary("/gnmi.gNMI/Get")
         for _ in range(100):
-            message = b"\xff" + chance.randbytes(chance.randrange(200))
-            code, _ = refusal(list, subscribe(iter([message]), timeout=PATIENCE))
-            self.assertEqual(code, CODE.INVALID_ARGUMENT)
-            refusal(get, message, timeout=PATIENCE)
+            garbage = b"\xff" + chance.randbytes(chance.randrange(200))
+            for refused in (refusal(list, subscribe(iter([garbage]), timeout=PATIENCE)),
+                            refusal(get, garbage, timeout=PATIENCE)):
+                self.assertEqual(refused[0], CODE.INVALID_ARGUMENT)
 
     def test_A6_floods_of_headers_cost_no_memory(self):
         field = literal(b"x", b"y" * 1000)
@@ -88,6 +85,37 @@ class Hostile(unittest.TestCase):
                     break
             # 10,000 calls would be more than twice as much.
             self.assertLess(self.agent.resident() - before, 64 << 20)
+
+    @unittest.skipUnless(LONG, "takes more than a minute")
+    def test_A6_calls_whose_request_does_not_come_are_given_up(self):
+        subscribe = self.client.channel.stream_stream("/gnmi.gNMI/Subscribe")
+        get = self.client.channel.stream_unary("/gnmi.gNMI/Get")
+        done = threading.Event()
+
+        def nothing():
+            done.wait()
+            yield from ()
+
+        with Connection(self.address) as connection:
+            connection.greet()
+            begin = time.monotonic()
+            for stream, headers in ((1, GET), (3, SUBSCRIBE)):
+                connection.send(frame(HEADERS, headers, END_HEADERS, stream),
+                                frame(DATA, message(b"x" * 1000)[:500], 0, stream))
+            late = [subscribe(nothing()), get.future(nothing())]
+            for call in late:
+                code, text = refusal(list, call) if call is late[0] else refusal(call.result)
+                self.assertEqual((code, text),
+                                 (CODE.DEADLINE_EXCEEDED, "no request came within 60 s"))
+            self.assertGreater(time.monotonic() - begin, 59)
+            done.set()
+            ended = set()
+            for kind, stream, _ in connection.frames():
+                if kind == HEADERS:
+                    ended.add(stream)
+                if ended == {1, 3}:
+                    break
+            self.assertEqual(ended, {1, 3})
 
     def test_A6_more_connections_than_there_may_be_leave_room_for_those_that_come_later(self):
         connections = []

@@ -10,7 +10,8 @@ import threading
 import time
 import unittest
 
-from gnmi_client import LONG, Agent, Client, fold, gnmi, grpc, path, plain, refusal
+from gnmi_client import (LONG, Agent, Client, PortCase, fold, gnmi, grpc, path, plain,
+                         refusal)
 
 CODE = grpc.StatusCode
 VLANS = "/stp/global/state/disabled-vlan"
@@ -64,17 +65,7 @@ def until_applied(client, text, value):
         time.sleep(0.05)
 
 
-class Slow(unittest.TestCase):
-    def setUp(self):
-        self.context = contextlib.ExitStack()
-        self.agent = self.context.enter_context(Agent(
-            "run", "--show", "none", gnmi_options=["--gnmi", "127.0.0.1:0", "--gnmi-insecure"]))
-        self.address = self.agent.addresses[0]
-        self.client = self.context.enter_context(Client(self.address))
-
-    def tearDown(self):
-        self.context.close()
-
+class Slow(PortCase):
     def count(self, first, last):
         """Tells the numbers one after the other, each in an operation of its own."""
         self.agent.operations({"op": "set", "path": ["ocGlobalState", "state"],

@@ -123,14 +123,20 @@ class Subscriber final
   }
 
   void OnDone(grpc::Status const& status) override {
-    ++counts_.ended;
+    if (++counts_.ended == 1 && !isCancelled_ && !status.ok()) {
+      std::cerr << "the first stream ended: " << status.error_code() << " "
+                << status.error_message() << "\n";
+    }
     std::lock_guard const lock(mutex_);
     status_ = status;
     isDone_ = true;
     done_.notify_all();
   }
 
-  void cancel() { context_.TryCancel(); }
+  void cancel() {
+    isCancelled_ = true;
+    context_.TryCancel();
+  }
 
   grpc::Status wait() {
     std::unique_lock lock(mutex_);
@@ -157,6 +163,7 @@ class Subscriber final
   std::condition_variable done_;
   grpc::Status status_;
   bool isDone_ = false;
+  std::atomic<bool> isCancelled_ = false;
 };
 
 std::unique_ptr<gnmi::gNMI::Stub> connect(std::string const& address) {
@@ -224,6 +231,9 @@ class Subscribers {
       } else if (difference.empty()) {
         difference = differenceOf(each->state(), final);
       }
+    }
+    if (!difference.empty()) {
+      std::cerr << "the first that differs:" << difference << "\n";
     }
     return "{\"equal\": " + std::to_string(equal) +
            ", \"leaves\": " + std::to_string(final.size()) + "}";

@@ -121,6 +121,7 @@ void Server::open(std::vector<Address> const& addresses) {
   builder.AddChannelArgument(GRPC_ARG_SERVER_HANDSHAKE_TIMEOUT_MS, millisecondsForAHandshake);
   builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_IDLE_MS, millisecondsWithoutCalls);
   builder.RegisterService(&service_);
+  builder.RegisterCallbackGenericService(&service_);
   for (Address const& address : addresses) {
     auto const credentials = credentialsFor(address);
     if (certificates_ && !(settings_.isInsecure && address.isLocal())) {
@@ -150,6 +151,7 @@ void Server::look(std::function<void(std::string const&)> const& tell) {
     }
   }
   lookAtUsers(tell);
+  service_.look();
 }
 
 void Server::lookAtUsers(std::function<void(std::string const&)> const& tell) {

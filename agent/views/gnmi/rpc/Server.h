@@ -34,8 +34,8 @@ class Server {
   /// With the ports that were chosen.
   std::vector<std::string> const& addresses() const { return opened_; }
 
-  /// Looks whether certificates or users have changed; to be called every second or so. Calls
-  /// `tell` with what can't be used, once.
+  /// Looks whether certificates or users have changed, and gives up the calls of which the request
+  /// does not come; to be called every second or so. Calls `tell` with what can't be used, once.
   void look(std::function<void(std::string const&)> const& tell);
 
  private:

@@ -17,41 +17,6 @@ namespace {
 constexpr std::size_t mostCallsOfOne = 100;
 constexpr char const* version = "0.10.0";
 
-// A call with one answer, which is there when it begins unless it is a write.
-class Unary final : public grpc::ServerUnaryReactor {
- public:
-  explicit Unary(std::unique_ptr<Callers::Call> call) : call_(std::move(call)) {}
-
-  void OnDone() override { delete this; }
-
- private:
-  std::unique_ptr<Callers::Call> call_;
-};
-
-// Calls `answer` with the reactor, which that finishes; a Failure finishes it, too.
-template <class Answering>
-grpc::ServerUnaryReactor* served(Callers& callers, grpc::CallbackServerContext const& context,
-                                 Answering const& answer) {
-  std::unique_ptr<Callers::Call> call;
-  std::optional<grpc::Status> failed;
-  try {
-    call = callers.begins(context.peer());
-  } catch (Failure const& failure) {
-    failed = statusOf(failure);
-  }
-  auto* const reactor = new Unary(std::move(call));
-  if (!failed) {
-    try {
-      answer(*reactor);
-      return reactor;
-    } catch (Failure const& failure) {
-      failed = statusOf(failure);
-    }
-  }
-  reactor->Finish(*failed);
-  return reactor;
-}
-
 DataType typeOf(gnmi::GetRequest::DataType type) {
   switch (type) {
     case gnmi::GetRequest::ALL: return DataType::all;
@@ -111,80 +76,97 @@ Requested requested(gnmi::SetRequest const& request) {
   return result;
 }
 
+template <class Request>
+Request read(grpc::ByteBuffer& bytes) {
+  Request request;
+  parse(bytes, request);
+  checkExtensions(request.extension());
+  return request;
+}
+
+void capabilities(grpc::ByteBuffer& bytes, UnaryCall& call) {
+  (void)read<gnmi::CapabilityRequest>(bytes);
+  gnmi::CapabilityResponse response;
+  response.set_gnmi_version(version);
+  for (Model const& model : models()) {
+    gnmi::ModelData& data = *response.add_supported_models();
+    data.set_name(std::string(model.name));
+    data.set_organization(std::string(model.organization));
+    data.set_version(std::string(model.version));
+  }
+  for (gnmi::Encoding const encoding : {gnmi::JSON, gnmi::JSON_IETF, gnmi::PROTO}) {
+    response.add_supported_encodings(encoding);
+  }
+  call.answer(response);
+}
+
 }  // namespace
 
 Service::Service(Hub& hub, Access const& access, Apply apply)
     : hub_(hub), access_(access), apply_(std::move(apply)), callers_(mostCallsOfOne) {
 }
 
-grpc::ServerUnaryReactor* Service::Capabilities(grpc::CallbackServerContext* context,
-                                                gnmi::CapabilityRequest const* request,
-                                                gnmi::CapabilityResponse* response) {
-  return served(callers_, *context, [&](grpc::ServerUnaryReactor& reactor) {
-    checkExtensions(request->extension());
-    response->set_gnmi_version(version);
-    for (Model const& model : models()) {
-      gnmi::ModelData& data = *response->add_supported_models();
-      data.set_name(std::string(model.name));
-      data.set_organization(std::string(model.organization));
-      data.set_version(std::string(model.version));
-    }
-    for (gnmi::Encoding const encoding : {gnmi::JSON, gnmi::JSON_IETF, gnmi::PROTO}) {
-      response->add_supported_encodings(encoding);
-    }
-    reactor.Finish(grpc::Status::OK);
-  });
-}
-
-grpc::ServerUnaryReactor* Service::Get(grpc::CallbackServerContext* context,
-                                       gnmi::GetRequest const* request,
-                                       gnmi::GetResponse* response) {
-  return served(callers_, *context, [&](grpc::ServerUnaryReactor& reactor) {
-    checkExtensions(request->extension());
-    RowSet const rows = rowsOf(typeOf(request->type())) & rowsOf(fromWire(request->use_models()));
-    RequestPath const prefix = fromWire(request->prefix());
-    Snapshot const state = hub_.snapshot();
-    if (request->path_size() == 0) {
-      *response->add_notification() = answerTo(*request, joined(prefix, {}), state, rows);
-    }
-    for (gnmi::Path const& path : request->path()) {
-      *response->add_notification() =
-          answerTo(*request, joined(prefix, fromWire(path)), state, rows);
-    }
-    reactor.Finish(grpc::Status::OK);
-  });
-}
-
-grpc::ServerUnaryReactor* Service::Set(grpc::CallbackServerContext* context,
-                                       gnmi::SetRequest const* request,
-                                       gnmi::SetResponse* response) {
-  return served(callers_, *context, [&](grpc::ServerUnaryReactor& reactor) {
-    checkExtensions(request->extension());
-    access_.requireWriter(*context);
-    Requested asked = requested(*request);
-    auto const finish = [&reactor, response, prefix = request->prefix(),
-                         results = std::move(asked.results)](bool isApplied) {
-      if (!isApplied) {
-        reactor.Finish({grpc::UNAVAILABLE, "the target is shutting down"});
-        return;
-      }
-      *response->mutable_prefix() = prefix;
-      for (auto const& [operation, path] : results) {
-        gnmi::UpdateResult& result = *response->add_response();
-        result.set_op(operation);
-        *result.mutable_path() = path;
-      }
-      response->set_timestamp(
-          std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count());
-      reactor.Finish(grpc::Status::OK);
+grpc::ServerGenericBidiReactor* Service::CreateReactor(
+    grpc::GenericCallbackServerContext* context) {
+  std::string const& method = context->method();
+  UnaryCall::Serve serve;
+  if (method == "/gnmi.gNMI/Capabilities") {
+    serve = &capabilities;
+  } else if (method == "/gnmi.gNMI/Get") {
+    serve = [this](grpc::ByteBuffer& request, UnaryCall& call) { get(request, call); };
+  } else if (method == "/gnmi.gNMI/Set") {
+    serve = [this, context](grpc::ByteBuffer& request, UnaryCall& call) {
+      set(request, call, *context);
     };
-    apply_(Write(asked.writes), finish);
-  });
+  } else {
+    return grpc::CallbackGenericService::CreateReactor(context);
+  }
+  return UnaryCall::begin(awaited_, callers_, *context, std::move(serve));
+}
+
+void Service::get(grpc::ByteBuffer& bytes, UnaryCall& call) {
+  auto const request = read<gnmi::GetRequest>(bytes);
+  RowSet const rows = rowsOf(typeOf(request.type())) & rowsOf(fromWire(request.use_models()));
+  RequestPath const prefix = fromWire(request.prefix());
+  Snapshot const state = hub_.snapshot();
+  gnmi::GetResponse response;
+  if (request.path_size() == 0) {
+    *response.add_notification() = answerTo(request, joined(prefix, {}), state, rows);
+  }
+  for (gnmi::Path const& path : request.path()) {
+    *response.add_notification() = answerTo(request, joined(prefix, fromWire(path)), state, rows);
+  }
+  call.answer(response);
+}
+
+void Service::set(grpc::ByteBuffer& bytes, UnaryCall& call,
+                  grpc::CallbackServerContext const& context) {
+  auto const request = read<gnmi::SetRequest>(bytes);
+  access_.requireWriter(context);
+  Requested asked = requested(request);
+  auto const finish = [call = call.shared_from_this(), prefix = request.prefix(),
+                       results = std::move(asked.results)](bool isApplied) {
+    if (!isApplied) {
+      call->fail(Failure(Code::unavailable, "the target is shutting down"));
+      return;
+    }
+    gnmi::SetResponse response;
+    *response.mutable_prefix() = prefix;
+    for (auto const& [operation, path] : results) {
+      gnmi::UpdateResult& result = *response.add_response();
+      result.set_op(operation);
+      *result.mutable_path() = path;
+    }
+    response.set_timestamp(
+        std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count());
+    call->answer(response);
+  };
+  apply_(Write(asked.writes), finish);
 }
 
 grpc::ServerBidiReactor<grpc::ByteBuffer, grpc::ByteBuffer>* Service::Subscribe(
     grpc::CallbackServerContext* context) {
-  return SubscribeCall::begin(hub_, callers_, *context);
+  return SubscribeCall::begin(hub_, awaited_, callers_, *context);
 }
 
 }  // namespace Agent::Gnmi

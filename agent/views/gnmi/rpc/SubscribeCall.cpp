@@ -1,7 +1,5 @@
 #include "agent/views/gnmi/rpc/SubscribeCall.h"
 
-#include <grpcpp/support/slice.h>
-
 #include <array>
 #include <utility>
 #include <variant>
@@ -10,12 +8,7 @@ namespace Agent::Gnmi {
 
 namespace {
 
-grpc::ByteBuffer bytesOf(gnmi::SubscribeResponse const& response) {
-  grpc::Slice const slice(response.SerializeAsString());
-  return {&slice, 1};
-}
-
-grpc::ByteBuffer bytesOf(gnmi::Notification notification) {
+grpc::ByteBuffer updateBytes(gnmi::Notification notification) {
   gnmi::SubscribeResponse response;
   *response.mutable_update() = std::move(notification);
   return bytesOf(response);
@@ -27,20 +20,19 @@ grpc::ByteBuffer syncBytes() {
   return bytesOf(response);
 }
 
-bool parse(grpc::ByteBuffer const& bytes, gnmi::SubscribeRequest& request) {
-  grpc::Slice whole;
-  return bytes.DumpToSingleSlice(&whole).ok() &&
-         request.ParseFromArray(whole.begin(), static_cast<int>(whole.size()));
-}
-
 }  // namespace
 
-SubscribeCall* SubscribeCall::begin(Hub& hub, Callers& callers,
+SubscribeCall* SubscribeCall::begin(Hub& hub, AwaitedRequests& awaited, Callers& callers,
                                     grpc::CallbackServerContext const& context) {
   std::shared_ptr<SubscribeCall> const call(new SubscribeCall(hub));
   call->self_ = call;
   try {
     call->call_ = callers.begins(context.peer());
+    call->wait_ = awaited.begins([weak = call->weak_from_this()] {
+      if (auto const late = weak.lock()) {
+        late->fail(requestIsLate());
+      }
+    });
     call->StartRead(&call->read_);
   } catch (Failure const& failure) {
     call->fail(failure);
@@ -50,6 +42,7 @@ SubscribeCall* SubscribeCall::begin(Hub& hub, Callers& callers,
 
 // A client that has said all that it has to say may still listen.
 void SubscribeCall::OnReadDone(bool isRead) {
+  wait_.reset();
   if (!isRead) {
     {
       std::lock_guard const lock(mutex_);
@@ -60,9 +53,7 @@ void SubscribeCall::OnReadDone(bool isRead) {
   }
   gnmi::SubscribeRequest request;
   try {
-    if (!parse(read_, request)) {
-      throw Failure(Code::invalidArgument, "the message is no SubscribeRequest");
-    }
+    parse(read_, request);
     checkExtensions(request.extension());
     receive(request);
   } catch (Failure const& failure) {
@@ -194,7 +185,7 @@ void SubscribeCall::add(StreamMessage const& message) {
     auto const bytes = serialised(*change);
     prepared_.insert(prepared_.end(), bytes->begin(), bytes->end());
   } else if (auto const* const notification = std::get_if<Notification>(&message)) {
-    prepared_.push_back(bytesOf(answer_->notification(*notification)));
+    prepared_.push_back(updateBytes(answer_->notification(*notification)));
   } else if (std::holds_alternative<Sync>(message)) {
     prepared_.push_back(syncBytes());
   } else {
@@ -227,7 +218,7 @@ std::shared_ptr<SubscribeCall::Bytes const> SubscribeCall::serialised(
   return change.changes->shared<Bytes>(key, [&] {
     auto bytes = std::make_shared<Bytes>();
     for (Notification const& notification : change.filter->notifications(*change.changes)) {
-      bytes->push_back(bytesOf(answer_->notification(notification)));
+      bytes->push_back(updateBytes(answer_->notification(notification)));
     }
     return bytes;
   });

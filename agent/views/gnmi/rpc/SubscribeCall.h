@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "agent/views/gnmi/Hub.h"
+#include "agent/views/gnmi/rpc/AwaitedRequests.h"
 #include "agent/views/gnmi/rpc/Callers.h"
 #include "agent/views/gnmi/rpc/Wire.h"
 
@@ -24,7 +25,7 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
                             public std::enable_shared_from_this<SubscribeCall> {
  public:
   /// Lives until the call is over.
-  static SubscribeCall* begin(Hub& hub, Callers& callers,
+  static SubscribeCall* begin(Hub& hub, AwaitedRequests& awaited, Callers& callers,
                               grpc::CallbackServerContext const& context);
 
   void OnReadDone(bool isRead) override;
@@ -49,6 +50,7 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
 
   Hub& hub_;
   std::unique_ptr<Callers::Call> call_;
+  std::unique_ptr<AwaitedRequests::Wait> wait_;
   std::shared_ptr<SubscribeCall> self_;
 
   grpc::ByteBuffer read_;

@@ -1,5 +1,7 @@
 #include "agent/views/gnmi/rpc/Wire.h"
 
+#include <grpcpp/impl/codegen/proto_utils.h>
+
 #include <array>
 #include <utility>
 #include <variant>
@@ -12,6 +14,8 @@
 namespace Agent::Gnmi {
 
 namespace {
+
+using Bytes = grpc::SerializationTraits<google::protobuf::Message>;
 
 std::string nameOf(gnmi::Encoding encoding) {
   return gnmi::Encoding_IsValid(encoding) ? gnmi::Encoding_Name(encoding)
@@ -65,6 +69,19 @@ Json readScalar(gnmi::TypedValue const& value) {
 
 grpc::Status statusOf(Failure const& failure) {
   return {static_cast<grpc::StatusCode>(failure.code()), failure.what()};
+}
+
+grpc::ByteBuffer bytesOf(google::protobuf::Message const& message) {
+  grpc::ByteBuffer bytes;
+  bool isOwned = false;
+  (void)Bytes::Serialize(message, &bytes, &isOwned);
+  return bytes;
+}
+
+void parse(grpc::ByteBuffer& bytes, google::protobuf::Message& message) {
+  if (!Bytes::Deserialize(&bytes, &message).ok()) {
+    throw Failure(Code::invalidArgument, "the message is no " + message.GetDescriptor()->name());
+  }
 }
 
 RequestPath fromWire(gnmi::Path const& path) {

@@ -1,6 +1,8 @@
 // Between the messages of the protocol and what they mean here.
 #pragma once
 
+#include <google/protobuf/message.h>
+#include <grpcpp/support/byte_buffer.h>
 #include <grpcpp/support/status.h>
 
 #include <string>
@@ -17,6 +19,10 @@
 namespace Agent::Gnmi {
 
 grpc::Status statusOf(Failure const& failure);
+
+grpc::ByteBuffer bytesOf(google::protobuf::Message const& message);
+/// Throws a Failure if the bytes are no such message. They may be gone then.
+void parse(grpc::ByteBuffer& bytes, google::protobuf::Message& message);
 
 /// Throws a Failure for a path in the deprecated form alone; some clients send both.
 RequestPath fromWire(gnmi::Path const& path);

@@ -85,22 +85,35 @@ class Sequence {
     std::chrono::nanoseconds const passed = isLong ? 2500ms : 0ns;
     time_.pass(1us);
     time_.pass(passed);
+    // Some change sets come faster than anybody sees to them.
+    for (std::uint64_t more = dice_.oneIn(16) ? dice_.below(8) : 0; more > 0; --more) {
+      change();
+      documentIsNew();
+      for (Subscriber& subscriber : subscribers_) {
+        subscriber.miss(leaves_);
+      }
+      time_.pass(1us);
+    }
     change();
-    // Some change sets are seen to together.
+    // Others are seen to together.
     if (passed > 0ns || !dice_.oneIn(5)) {
       hub_.step();
     } else {
       (void)hub_.snapshot();
     }
-    Leaves const before = leaves_;
-    leaves_ = leavesOf(openConfigView(session_.database().targets()));
-    Difference const changed = difference(before, leaves_);
-    tally_.changes += changed.updates + changed.deletes;
+    documentIsNew();
     EXPECT_EQ(leavesIn(hub_.snapshot().leaves(Agent::Gnmi::resolve(RequestPath()).selection)),
               leaves_);
     for (Subscriber& subscriber : subscribers_) {
       subscriber.step(dice_, leaves_, passed);
     }
+  }
+
+  void documentIsNew() {
+    Leaves const before = leaves_;
+    leaves_ = leavesOf(openConfigView(session_.database().targets()));
+    Difference const changed = difference(before, leaves_);
+    tally_.changes += changed.updates + changed.deletes;
   }
 
   void change() {
@@ -144,8 +157,11 @@ class Sequence {
   }
 
   // However slow a client is, it is not ended here.
-  static Agent::Gnmi::HubSettings hubSettings() {
+  Agent::Gnmi::HubSettings hubSettings() {
     Agent::Gnmi::HubSettings settings;
+    if (dice_.oneIn(2)) {
+      settings.mostWaiting = dice_.below(4);
+    }
     settings.sendPatience = std::chrono::hours(10'000);
     return settings;
   }

@@ -23,6 +23,8 @@ class Subscriber {
 
   /// The document has become this; `passed` is the time since the last step.
   void step(Dice& dice, Leaves const& leaves, std::chrono::nanoseconds passed);
+  /// The document has become this, and became something else before anybody could be told.
+  void miss(Leaves const& leaves);
   /// It takes all that there is, and has to have it all.
   void settle();
 
@@ -38,6 +40,7 @@ class Subscriber {
   Counts const& counts() const { return counts_; }
 
  private:
+  Difference changed(Leaves const& leaves);
   void take(bool all);
   void takeMessage(Agent::Gnmi::StreamMessage const& message);
   void expectAnswer(Leaves const& leaves);
@@ -57,6 +60,7 @@ class Subscriber {
   std::uint64_t changes_ = 0;  // how often a leaf of theirs took a value since the sync
   std::uint64_t deletes_ = 0;  // how often a leaf of any path went
   std::uint64_t initialUpdates_ = 0;
+  bool hasMissed_ = false;
   std::uint64_t syncs_ = 0;
   Agent::Gnmi::Nanoseconds last_ = 0;
   Counts counts_;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -17,9 +18,12 @@ namespace Agent::Gnmi {
 struct ChangedEntry {
   EntryPtr before;
   EntryPtr after;
-  /// The rows of `after` that are new or have another value, and those of `before` that are gone.
+  /// The rows of `after` that are new or have another value, and those of `before` that are gone;
+  /// what went and came back may stand in both.
   RowSet updates;
   RowSet deletes;
+  /// How many values of a row of `updates` were there meanwhile; mostly of none.
+  std::map<RowNumber, std::uint32_t> skipped = {};
 
   Entry const& any() const { return after ? *after : *before; }
 };

@@ -48,7 +48,13 @@ void Hub::publish(std::vector<EntryDraft> changed) {
       entries.push_back(
           {std::move(draft.before), std::move(draft.after), draft.updates, draft.deletes});
     }
-    published_.push_back(std::make_shared<ChangeSet const>(++version_, time_, std::move(entries)));
+    if (waiting_ < settings_.mostWaiting) {
+      waiting_ += entries.size();
+      published_.push_back(
+          std::make_shared<ChangeSet const>(++version_, time_, std::move(entries)));
+    } else {
+      merged_.add(std::move(entries));
+    }
   }
   wakeUp_.notify_one();
 }
@@ -173,6 +179,10 @@ Nanoseconds Hub::apply(Streams& ready) {
   {
     std::scoped_lock const lock(handOver_);
     changeSets.swap(published_);
+    waiting_ = 0;
+    if (!merged_.empty()) {
+      changeSets.push_back(std::make_shared<ChangeSet const>(++version_, time_, merged_.take()));
+    }
     time = time_ = std::max(clocks_.wall(), time_ + 1);
   }
   for (ChangeSetPtr const& changes : changeSets) {

@@ -19,6 +19,7 @@
 #include "agent/views/gnmi/ChangeSet.h"
 #include "agent/views/gnmi/Clocks.h"
 #include "agent/views/gnmi/Failure.h"
+#include "agent/views/gnmi/MergedChanges.h"
 #include "agent/views/gnmi/Notification.h"
 #include "agent/views/gnmi/Snapshot.h"
 #include "agent/views/gnmi/Stream.h"
@@ -29,6 +30,9 @@ namespace Agent::Gnmi {
 struct HubSettings {
   SubscribeLimits limits = {};
   std::size_t mostStreams = 1024;
+  /// How many changed entries may wait to be told with their own change set; what more changes
+  /// meanwhile is one change set.
+  std::size_t mostWaiting = 10'000;
   /// How long what a stream gave may take to be sent. Looked at every sixtieth of it.
   SteadyClock::duration sendPatience = std::chrono::seconds(60);
 };
@@ -57,7 +61,7 @@ class Hub {
   /// Makes a change set of what changed, with version and time, the times of its leaves included,
   /// and hands it over; that is all that is done. `changed` is in the order of paths, and new
   /// values of leaves that were there have the time of their creation. From the notification thread
-  /// alone.
+  /// alone. Change sets that come too fast are made one, of the time of the last.
   void publish(std::vector<EntryDraft> changed);
 
   /// The state with all that was published. From any thread, as all that follows.
@@ -121,6 +125,8 @@ class Hub {
   std::mutex handOver_;
   std::condition_variable wakeUp_;
   std::vector<ChangeSetPtr> published_;
+  std::size_t waiting_ = 0;  // entries in it
+  MergedChanges merged_;     // what came behind it
   std::uint64_t version_ = 0;
   Nanoseconds time_ = 0;
   bool isWoken_ = false;

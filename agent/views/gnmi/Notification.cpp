@@ -101,20 +101,25 @@ bool Filter::matches(ChangeSet const& changes) const {
 
 std::vector<Notification> Filter::notifications(ChangeSet const& changes) const {
   Notification whole{changes.time()};
-  auto const add = [](EntryPtr const& entry, RowSet const& rows, auto& to) {
+  auto const each = [](EntryPtr const& entry, RowSet const& rows, auto const& add) {
     if (rows.none()) {
       return;
     }
     for (LeafState const& leaf : entry->leaves) {
       if (rows[leaf.row]) {
-        to.push_back({LeafRef(entry, leaf)});
+        add(LeafRef(entry, leaf));
       }
     }
   };
   for (ChangedEntry const& entry : changes.changed()) {
     EntryKey const& key = entry.any().key;
-    add(entry.before, deletes_.rows(key) & entry.deletes, whole.deletes);
-    add(entry.after, updates_.rows(key) & entry.updates, whole.updates);
+    each(entry.before, deletes_.rows(key) & entry.deletes,
+         [&](LeafRef leaf) { whole.deletes.push_back(std::move(leaf)); });
+    each(entry.after, updates_.rows(key) & entry.updates, [&](LeafRef leaf) {
+      auto const skipped = entry.skipped.find(leaf.rowNumber());
+      whole.updates.push_back(
+          {std::move(leaf), skipped == entry.skipped.end() ? 0 : skipped->second});
+    });
   }
   return split(std::move(whole));
 }

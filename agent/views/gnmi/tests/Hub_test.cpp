@@ -84,6 +84,62 @@ TEST_F(GnmiHub, B1WhatComesAndGoesMeanwhileTakesNoRoom) {
   EXPECT_LE(messages, Stream::mostWaiting + 2);
 }
 
+TEST_F(GnmiHub, B1WhatChangesFasterThanItCanBeToldIsOneChangeSetWithTheLastValues) {
+  HubSettings settings;
+  settings.mostWaiting = 1;
+  Hub busy(settings, time.clocks());
+  Collector const its(session.observed(), busy);
+  for (char const* const name : {"E1", "E2", "E3"}) {
+    apply(stateIs(name, R"({"edgePort":1})"));
+  }
+  auto const stream =
+      busy.subscribe(streamOf({"/stp/interfaces/interface/state/edge-port"}), [] {});
+  (void)taken(*stream);
+  auto const at = [&](Nanoseconds wall, std::string const& line) {
+    time.wall = wall;
+    apply(line);
+  };
+  at(2'000, stateIs("E1", R"({"edgePort":0})"));
+  at(2'001, stateIs("E1", R"({"edgePort":1})"));
+  at(2'002, stateIs("E1", R"({"edgePort":0})"));
+  at(2'003, stateIs("E1", R"({"edgePort":1})"));
+  at(2'004, stateGone("E2"));
+  at(2'005, stateGone("E3"));
+  at(2'006, stateIs("E3", R"({"edgePort":1})"));
+  at(2'007, stateIs("E3", R"({"edgePort":0})"));
+  at(2'008, stateIs("E4", R"({"edgePort":0})"));
+  at(2'009, stateIs("E5", R"({"edgePort":0})"));
+  at(2'010, stateGone("E5"));
+  busy.step();
+  std::string const interface = "/stp/interfaces/interface[name=";
+  std::string const value = "]/state/edge-port=\"openconfig-spanning-tree-types:EDGE_";
+  EXPECT_THAT(taken(*stream),
+              ElementsAre("2000: " + interface + "E1" + value + "ENABLE\"",
+                          "2010: -" + interface + "E2]/state/edge-port, -" + interface +
+                              "E3]/state/edge-port, " + interface + "E1" + value +
+                              "DISABLE\" (2), " + interface + "E3" + value + "ENABLE\" (1), " +
+                              interface + "E4" + value + "ENABLE\""));
+  // As many as before are told one by one again.
+  at(3'000, stateGone("E4"));
+  busy.step();
+  EXPECT_EQ(taken(*stream).size(), 1U);
+}
+
+TEST_F(GnmiHub, B1WhatComesAndGoesFasterThanItCanBeToldIsNothing) {
+  HubSettings settings;
+  settings.mostWaiting = 0;
+  Hub busy(settings, time.clocks());
+  Collector const its(session.observed(), busy);
+  auto const stream = busy.subscribe(streamOf({"/stp/interfaces"}), [] {});
+  (void)taken(*stream);
+  std::uint64_t const version = busy.snapshot().version();
+  apply(stateIs("E1", "{}"));
+  apply(stateGone("E1"));
+  busy.step();
+  EXPECT_THAT(taken(*stream), IsEmpty());
+  EXPECT_EQ(busy.snapshot().version(), version);
+}
+
 TEST_F(GnmiHub, B2WhoTakesNothingIsEndedAndNobodyElse) {
   auto const stuck = subscribe({"/stp"});
   auto const idle = subscribe({"/stp"});

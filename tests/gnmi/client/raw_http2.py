@@ -6,8 +6,10 @@ import struct
 from gnmi_client import PATIENCE
 
 PREFACE = b"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n"
-DATA, HEADERS, SETTINGS, PING, GOAWAY, CONTINUATION = 0, 1, 4, 6, 7, 9
+DATA, HEADERS, RST_STREAM, SETTINGS, PING, GOAWAY, WINDOW_UPDATE, CONTINUATION = (
+    0, 1, 3, 4, 6, 7, 8, 9)
 ACK, END_HEADERS = 1, 4
+INITIAL_WINDOW_SIZE = 4
 
 
 def frame(kind, payload=b"", flags=0, stream=0):
@@ -101,3 +103,36 @@ class Connection:
 
     def __exit__(self, *_):
         self.socket.close()
+
+
+class Sending:
+    """Sends on one stream as much as the other side gives leave for."""
+
+    def __init__(self, connection, stream):
+        self.connection = connection
+        self.stream = stream
+        self.initial = 65_535
+        self.windows = {0: 65_535, stream: 65_535}
+        self.sent = 0
+        self.is_answered = False
+        self._frames = connection.frames()
+
+    def send(self, payload):
+        while not self.is_answered and min(self.windows.values()) < len(payload):
+            self._take(*next(self._frames))
+        if not self.is_answered:
+            for stream in self.windows:
+                self.windows[stream] -= len(payload)
+            self.sent += len(payload)
+            self.connection.send(frame(DATA, payload, 0, self.stream))
+
+    def _take(self, kind, stream, payload):
+        if kind == SETTINGS:
+            for at in range(0, len(payload), 6):
+                setting, value = struct.unpack(">HI", payload[at:at + 6])
+                if setting == INITIAL_WINDOW_SIZE:
+                    self.windows[self.stream] += value - self.initial
+                    self.initial = value
+        elif kind == WINDOW_UPDATE:
+            self.windows[stream] += int.from_bytes(payload, "big")
+        self.is_answered = kind in (HEADERS, RST_STREAM)

@@ -4,13 +4,14 @@ import contextlib
 import os
 import random
 import socket
+import struct
 import threading
 import time
 import unittest
 
 from gnmi_client import LONG, PATIENCE, Agent, Client, PortCase, grpc, refusal
-from raw_http2 import (CONTINUATION, DATA, END_HEADERS, GET, HEADERS, SUBSCRIBE, Connection, frame,
-                       literal, message)
+from raw_http2 import (CONTINUATION, DATA, END_HEADERS, GET, HEADERS, SUBSCRIBE, Connection,
+                       Sending, frame, literal, message)
 
 CODE = grpc.StatusCode
 GUARD = "/stp/global/config/bpdu-guard"
@@ -133,6 +134,30 @@ class Hostile(PortCase):
             self.guard = not self.guard
             self.agent.set("input", "portfastBpduguard", value=self.guard)
             self.stream.until(lambda state: state[GUARD] == self.guard)
+
+
+class Huge(PortCase):
+    def test_A6_messages_that_say_to_be_huge_end_before_they_cost_what_the_target_may_have(self):
+        for _ in range(2):
+            with contextlib.ExitStack() as context:
+                attacks = []
+                for _ in range(3):
+                    connection = context.enter_context(Connection(self.address))
+                    connection.greet()
+                    connection.send(frame(HEADERS, SUBSCRIBE, END_HEADERS, 1))
+                    attacks.append(Sending(connection, 1))
+                    attacks[-1].send(b"\0" + struct.pack(">I", (1 << 31) - 1))
+                while not all(attack.is_answered for attack in attacks):
+                    for attack in attacks:
+                        attack.send(bytes(16_384))
+                        self.assertLess(attack.sent, 1 << 30)
+                self.assertLess(self.agent.resident(), 896 << 20)
+            # Nobody is any the worse for it, once he has come again.
+            with self.client.subscribe(GUARD) as stream:
+                stream.until_sync()
+                guard = not stream.state[GUARD]
+                self.agent.set("input", "portfastBpduguard", value=guard)
+                stream.until(lambda state: state[GUARD] == guard)
 
 
 class FewDescriptors(unittest.TestCase):

@@ -3,6 +3,7 @@
 #include <absl/synchronization/mutex.h>
 #include <grpc/support/log.h>
 #include <grpcpp/ext/proto_server_reflection_plugin.h>
+#include <grpcpp/resource_quota.h>
 #include <grpcpp/server_builder.h>
 
 #include <chrono>
@@ -24,6 +25,10 @@ constexpr int largestMetadata = 16 << 10;
 constexpr int mostCallsOnOneConnection = 200;
 // How much of what is sent may wait to go out together: what one record of TLS holds.
 constexpr int largestBatch = 16 << 10;
+// Of what connections send and of what calls take, which is 6 MiB with 1,000 subscribers. A message
+// is kept until it is there, however large it says it will be, and nothing else bounds that. Beyond
+// it, calls are ended until there is room: one of each connection in turn, the eldest first.
+constexpr std::size_t mostMemory = std::size_t{512} << 20;
 constexpr int millisecondsBetweenPings = 10'000;
 constexpr int millisecondsForAPing = std::chrono::milliseconds(unansweredPatience).count();
 // Of the client's own pings, which some send every 10 s.
@@ -120,6 +125,7 @@ void Server::open(std::vector<Address> const& addresses) {
                              leastMillisecondsBetweenPings);
   builder.AddChannelArgument(GRPC_ARG_SERVER_HANDSHAKE_TIMEOUT_MS, millisecondsForAHandshake);
   builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_IDLE_MS, millisecondsWithoutCalls);
+  builder.SetResourceQuota(grpc::ResourceQuota("gnmi").Resize(mostMemory));
   builder.RegisterService(&service_);
   builder.RegisterCallbackGenericService(&service_);
   for (Address const& address : addresses) {

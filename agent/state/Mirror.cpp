@@ -73,8 +73,10 @@ void Mirror::stopAll() {
 }
 
 void Mirror::syncDisabledVlans() const {
-  if (Object const syncher = object(*topLevelClass("OCGlobalVlanSyncher"))) {
-    static_cast<Stp::OCGlobalVlanSyncher&>(*syncher).syncDisabledVlan();
+  for (Object const& object : objects_) {
+    if (auto* const syncher = dynamic_cast<Stp::OCGlobalVlanSyncher*>(object.get())) {
+      syncher->syncDisabledVlan();
+    }
   }
 }
 

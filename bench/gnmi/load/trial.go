@@ -115,6 +115,18 @@ func (a *audience) leave() {
 	}
 }
 
+// The next of what subscribers report.
+func (a *audience) await(reported chan int, what string) error {
+	select {
+	case <-reported:
+		return nil
+	case err := <-a.failure:
+		return err
+	case <-time.After(patience):
+		return fmt.Errorf("%s missing", what)
+	}
+}
+
 // Changes as fast as the slowest takes them, two batches ahead. Returns how long it took.
 func (a *audience) throughput(from *server) (time.Duration, error) {
 	a.isCounting.Store(true)
@@ -127,14 +139,10 @@ func (a *audience) throughput(from *server) (time.Duration, error) {
 			sent++
 			continue
 		}
-		select {
-		case <-a.batchIs:
-			done++
-		case err := <-a.failure:
+		if err := a.await(a.batchIs, "updates are"); err != nil {
 			return 0, err
-		case <-time.After(patience):
-			return 0, fmt.Errorf("updates are missing")
 		}
+		done++
 	}
 	return time.Since(begin), nil
 }
@@ -149,12 +157,8 @@ func (a *audience) latency(from *server, changes int) (time.Duration, error) {
 			return 0, err
 		}
 		for range a.subscribers {
-			select {
-			case <-a.single:
-			case err := <-a.failure:
+			if err := a.await(a.single, "a change is"); err != nil {
 				return 0, err
-			case <-time.After(patience):
-				return 0, fmt.Errorf("a change is missing")
 			}
 		}
 	}
@@ -163,20 +167,29 @@ func (a *audience) latency(from *server, changes int) (time.Duration, error) {
 	return all[len(all)/2], nil
 }
 
+// A server that has all ports, each with a guard before anybody subscribes.
+func prepared(command []string, listens bool) (*server, error) {
+	s, err := start(command, listens)
+	if err != nil {
+		return nil, err
+	}
+	if err = s.createPorts(ports); err == nil {
+		err = s.change(ports)
+	}
+	if err != nil {
+		s.stop()
+		return nil, err
+	}
+	return s, nil
+}
+
 // One trial of one server, from its start to its end.
 func trial(command []string, security *tls.Config, subscribers, changes, singles int) (result, error) {
-	s, err := start(command, true)
+	s, err := prepared(command, true)
 	if err != nil {
 		return result{}, err
 	}
 	defer s.stop()
-	// All ports have a guard before anybody subscribes.
-	if err = s.createPorts(ports); err != nil {
-		return result{}, err
-	}
-	if err = s.change(ports); err != nil {
-		return result{}, err
-	}
 	batches := (changes + batch - 1) / batch
 	a, err := gather(s.address, security, subscribers, batches)
 	if err != nil {
@@ -217,17 +230,11 @@ func trial(command []string, security *tls.Config, subscribers, changes, singles
 // listens where there are no subscribers.
 func paced(command []string, security *tls.Config, subscribers int, listens bool) (result, error) {
 	const batches, pause = 150, 10 * time.Millisecond
-	s, err := start(command, listens)
+	s, err := prepared(command, listens)
 	if err != nil {
 		return result{}, err
 	}
 	defer s.stop()
-	if err = s.createPorts(ports); err != nil {
-		return result{}, err
-	}
-	if err = s.change(ports); err != nil {
-		return result{}, err
-	}
 	if subscribers > 0 {
 		a, err := gather(s.address, security, subscribers, 0)
 		if err != nil {

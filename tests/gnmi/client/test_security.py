@@ -1,6 +1,7 @@
 """Who is let in, and what they may do."""
 
 import os
+import pathlib
 import shutil
 import socket
 import ssl
@@ -239,6 +240,20 @@ class Security(unittest.TestCase):
         with self.agent("--gnmi-insecure") as agent:
             self.start_fails("--gnmi", agent.addresses[0], "--gnmi-insecure",
                              culprit=agent.addresses[0] + ": Address already in use")
+
+    def test_A2_the_key_stays_in_no_file_even_of_an_agent_that_is_killed(self):
+        with tempfile.TemporaryDirectory() as folder:
+            with Agent("run", "--show", "none", environment={"TMPDIR": folder}, gnmi_options=[
+                    "--gnmi", "127.0.0.1:0", "--gnmi-cert", self.server[0],
+                    "--gnmi-key", self.server[1]]) as agent:
+                with self.client(agent) as client:
+                    self.assertTrue(self.may_read(client))
+                agent.process.kill()
+                agent.process.wait()
+            left = [contents(file) for file in pathlib.Path(folder).rglob("*")
+                    if file.is_file() and not file.is_symlink()]
+            self.assertIn(contents(self.server[0]), left)
+            self.assertNotIn(contents(self.server[1]), left)
 
     def test_A2_users_that_can_not_be_read_any_more_stay_and_that_is_told_once(self):
         users = os.path.join(self.folder, "live-users")

@@ -7,7 +7,9 @@
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -67,6 +69,15 @@ void write(std::filesystem::path const& file, std::string const& text) {
   }
 }
 
+// Goes with the process, whatever ends that.
+Base::FileDescriptor inMemory(std::string const& text) {
+  Base::FileDescriptor memory(::memfd_create("key", MFD_CLOEXEC));
+  if (::write(memory.number(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+    throw SettingsError("the copy of the key: " + std::generic_category().message(errno));
+  }
+  return memory;
+}
+
 }  // namespace
 
 Certificates::Certificates(CertificateFiles files) : files_(std::move(files)) {
@@ -110,18 +121,22 @@ void Certificates::check(Contents const& contents) const {
   }
 }
 
-// All files change at once: those who read them go through one link, which is replaced.
+// All files change at once: those who read them go through one link, which is replaced. The key's
+// is none, so that it stays nowhere behind.
 void Certificates::publish(Contents const& contents) {
   auto const folder = folder_ / std::to_string(++version_);
   std::filesystem::create_directory(folder);
   write(folder / "chain", contents.chain);
-  write(folder / "key", contents.key);
+  keys_.push_back(inMemory(contents.key));
+  std::filesystem::create_symlink("/proc/self/fd/" + std::to_string(keys_.back().number()),
+                                  folder / "key");
   write(folder / "authority", contents.clientAuthority);
   std::filesystem::create_directory_symlink(folder, folder_ / "next");
   std::filesystem::rename(folder_ / "next", folder_ / "current");
   // Who was reading the folder before this one has read it now.
   if (version_ > 2) {
     std::filesystem::remove_all(folder_ / std::to_string(version_ - 2));
+    keys_.pop_front();
   }
   used_ = seen_ = contents;
 }

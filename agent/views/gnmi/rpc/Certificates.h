@@ -4,11 +4,13 @@
 
 #include <grpcpp/security/server_credentials.h>
 
+#include <deque>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "Base/FileDescriptor.h"
 #include "agent/views/gnmi/ServerSettings.h"
 
 namespace Agent::Gnmi {
@@ -22,7 +24,7 @@ struct CertificateFiles {
 };
 
 /// The files as they last were when they were good, in a folder of our own, where the connections
-/// find them.
+/// find them; the key is in memory alone.
 class Certificates {
  public:
   /// Throws SettingsError that names the file which can't be used, and why.
@@ -54,6 +56,7 @@ class Certificates {
 
   CertificateFiles files_;
   std::filesystem::path folder_;
+  std::deque<Base::FileDescriptor> keys_;  // as many as there are folders in it
   Contents used_;
   Contents seen_;
   unsigned version_ = 0;

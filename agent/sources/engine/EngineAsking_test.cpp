@@ -144,6 +144,21 @@ TEST_F(EngineAsking, BridgeThatTheEngineHasNotHeardOfYetIsAskedAboutAgainToo) {
   EXPECT_THAT(reason, HasSubstr("mstpctl addbridge br0"));
 }
 
+TEST_F(EngineAsking, WhatPassesWithAPortOrAnInstanceIsAskedAboutAgain) {
+  for (auto const& [said, kind] : std::vector<std::pair<std::string, std::string>>{
+           {"Error getting list of all ports", "ports"},
+           {"br0 Couldn't find port with index 7", "ports"},
+           {"Can't find index for port e1. Not a valid interface.", "ports"},
+           {"br0:e1 Failed to get port state", "ports"},
+           {"br0 Couldn't find MSTI with ID 5", "instances"},
+       }) {
+    SCOPED_TRACE(said);
+    EXPECT_EQ(kindOf(ask("echo \"" + said + "\" >&2; exit 1", milliseconds(1), milliseconds(300))),
+              kind);
+    EXPECT_GE(runs(), 3);
+  }
+}
+
 TEST_F(EngineAsking, OtherReasonsAreToldAtOnce) {
   EXPECT_EQ(kindOf(ask("echo \"can't setup control connection\" >&2; exit 1", milliseconds(0))),
             "no engine");

@@ -159,6 +159,17 @@ TEST_F(EngineAsking, WhatPassesWithAPortOrAnInstanceIsAskedAboutAgain) {
   }
 }
 
+TEST_F(EngineAsking, NewInstancesAreAskedAboutAlthoughTheBatchEndsRightBehindTheMode) {
+  std::string const untilTheMode =
+      R"({"bridge":"br0","mstids":["0","5"]}[{"port":"e1","bridge":"br0"}])"
+      R"([{"bridge":"br0","enabled":"yes","force-protocol-version":"mstp"}])";
+  EXPECT_EQ(kindOf(ask("grep -q 'showtree br0 5' && exit 7\nprintf '%s' '" + untilTheMode +
+                           R"({"bridge":"br0","fid2mstid":['; exit 1)",
+                       milliseconds(1))),
+            "failed with status 7");
+  EXPECT_EQ(runs(), 2);
+}
+
 TEST_F(EngineAsking, OtherReasonsAreToldAtOnce) {
   EXPECT_EQ(kindOf(ask("echo \"can't setup control connection\" >&2; exit 1", milliseconds(0))),
             "no engine");

@@ -11,7 +11,7 @@ import unittest
 from gnmi_client import LONG, Agent, Client, gnmi, grpc, path
 from raw_http2 import (DATA, END_HEADERS, GOAWAY, HEADERS, PING, SUBSCRIBE, Connection, frame,
                        message)
-from test_security import Authority
+from test_security import Authority, ip
 
 CODE = grpc.StatusCode
 GUARD = "/stp/global/config/bpdu-guard"
@@ -79,10 +79,6 @@ class Keepalive(unittest.TestCase):
     @unittest.skipUnless(LONG, "takes minutes")
     def test_B4_whose_link_is_down_is_gone(self):
         names = [f"gnmi{os.getpid()}{side}" for side in "ab"]
-
-        def ip(*words):
-            subprocess.run(["ip", *words], check=True, capture_output=True)
-
         with contextlib.ExitStack() as context:
             for name in names:
                 try:

@@ -6,6 +6,7 @@ import shutil
 import socket
 import ssl
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
@@ -20,6 +21,10 @@ VLANS = gnmi.Update(path=path("/stp/global/config/disabled-vlan"),
 def openssl(*arguments):
     return subprocess.run(["openssl", *arguments], check=True, capture_output=True,
                           text=True).stdout.strip()
+
+
+def ip(*words):
+    subprocess.run(["ip", *words], check=True, capture_output=True)
 
 
 class Authority:
@@ -254,6 +259,27 @@ class Security(unittest.TestCase):
                     if file.is_file() and not file.is_symlink()]
             self.assertIn(contents(self.server[0]), left)
             self.assertNotIn(contents(self.server[1]), left)
+
+    def test_A6_all_addresses_of_ipv6_are_those_of_ipv4_too(self):
+        name = f"gnmi-both-{os.getpid()}"
+        try:
+            ip("netns", "add", name)
+        except (OSError, subprocess.CalledProcessError) as error:
+            self.skipTest(f"no network namespace can be made: {error}")
+        self.addCleanup(ip, "netns", "delete", name)
+        within = ["ip", "netns", "exec", name]
+        ip("-n", name, "link", "set", "lo", "up")
+        # A socket of IPv6 leaves IPv4 alone here, unless it is told otherwise.
+        subprocess.run([*within, "sh", "-c", "echo 1 >/proc/sys/net/ipv6/bindv6only"], check=True)
+        with Agent("run", "--show", "none", namespace=name,
+                   gnmi_options=["--gnmi", "[::]:0", "--gnmi-cert", self.server[0], "--gnmi-key",
+                                 self.server[1]]) as agent:
+            port = agent.listens().addresses[0].rsplit(":", 1)[1]
+            for host in ("::1", "127.0.0.1"):
+                with self.subTest(host):
+                    subprocess.run([*within, sys.executable, "-c",
+                                    f"import socket; socket.create_connection(('{host}', {port}))"],
+                                   check=True, timeout=PATIENCE)
 
     def test_A2_users_that_can_not_be_read_any_more_stay_and_that_is_told_once(self):
         users = os.path.join(self.folder, "live-users")

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -58,6 +59,24 @@ TEST(Replay, IsInterruptedBetweenTwoSnapshots) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, "");
   EXPECT_LT(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 8000);
+}
+
+TEST(Replay, PaceIsWaitedForBetweenSnapshotsAndNotBeforeTheFirst) {
+  std::vector<std::string> arguments{"replay",  "--bridge", "br0",
+                                     "--watch", "--show",   "none",
+                                     "--pace",  "3600000",  capture("01-converged")};
+  std::string const first = runAgent(arguments).out;
+  arguments.push_back(capture("11-rstp"));
+  Process agent(arguments);
+  std::string shown;
+  for (std::ptrdiff_t left = std::count(first.begin(), first.end(), '\n'); left > 0; --left) {
+    shown += agent.readLine() + "\n";
+  }
+  EXPECT_EQ(shown, first);
+  agent.signal(SIGTERM);
+  Outcome const outcome = agent.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
 }
 
 TEST(Replay, RefusedSnapshotLeavesWhatWasThere) {

@@ -20,11 +20,13 @@
 #include "Lumo/Ptr.h"
 #include "Lumo/String.h"
 #include "StpTypes/Collection.h"
+#include "StpTypes/Identifiers.h"
 
 namespace Agent {
 
 /// What a member of a collection or an entry of a table is known by; nothing for what has no key.
-using Key = std::variant<std::monostate, Lumo::String, Lanx::IntfId, std::uint16_t>;
+using Key = std::variant<std::monostate, Lumo::String, Lanx::IntfId, std::uint16_t, Stp::TreeId,
+                         Stp::TreePortId>;
 
 class Change {
  public:

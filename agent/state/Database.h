@@ -12,7 +12,9 @@
 #include "Lumo/Ptr.h"
 #include "StpTypes/Input.h"
 #include "StpTypes/OpenConfigConfig.h"
+#include "StpTypes/OpenConfigOperational.h"
 #include "StpTypes/OpenConfigState.h"
+#include "StpTypes/Operational.h"
 #include "StpTypes/Status.h"
 #include "agent/state/Change.h"
 
@@ -40,13 +42,15 @@ struct SourceEntities {
   Held<Stp::Config> config;
   Held<Stp::Status> status;
   Held<Stp::VlanConfigDir> vlanConfigDir;
+  Held<Stp::Operational::Bridge> operational;
 
   /// By name, in the order in which they are shown.
   static constexpr auto roots() {
     return std::tuple{Root{"input", &SourceEntities::input},
                       Root{"config", &SourceEntities::config},
                       Root{"status", &SourceEntities::status},
-                      Root{"vlanConfigDir", &SourceEntities::vlanConfigDir}};
+                      Root{"vlanConfigDir", &SourceEntities::vlanConfigDir},
+                      Root{"operational", &SourceEntities::operational}};
   }
 };
 using SourceView = SourceEntities<ToRead>;
@@ -55,7 +59,7 @@ using SourceView = SourceEntities<ToRead>;
 struct SourceTree : SourceEntities<ToWrite> {
   SourceTree();
   operator SourceView() const {  // NOLINT(google-explicit-constructor): as T* to T const*
-    return {input, config, status, vlanConfigDir};
+    return {input, config, status, vlanConfigDir, operational};
   }
 };
 
@@ -68,6 +72,17 @@ struct TargetEntities {
   Held<Stp::OCInterfaceStateDir> interfaceStateDir;
   Held<Stp::OCMstiConfigDir> mstiConfigDir;
   Held<Stp::OCMstiStateDir> mstiStateDir;
+  Held<Stp::OCRstpConfig> rstpConfig;
+  Held<Stp::OCRstpState> rstpState;
+  Held<Stp::OCMstpConfig> mstpConfig;
+  Held<Stp::OCMstpState> mstpState;
+  Held<Stp::OCTreeConfigDir> treeConfigDir;
+  Held<Stp::OCTreeStateDir> treeStateDir;
+  Held<Stp::OCTreePortConfigDir> treePortConfigDir;
+  Held<Stp::OCTreePortStateDir> treePortStateDir;
+  Held<Stp::OCTreePortCountersDir> treePortCountersDir;
+  Held<Stp::OCProtectionConfigDir> protectionConfigDir;
+  Held<Stp::OCProtectionStateDir> protectionStateDir;
 
   /// By name, in the order in which they are shown.
   static constexpr auto roots() {
@@ -76,7 +91,18 @@ struct TargetEntities {
                       Root{"ocInterfaceConfigDir", &TargetEntities::interfaceConfigDir},
                       Root{"ocInterfaceStateDir", &TargetEntities::interfaceStateDir},
                       Root{"ocMstiConfigDir", &TargetEntities::mstiConfigDir},
-                      Root{"ocMstiStateDir", &TargetEntities::mstiStateDir}};
+                      Root{"ocMstiStateDir", &TargetEntities::mstiStateDir},
+                      Root{"ocRstpConfig", &TargetEntities::rstpConfig},
+                      Root{"ocRstpState", &TargetEntities::rstpState},
+                      Root{"ocMstpConfig", &TargetEntities::mstpConfig},
+                      Root{"ocMstpState", &TargetEntities::mstpState},
+                      Root{"ocTreeConfigDir", &TargetEntities::treeConfigDir},
+                      Root{"ocTreeStateDir", &TargetEntities::treeStateDir},
+                      Root{"ocTreePortConfigDir", &TargetEntities::treePortConfigDir},
+                      Root{"ocTreePortStateDir", &TargetEntities::treePortStateDir},
+                      Root{"ocTreePortCountersDir", &TargetEntities::treePortCountersDir},
+                      Root{"ocProtectionConfigDir", &TargetEntities::protectionConfigDir},
+                      Root{"ocProtectionStateDir", &TargetEntities::protectionStateDir}};
   }
 };
 using TargetView = TargetEntities<ToRead>;
@@ -85,8 +111,11 @@ using TargetView = TargetEntities<ToRead>;
 struct TargetTree : TargetEntities<ToWrite> {
   TargetTree();
   operator TargetView() const {  // NOLINT(google-explicit-constructor): as T* to T const*
-    return {globalConfig,      globalState,   interfaceConfigDir,
-            interfaceStateDir, mstiConfigDir, mstiStateDir};
+    return {globalConfig,      globalState,      interfaceConfigDir,  interfaceStateDir,
+            mstiConfigDir,     mstiStateDir,     rstpConfig,          rstpState,
+            mstpConfig,        mstpState,        treeConfigDir,       treeStateDir,
+            treePortConfigDir, treePortStateDir, treePortCountersDir, protectionConfigDir,
+            protectionStateDir};
   }
 };
 

@@ -51,6 +51,7 @@ struct Ownership {
 template <class Entity>
 inline constexpr bool isSourceRoot =
     std::same_as<Entity, Stp::Input::Config> || std::same_as<Entity, Stp::Config> ||
-    std::same_as<Entity, Stp::Status> || std::same_as<Entity, Stp::VlanConfigDir>;
+    std::same_as<Entity, Stp::Status> || std::same_as<Entity, Stp::VlanConfigDir> ||
+    std::same_as<Entity, Stp::Operational::Bridge>;
 
 }  // namespace Agent

@@ -74,11 +74,12 @@ class RecordsSubscription final : public EntitySubscription<RecordsSubscription<
   static constexpr auto const& row = onlyAttribute<Entity>;
 };
 
-std::uint32_t number(Lanx::IntfId key) {
-  return key.value();
-}
-std::uint32_t number(std::uint16_t key) {
+std::uint64_t number(std::uint16_t key) {
   return key;
+}
+template <class Key>
+std::uint64_t number(Key key) {
+  return key.value();
 }
 
 // A target whose members hold a record each. A member is watched while it is one.
@@ -119,7 +120,7 @@ class MembersSubscription final : public EntitySubscription<MembersSubscription<
     }
   }
 
-  std::unordered_map<std::uint32_t, std::unique_ptr<RecordSubscription<Member>>> members_;
+  std::unordered_map<std::uint64_t, std::unique_ptr<RecordSubscription<Member>>> members_;
 };
 
 template <class Entity>

@@ -43,6 +43,18 @@ Stp::VlanIdOrRange readVlanEntry(Json const& json, Where const& where) {
                         Bridging::VlanId(readVlanId(ends[1], Where(where, std::size_t{1})))};
 }
 
+// What `read` makes of a text.
+template <class Value>
+Value readText(Json const& json, Where const& where, std::optional<Value> (*read)(std::string_view),
+               std::string_view what) {
+  auto const value =
+      json.is_string() ? read(json.get_ref<std::string const&>()) : std::optional<Value>();
+  if (!value) {
+    where.refuse(brief(json) + " is not " + std::string(what));
+  }
+  return *value;
+}
+
 }  // namespace
 
 std::int64_t readSigned(Json const& json, Where const& where, Limits<std::int64_t> limits) {
@@ -148,6 +160,26 @@ void readPlain(Stp::SharedList<Stp::VlanIdOrRange>& value, Json const& json, Whe
     list.push(readVlanEntry(entries[at], Where(where, at)));
   }
   value = list;
+}
+
+void readPlain(Stp::BridgeId& value, Json const& json, Where const& where) {
+  value = readText(json, where, &bridgeIdOf, R"(a bridge id as "8.000.00:1C:73:00:00:01")");
+}
+
+void readPlain(Stp::PortId& value, Json const& json, Where const& where) {
+  value = readText(json, where, &portIdOf, R"(a port id as "8.001")");
+}
+
+void readPlain(Stp::TreeId& value, Json const& json, Where const& where) {
+  value = readText(json, where, &treeIdOf, R"("Rst", "Cist" or "MST1" to "MST4095")");
+}
+
+void readPlain(Stp::TreePortId& value, Json const& json, Where const& where) {
+  value = readText(json, where, &treePortIdOf, R"(a tree and a port as "MST5/Ethernet1")");
+}
+
+OrderedJson showPlain(Lumo::String const& value) {
+  return value.view();
 }
 
 OrderedJson showPlain(Lanx::IntfId value) {

@@ -16,57 +16,22 @@
 #include "Lanx/IntfId.h"
 #include "Lumo/Bytes.h"
 #include "Lumo/String.h"
-#include "StpTypes/ConfigBase.h"
+#include "StpTypes/Identifiers.h"
 #include "StpTypes/OpenConfigConfig.h"
-#include "StpTypes/OpenConfigState.h"
+#include "StpTypes/OpenConfigOperational.h"
+#include "StpTypes/Operational.h"
 #include "StpTypes/SharedList.h"
 #include "StpTypes/VlanIdOrRange.h"
+#include "agent/text/Fields.h"
+#include "agent/text/Identifiers.h"
 #include "agent/text/Json.h"
 #include "agent/text/Refusal.h"
 
 namespace Agent {
 
-/// A member of a composite value, by the name under which it is given and shown.
-template <class Record, class Member>
-struct Field {
-  std::string_view name;
-  Member Record::*member;
-  std::optional<std::uint16_t> greatest = {};  ///< where that is less than the type's
-};
-template <class Record, class Member, class... Greatest>
-Field(std::string_view, Member Record::*, Greatest...) -> Field<Record, Member>;
-
-/// The members of each composite value, in the order in which they are shown.
-constexpr auto fieldsOf(Stp::MstConfig const* /*of*/) {
-  return std::tuple{Field{"regionName", &Stp::MstConfig::regionName},
-                    Field{"vidToMsti", &Stp::MstConfig::vidToMsti},
-                    Field{"revision", &Stp::MstConfig::revision}};
-}
-constexpr auto fieldsOf(Stp::OCGlobalContainer const* /*of*/) {
-  return std::tuple{Field{"enabledProtocol", &Stp::OCGlobalContainer::enabledProtocol},
-                    Field{"bpduGuard", &Stp::OCGlobalContainer::bpduGuard},
-                    Field{"disabledVlan", &Stp::OCGlobalContainer::disabledVlan}};
-}
-template <class Record>
-requires std::same_as<Record, Stp::InterfaceConfig> || std::same_as<Record, Stp::InterfaceState>
-constexpr auto fieldsOf(Record const* /*of*/) {
-  return std::tuple{Field{"name", &Record::name}, Field{"linkType", &Record::linkType},
-                    Field{"edgePort", &Record::edgePort}, Field{"bpduGuard", &Record::bpduGuard}};
-}
-constexpr auto fieldsOf(Stp::OCMstiRecord const* /*of*/) {
-  return std::tuple{Field{"mstId", &Stp::OCMstiRecord::mstId, Stp::largestMstInstanceId},
-                    Field{"bridgePriority", &Stp::OCMstiRecord::bridgePriority},
-                    Field{"vlan", &Stp::OCMstiRecord::vlan}};
-}
-
+/// A value, or nothing.
 template <class Value>
-concept Composite = requires(Value const* value) {
-  fieldsOf(value);
-};
-
-/// A number, or an enumeration, any number of which can occur.
-template <class Value>
-concept Number = std::is_enum_v<Value> ||(std::integral<Value> && !std::same_as<Value, bool>);
+concept Optional = std::same_as<Value, std::optional<typename Value::value_type>>;
 
 /// The least and the greatest number that an attribute takes.
 template <class Integer>
@@ -84,6 +49,23 @@ constexpr Limits<Integer> limitsOf(std::optional<std::uint16_t> greatest) {
     return {};
   }
 }
+
+/// The last enumerator of an enumeration that is complete. Of the others any number can occur.
+template <class Enumeration>
+inline constexpr auto lastOf = Limits<std::underlying_type_t<Enumeration>>().greatest;
+template <>
+inline constexpr auto lastOf<Stp::Operational::PortRole> =
+    static_cast<std::uint8_t>(Stp::Operational::PortRole::master);
+template <>
+inline constexpr auto lastOf<Stp::Operational::PortState> =
+    static_cast<std::uint8_t>(Stp::Operational::PortState::forwarding);
+template <>
+inline constexpr auto lastOf<Stp::OcPortRole> = static_cast<std::uint8_t>(Stp::OcPortRole::backup);
+template <>
+inline constexpr auto lastOf<Stp::OcPortState> =
+    static_cast<std::uint8_t>(Stp::OcPortState::forwarding);
+template <>
+inline constexpr auto lastOf<Stp::OcGuard> = static_cast<std::uint8_t>(Stp::OcGuard::none);
 
 /// The whole number that `json` is. Refuses everything else, a number written with a fraction or
 /// an exponent too, and what lies outside the limits.
@@ -116,6 +98,10 @@ void readPlain(Stp::OCBridgePriority& value, Json const& json, Where const& wher
 void readPlain(Stp::SharedList<Stp::OcStpEnabledProtocol>& value, Json const& json,
                Where const& where);
 void readPlain(Stp::SharedList<Stp::VlanIdOrRange>& value, Json const& json, Where const& where);
+void readPlain(Stp::BridgeId& value, Json const& json, Where const& where);
+void readPlain(Stp::PortId& value, Json const& json, Where const& where);
+void readPlain(Stp::TreeId& value, Json const& json, Where const& where);
+void readPlain(Stp::TreePortId& value, Json const& json, Where const& where);
 
 /// Makes `value` what `json` says; members that a composite value is not given keep theirs.
 /// A number above `greatest` is refused. When it throws a Refusal, `value` may have changed in
@@ -140,22 +126,37 @@ void readValue(Value& value, Json const& json, Where const& where,
         memberAt.refuse("unknown member");
       }
     }
+  } else if constexpr (Optional<Value>) {
+    if (json.is_null()) {
+      value.reset();
+    } else {
+      readValue(value.emplace(), json, where, greatest);
+    }
   } else if constexpr (std::is_enum_v<Value>) {
     using Integer = std::underlying_type_t<Value>;
-    value = static_cast<Value>(readInteger<Integer>(json, where, limitsOf<Integer>(greatest)));
-  } else if constexpr (Number<Value>) {
+    constexpr Limits<Integer> limits{Limits<Integer>().least, lastOf<Value>};
+    value = static_cast<Value>(readInteger<Integer>(json, where, limits));
+  } else if constexpr (std::integral<Value> && !std::same_as<Value, bool>) {
     value = readInteger<Value>(json, where, limitsOf<Value>(greatest));
   } else {
     readPlain(value, json, where);
   }
 }
 
+OrderedJson showPlain(Lumo::String const& value);
 OrderedJson showPlain(Lanx::IntfId value);
 OrderedJson showPlain(Stp::OCBridgePriority value);
 OrderedJson showPlain(Stp::SharedList<Stp::OcStpEnabledProtocol> const& value);
 OrderedJson showPlain(Stp::SharedList<Stp::VlanIdOrRange> const& value);
+template <class Identifier>
+requires requires(Identifier id) {
+  textOf(id);
+}
+OrderedJson showPlain(Identifier id) {
+  return textOf(id);
+}
 
-/// A key as it is shown and sorted: a name, by byte, or a number.
+/// A key as it is shown: a name or a number.
 inline std::string plainKey(Lanx::IntfId key) {
   return key.stringValue().toString();
 }
@@ -164,6 +165,12 @@ inline std::string plainKey(Lumo::String const& key) {
 }
 inline std::uint16_t plainKey(std::uint16_t key) {
   return key;
+}
+inline std::string plainKey(Stp::TreeId key) {
+  return textOf(key);
+}
+inline std::string plainKey(Stp::TreePortId key) {
+  return textOf(key);
 }
 
 /// The JSON of which `readValue` makes the same value.
@@ -177,6 +184,8 @@ OrderedJson showValue(Value const& value) {
         },
         fieldsOf(static_cast<Value const*>(nullptr)));
     return object;
+  } else if constexpr (Optional<Value>) {
+    return value ? showValue(*value) : OrderedJson();
   } else if constexpr (std::is_enum_v<Value>) {
     return static_cast<std::underlying_type_t<Value>>(value);
   } else if constexpr (std::integral<Value>) {

@@ -65,7 +65,7 @@ struct OCMstpStateRecord : OCProtocolParameters {};
 struct OCTreeConfig {
   TreeId tree;
   /// 0 to 61440 in steps of 4096.
-  std::optional<std::uint16_t> bridgePriority;
+  std::optional<std::uint16_t> bridgePriority = {};
 
   TreeId key() const { return tree; }
 
@@ -76,18 +76,18 @@ struct OCTreeConfig {
 struct OCTreeState {
   TreeId tree;
   /// bridge-priority (not of an MST instance, whose own state has it) and bridge-address.
-  std::optional<BridgeId> bridge;
+  std::optional<BridgeId> bridge = {};
   /// designated-root-priority and designated-root-address.
-  std::optional<BridgeId> designatedRoot;
+  std::optional<BridgeId> designatedRoot = {};
   /// The number of the port; 0 on the root.
-  std::optional<std::uint16_t> rootPort;
-  std::optional<std::uint32_t> rootCost;
-  std::optional<std::uint64_t> topologyChanges;
+  std::optional<std::uint16_t> rootPort = {};
+  std::optional<std::uint32_t> rootCost = {};
+  std::optional<std::uint64_t> topologyChanges = {};
   /// Nanoseconds since the beginning of 1970 (UTC).
-  std::optional<std::uint64_t> lastTopologyChange;
+  std::optional<std::uint64_t> lastTopologyChange = {};
   /// The CIST's alone: regional-root-priority, regional-root-address and regional-root-cost.
-  std::optional<BridgeId> regionalRoot;
-  std::optional<std::uint32_t> regionalRootCost;
+  std::optional<BridgeId> regionalRoot = {};
+  std::optional<std::uint32_t> regionalRootCost = {};
 
   TreeId key() const { return tree; }
 
@@ -98,7 +98,7 @@ struct OCTreeState {
 struct OCTreePortConfig {
   TreePortId id;
   /// 16 to 240 in steps of 16; the model can't say 0.
-  std::optional<std::uint8_t> portPriority;
+  std::optional<std::uint8_t> portPriority = {};
 
   TreePortId key() const { return id; }
 
@@ -109,24 +109,24 @@ struct OCTreePortConfig {
 struct OCTreePortState {
   TreePortId id;
   /// port-num and port-priority.
-  std::optional<PortId> port;
+  std::optional<PortId> port = {};
   /// 1 to 200000000.
-  std::optional<std::uint32_t> cost;
-  std::optional<OcPortRole> role;
-  std::optional<OcPortState> portState;
+  std::optional<std::uint32_t> cost = {};
+  std::optional<OcPortRole> role = {};
+  std::optional<OcPortState> portState = {};
   /// designated-root-priority and designated-root-address.
-  std::optional<BridgeId> designatedRoot;
-  std::optional<std::uint32_t> designatedCost;
+  std::optional<BridgeId> designatedRoot = {};
+  std::optional<std::uint32_t> designatedCost = {};
   /// designated-bridge-priority and designated-bridge-address.
-  std::optional<BridgeId> designatedBridge;
+  std::optional<BridgeId> designatedBridge = {};
   /// designated-port-num and designated-port-priority.
-  std::optional<PortId> designatedPort;
+  std::optional<PortId> designatedPort = {};
   /// forward-transisitions, the model's spelling.
-  std::optional<std::uint64_t> forwardTransitions;
+  std::optional<std::uint64_t> forwardTransitions = {};
   /// stp-openconfig-cist:disputed
-  std::optional<bool> disputed;
+  std::optional<bool> disputed = {};
   /// stp-openconfig-cist:master, of an MST instance.
-  std::optional<bool> master;
+  std::optional<bool> master = {};
 
   TreePortId key() const { return id; }
 
@@ -136,8 +136,8 @@ struct OCTreePortState {
 /// interfaces/interface/state/counters of a tree.
 struct OCTreePortCounters {
   TreePortId id;
-  std::optional<std::uint64_t> bpduSent;
-  std::optional<std::uint64_t> bpduReceived;
+  std::optional<std::uint64_t> bpduSent = {};
+  std::optional<std::uint64_t> bpduReceived = {};
 
   TreePortId key() const { return id; }
 
@@ -147,8 +147,8 @@ struct OCTreePortCounters {
 /// guard and bpdu-filter of /stp/interfaces/interface/config.
 struct OCProtectionConfig {
   Lanx::IntfId name;
-  std::optional<OcGuard> guard;
-  std::optional<bool> bpduFilter;
+  std::optional<OcGuard> guard = {};
+  std::optional<bool> bpduFilter = {};
 
   Lanx::IntfId key() const { return name; }
 
@@ -158,10 +158,10 @@ struct OCProtectionConfig {
 /// The same of /stp/interfaces/interface/state, and the trouble that BPDU guard is in.
 struct OCProtectionState {
   Lanx::IntfId name;
-  std::optional<OcGuard> guard;
-  std::optional<bool> bpduFilter;
+  std::optional<OcGuard> guard = {};
+  std::optional<bool> bpduFilter = {};
   /// stp-openconfig-cist:bpdu-guard-error
-  std::optional<bool> bpduGuardError;
+  std::optional<bool> bpduGuardError = {};
 
   Lanx::IntfId key() const { return name; }
 

@@ -55,8 +55,12 @@ Key readKey(Steps steps) {
     return readInteger<std::uint16_t>(steps.step(), where, {0, 4095});
   } else if constexpr (std::is_same_v<Key, Lanx::IntfId>) {
     return Lanx::IntfId::of(readName(steps.step(), where));
-  } else {
+  } else if constexpr (std::is_same_v<Key, Lumo::String>) {
     return readName(steps.step(), where);
+  } else {
+    Key key;
+    readValue(key, steps.step(), where);
+    return key;
   }
 }
 
@@ -71,7 +75,8 @@ bool isInstanceName(Lumo::String const& name) {
 
 template <class Member>
 constexpr bool keyedByInstanceName =
-    std::is_same_v<Member, Stp::Input::MstiConfig> || std::is_same_v<Member, Stp::MstiStatus>;
+    std::is_same_v<Member, Stp::Input::MstiConfig> || std::is_same_v<Member, Stp::MstiStatus> ||
+    std::is_same_v<Member, Stp::Operational::Tree>;
 
 template <class Entity>
 std::unique_ptr<Place> inEntity(Lumo::Ptr<Entity const> const& entity, Steps steps);

@@ -188,6 +188,11 @@ constexpr LeafTable tableOf(Stp::OCMstiConfig const* /*of*/) {
 constexpr LeafTable tableOf(Stp::OCMstiState const* /*of*/) {
   return {mstInstanceNode, "mst-id", "state", mstInstanceLeaves<Stp::OCMstiState>};
 }
+// Nothing is shown of the other records yet.
+template <class Record>
+constexpr LeafTable tableOf(Record const* /*of*/) {
+  return {};
+}
 
 template <std::size_t... at>
 constexpr auto tables(std::index_sequence<at...> /*of*/) {

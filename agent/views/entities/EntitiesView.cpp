@@ -11,6 +11,18 @@ namespace Agent {
 
 namespace {
 
+// What keys are sorted by: a name by byte, trees and other numbers as such.
+template <class Key>
+auto orderOf(Key const& key) {
+  return plainKey(key);
+}
+std::uint16_t orderOf(Stp::TreeId tree) {
+  return tree.value();
+}
+auto orderOf(Stp::TreePortId id) {
+  return std::pair(orderOf(id.tree), plainKey(id.port));
+}
+
 std::string keyText(std::string key) {
   return key;
 }
@@ -25,19 +37,22 @@ OrderedJson showTarget(Entity const& entity) {
     return showValue(recordOf(entity));
   } else {
     using Key = typename std::remove_cvref_t<decltype(row)>::KeyType;
-    std::map<decltype(plainKey(std::declval<Key>())), OrderedJson> sorted;
+    std::map<decltype(orderOf(std::declval<Key>())), std::pair<std::string, OrderedJson>> sorted;
+    auto const add = [&](Key const& key, auto const& record) {
+      sorted.emplace(orderOf(key), std::pair(keyText(plainKey(key)), showValue(record)));
+    };
     if constexpr (requires { row.records; }) {
       for (auto const& member : (entity.*row.records)()) {
-        sorted.emplace(plainKey(member.key), showValue(*member.value));
+        add(member.key, *member.value);
       }
     } else {
       for (auto const& member : (entity.*row.members)()) {
-        sorted.emplace(plainKey(member.key), showValue(recordOf(*member.value)));
+        add(member.key, recordOf(*member.value));
       }
     }
     OrderedJson object = OrderedJson::object();
-    for (auto& [key, record] : sorted) {
-      memberAdd(object, keyText(key), std::move(record));
+    for (auto& [order, shown] : sorted) {
+      memberAdd(object, shown.first, std::move(shown.second));
     }
     return object;
   }

@@ -28,7 +28,7 @@ consteval bool takesInitialisers(std::index_sequence<I...>) {
 }
 
 // Counted down: each member without a default needs an initialiser, so fewer than all might not do.
-template <class Aggregate, std::size_t count = 8>
+template <class Aggregate, std::size_t count = 10>
 consteval std::size_t memberCount() {
   if constexpr (count == 0 || takesInitialisers<Aggregate>(std::make_index_sequence<count>())) {
     return count;
@@ -39,7 +39,7 @@ consteval std::size_t memberCount() {
 
 }  // namespace Impl
 
-/// The number of members of an aggregate; at most eight.
+/// The number of members of an aggregate; at most ten.
 template <class Aggregate>
 inline constexpr std::size_t memberCount = Impl::memberCount<Aggregate>();
 
@@ -70,9 +70,15 @@ constexpr auto membersOf(Aggregate& aggregate) {
   } else if constexpr (count == 7) {
     auto& [a, b, c, d, e, f, g] = aggregate;
     return std::tie(a, b, c, d, e, f, g);
-  } else {
+  } else if constexpr (count == 8) {
     auto& [a, b, c, d, e, f, g, h] = aggregate;
     return std::tie(a, b, c, d, e, f, g, h);
+  } else if constexpr (count == 9) {
+    auto& [a, b, c, d, e, f, g, h, i] = aggregate;
+    return std::tie(a, b, c, d, e, f, g, h, i);
+  } else {
+    auto& [a, b, c, d, e, f, g, h, i, j] = aggregate;
+    return std::tie(a, b, c, d, e, f, g, h, i, j);
   }
 }
 

@@ -97,7 +97,7 @@ struct OCTreeState {
 /// interfaces/interface/config of a tree.
 struct OCTreePortConfig {
   TreePortId id;
-  /// 16 to 240 in steps of 16; the model can't say 0.
+  /// 0 to 240 in steps of 16; the model can't say 0.
   std::optional<std::uint8_t> portPriority = {};
 
   TreePortId key() const { return id; }
@@ -185,37 +185,63 @@ class RecordTarget : public TypedEntity<Derived> {
   Record record_;
 };
 
-/// A target that holds records by key.
-template <class Derived, class KeyType, class Record>
+namespace Impl {
+
+template <class Member>
+struct KeyMember;
+template <class RecordType, class KeyType>
+struct KeyMember<KeyType RecordType::*> {
+  using Record = RecordType;
+  using Key = KeyType;
+};
+
+}  // namespace Impl
+
+/// A target that holds records by the member that is their key.
+template <class Derived, auto keyMember>
 class RecordDirectory : public TypedEntity<Derived> {
  public:
   enum class Id : Lumo::FieldId { record = 130 };
 
-  RecordCollection<KeyType, Record> const& record() const { return records_; }
+  using Key = typename Impl::KeyMember<decltype(keyMember)>::Key;
+  using Record = typename Impl::KeyMember<decltype(keyMember)>::Record;
+
+  RecordCollection<Key, Record> const& record() const { return records_; }
 
   /// The record under a key, or null; valid until the directory changes.
-  Record const* record(KeyType key) const { return recordFind(records_, key); }
+  Record const* record(Key key) const { return recordFind(records_, key); }
   void recordIs(Record const& record) {
-    recordMemberIs(*this, Id::record, records_, record.key(), record);
+    recordMemberIs(*this, Id::record, records_, record.*keyMember, record);
   }
 
-  /// Lets `edit` change the record under the key, a fresh one where there is none, and stores it
-  /// whole, in one step. `edit` must leave the key.
+  /// Lets `edit` change the record under the key, in place, and announces one change if it says
+  /// that it changed something. Where there is none, it changes a fresh one, which is then stored
+  /// and announced in any case. `edit` must leave the key, and not throw.
   template <class Edit>
-  void recordAmend(KeyType key, Edit edit) {
-    recordMemberAmend(*this, Id::record, records_, key, Record{key}, edit);
+  void recordAmend(Key key, Edit edit) {
+    if (std::optional<Record>* const present = records_.find(key)) {
+      if (!edit(**present)) {
+        return;
+      }
+    } else {
+      Record fresh;
+      fresh.*keyMember = key;
+      edit(fresh);
+      records_.newMemberG(key, fresh);
+    }
+    publishMember(*this, Id::record, key);
   }
-  bool recordDel(KeyType key) { return memberDel(*this, Id::record, records_, key); }
+  bool recordDel(Key key) { return memberDel(*this, Id::record, records_, key); }
   void recordDelAll() { memberDelAll(*this, Id::record, records_); }
 
   static constexpr auto attributes = std::tuple{
-      recordCollection<KeyType, Record>("record", Id::record, &RecordDirectory::record,
-                                        &RecordDirectory::recordIs, &RecordDirectory::recordDel,
-                                        &RecordDirectory::recordDelAll),
+      recordCollection<Key, Record>("record", Id::record, &RecordDirectory::record,
+                                    &RecordDirectory::recordIs, &RecordDirectory::recordDel,
+                                    &RecordDirectory::recordDelAll),
   };
 
  private:
-  RecordCollection<KeyType, Record> records_;
+  RecordCollection<Key, Record> records_;
 };
 
 class STP_API OCRstpConfig final : public RecordTarget<OCRstpConfig, OCRstpConfigRecord> {
@@ -236,41 +262,40 @@ class STP_API OCMstpState final : public RecordTarget<OCMstpState, OCMstpStateRe
 };
 
 /// By tree.
-class STP_API OCTreeConfigDir final
-    : public RecordDirectory<OCTreeConfigDir, TreeId, OCTreeConfig> {
+class STP_API OCTreeConfigDir final : public RecordDirectory<OCTreeConfigDir, &OCTreeConfig::tree> {
  public:
   ~OCTreeConfigDir() override;
 };
-class STP_API OCTreeStateDir final : public RecordDirectory<OCTreeStateDir, TreeId, OCTreeState> {
+class STP_API OCTreeStateDir final : public RecordDirectory<OCTreeStateDir, &OCTreeState::tree> {
  public:
   ~OCTreeStateDir() override;
 };
 
 /// By tree and port.
 class STP_API OCTreePortConfigDir final
-    : public RecordDirectory<OCTreePortConfigDir, TreePortId, OCTreePortConfig> {
+    : public RecordDirectory<OCTreePortConfigDir, &OCTreePortConfig::id> {
  public:
   ~OCTreePortConfigDir() override;
 };
 class STP_API OCTreePortStateDir final
-    : public RecordDirectory<OCTreePortStateDir, TreePortId, OCTreePortState> {
+    : public RecordDirectory<OCTreePortStateDir, &OCTreePortState::id> {
  public:
   ~OCTreePortStateDir() override;
 };
 class STP_API OCTreePortCountersDir final
-    : public RecordDirectory<OCTreePortCountersDir, TreePortId, OCTreePortCounters> {
+    : public RecordDirectory<OCTreePortCountersDir, &OCTreePortCounters::id> {
  public:
   ~OCTreePortCountersDir() override;
 };
 
 /// By interface.
 class STP_API OCProtectionConfigDir final
-    : public RecordDirectory<OCProtectionConfigDir, Lanx::IntfId, OCProtectionConfig> {
+    : public RecordDirectory<OCProtectionConfigDir, &OCProtectionConfig::name> {
  public:
   ~OCProtectionConfigDir() override;
 };
 class STP_API OCProtectionStateDir final
-    : public RecordDirectory<OCProtectionStateDir, Lanx::IntfId, OCProtectionState> {
+    : public RecordDirectory<OCProtectionStateDir, &OCProtectionState::name> {
  public:
   ~OCProtectionStateDir() override;
 };

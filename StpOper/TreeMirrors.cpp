@@ -1,0 +1,200 @@
+#include "StpOper/TreeMirrors.h"
+
+#include "Stp/vlans/InstanceName.h"
+#include "StpOper/Amendment.h"
+
+namespace Stp::Oper {
+
+namespace {
+
+Lumo::Ptr<TreeScope> scopeOf(Input::Config const& config, Lumo::String const& treeName,
+                             bool running) {
+  auto const scope = Lumo::make<TreeScope>();
+  TreeId const tree =
+      config.mode() == Mode::mstp ? TreeId::mst(mstiNameToInstanceId(treeName)) : TreeId::rst();
+  scope->valueIs<TreeScope::Id::tree, &TreeScopeTold::tree>(tree);
+  scope->valueIs<TreeScope::Id::running, &TreeScopeTold::running>(running);
+  return scope;
+}
+
+// An MST instance knows the root of the region alone; the CIST shows that beside its own root.
+bool stateAmended(OCTreeState& state, Operational::TreeTold const& told) {
+  TreeId::Kind const kind = state.tree.kind();
+  bool const isMst = kind == TreeId::Kind::mst;
+  bool const isCist = kind == TreeId::Kind::cist;
+  return Amendment()
+      .set(state.bridge, told.bridgeId)
+      .set(state.designatedRoot, isMst ? told.regionalRoot : told.designatedRoot)
+      .set(state.rootCost, isMst ? told.internalRootCost : told.externalRootCost)
+      .set(state.regionalRoot, isCist ? told.regionalRoot : std::nullopt)
+      .set(state.regionalRootCost, isCist ? told.internalRootCost : std::nullopt)
+      .set(state.rootPort, told.rootPort)
+      .set(state.topologyChanges, told.topologyChanges)
+      .set(state.lastTopologyChange, told.lastTopologyChange)
+      .made();
+}
+
+}  // namespace
+
+TreeScope::~TreeScope() = default;
+
+OCTreeSm::OCTreeSm(Lumo::String const& name, Lumo::Ptr<Input::Config const> const& stpInputConfig,
+                   Lumo::Ptr<Operational::Bridge const> const& bridge,
+                   Lumo::Ptr<Operational::Tree const> const& tree,
+                   Lumo::Ptr<OCTreeConfigDir> const& ocTreeConfigDir,
+                   Lumo::Ptr<OCTreeStateDir> const& ocTreeStateDir,
+                   Lumo::Ptr<OCTreePortConfigDir> const& ocTreePortConfigDir,
+                   Lumo::Ptr<OCTreePortStateDir> const& ocTreePortStateDir,
+                   Lumo::Ptr<OCTreePortCountersDir> const& ocTreePortCountersDir)
+    : Reactor(name, stpInputConfig, bridge, tree, ocTreeConfigDir, ocTreeStateDir,
+              ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir),
+      scope_(scopeOf(*stpInputConfig, name, bridge->told().running)) {
+  synchronise(&Self::handleConfig, &Self::handleState, &Self::handleInitialized);
+}
+
+void OCTreeSm::handleInitialized() {
+  auto const traced = trace<"handleInitialized", 58>();
+  for (auto const& port : tree->port()) {
+    Lumo::String const portName = port.key;
+    handlePort(portName);
+  }
+}
+
+void OCTreeSm::handleConfig() {
+  auto const traced = trace<"handleConfig", 66>();
+  if (scope_->told().tree.kind() == TreeId::Kind::mst) {
+    return;
+  }
+  ocTreeConfigDir->recordAmend(scope_->told().tree, [this](OCTreeConfig& config) {
+    auto const& bridgeId = tree->told().bridgeId;
+    return Amendment()
+        .set(config.bridgePriority, bridgeId ? std::optional(bridgeId->priority()) : std::nullopt)
+        .made();
+  });
+}
+
+void OCTreeSm::handleState() {
+  auto const traced = trace<"handleState", 78>("running: ", bridge->told().running);
+  if (bridge->told().running) {
+    ocTreeStateDir->recordAmend(scope_->told().tree, [this](OCTreeState& state) {
+      return stateAmended(state, tree->told());
+    });
+  } else {
+    ocTreeStateDir->recordDel(scope_->told().tree);
+  }
+}
+
+void OCTreeSm::handleRunning() {
+  auto const traced = trace<"handleRunning", 89>("running: ", bridge->told().running);
+  scope_->valueIs<TreeScope::Id::running, &TreeScopeTold::running>(bridge->told().running);
+}
+
+void OCTreeSm::handlePort(Lumo::String const& portName) {
+  auto const traced = trace<"handlePort", 94>(portName);
+  Lumo::Ptr<OCTreePortSm> const* const present = ocTreePortSm.members().find(portName);
+  if (present != nullptr && !(*present)->mirrors(tree->port(portName))) {
+    portWithdraw(portName);
+  }
+  if (Lumo::Ptr<Operational::TreePort const> const port = tree->port(portName)) {
+    ocTreePortSmIs(portName, scope_, port, ocTreePortConfigDir, ocTreePortStateDir,
+                   ocTreePortCountersDir);
+  }
+}
+
+void OCTreeSm::withdraw() {
+  auto const traced = trace<"withdraw", 106>();
+  for (auto const& child : ocTreePortSm.members()) {
+    Lumo::String const portName = child.key;
+    portWithdraw(portName);
+  }
+  ocTreeConfigDir->recordDel(scope_->told().tree);
+  ocTreeStateDir->recordDel(scope_->told().tree);
+}
+
+void OCTreeSm::portWithdraw(Lumo::String const& portName) {
+  TreePortId const id{scope_->told().tree, Lanx::IntfId::of(portName)};
+  ocTreePortSmDel(portName);
+  ocTreePortConfigDir->recordDel(id);
+  ocTreePortStateDir->recordDel(id);
+  ocTreePortCountersDir->recordDel(id);
+}
+
+Lumo::Ptr<OCTreeSm> oCTreeSmFactory(Lumo::String const& name,
+                                    Lumo::Ptr<Input::Config const> const& stpInputConfig,
+                                    Lumo::Ptr<Operational::Bridge const> const& bridge,
+                                    Lumo::Ptr<Operational::Tree const> const& tree,
+                                    Lumo::Ptr<OCTreeConfigDir> const& ocTreeConfigDir,
+                                    Lumo::Ptr<OCTreeStateDir> const& ocTreeStateDir,
+                                    Lumo::Ptr<OCTreePortConfigDir> const& ocTreePortConfigDir,
+                                    Lumo::Ptr<OCTreePortStateDir> const& ocTreePortStateDir,
+                                    Lumo::Ptr<OCTreePortCountersDir> const& ocTreePortCountersDir) {
+  return OCTreeSm::OCTreeSmIs(name, stpInputConfig, bridge, tree, ocTreeConfigDir, ocTreeStateDir,
+                              ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir);
+}
+
+OCTreeDirSm::OCTreeDirSm(Lumo::Ptr<Input::Config const> const& stpInputConfig,
+                         Lumo::Ptr<Operational::Bridge const> const& bridge,
+                         Lumo::Ptr<OCTreeConfigDir> const& ocTreeConfigDir,
+                         Lumo::Ptr<OCTreeStateDir> const& ocTreeStateDir,
+                         Lumo::Ptr<OCTreePortConfigDir> const& ocTreePortConfigDir,
+                         Lumo::Ptr<OCTreePortStateDir> const& ocTreePortStateDir,
+                         Lumo::Ptr<OCTreePortCountersDir> const& ocTreePortCountersDir)
+    : Reactor(stpInputConfig, bridge, ocTreeConfigDir, ocTreeStateDir, ocTreePortConfigDir,
+              ocTreePortStateDir, ocTreePortCountersDir) {
+  synchronise(&Self::handleMode);
+}
+
+void OCTreeDirSm::handleMode() {
+  auto const traced = trace<"handleMode", 152>("mode: ", static_cast<int>(stpInputConfig->mode()));
+  for (auto const& child : ocTreeSm.members()) {
+    Lumo::String const treeName = child.key;
+    treeWithdraw(treeName);
+  }
+  for (auto const& tree : bridge->tree()) {
+    Lumo::String const treeName = tree.key;
+    handleTree(treeName);
+  }
+}
+
+void OCTreeDirSm::handleTree(Lumo::String const& treeName) {
+  auto const traced = trace<"handleTree", 164>(treeName);
+  Lumo::Ptr<OCTreeSm> const* const present = ocTreeSm.members().find(treeName);
+  if (present != nullptr && !(*present)->mirrors(bridge->tree(treeName))) {
+    treeWithdraw(treeName);
+  }
+  if (Lumo::Ptr<Operational::Tree const> const tree = bridge->tree(treeName);
+      tree && has(treeName)) {
+    ocTreeSmIs(treeName, stpInputConfig, bridge, tree, ocTreeConfigDir, ocTreeStateDir,
+               ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir);
+  }
+}
+
+// Whether the configured protocol has the tree.
+bool OCTreeDirSm::has(Lumo::String const& treeName) const {
+  switch (stpInputConfig->mode()) {
+    case Mode::stp:
+    case Mode::rstp: return treeName == instanceIdToMstiName(0);
+    case Mode::mstp: return true;
+    case Mode::rapidPvst: break;
+  }
+  return false;
+}
+
+void OCTreeDirSm::treeWithdraw(Lumo::String const& treeName) {
+  Lumo::Ptr<OCTreeSm> const tree = ocTreeSmDel(treeName);
+  tree->withdraw();
+}
+
+Lumo::Ptr<OCTreeDirSm> oCTreeDirSmFactory(
+    Lumo::Ptr<Input::Config const> const& stpInputConfig,
+    Lumo::Ptr<Operational::Bridge const> const& bridge,
+    Lumo::Ptr<OCTreeConfigDir> const& ocTreeConfigDir,
+    Lumo::Ptr<OCTreeStateDir> const& ocTreeStateDir,
+    Lumo::Ptr<OCTreePortConfigDir> const& ocTreePortConfigDir,
+    Lumo::Ptr<OCTreePortStateDir> const& ocTreePortStateDir,
+    Lumo::Ptr<OCTreePortCountersDir> const& ocTreePortCountersDir) {
+  return OCTreeDirSm::OCTreeDirSmIs(stpInputConfig, bridge, ocTreeConfigDir, ocTreeStateDir,
+                                    ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir);
+}
+
+}  // namespace Stp::Oper

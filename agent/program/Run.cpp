@@ -8,6 +8,7 @@
 
 #include "Flashlog/FlashlogHandle.h"
 #include "Stp/Module.h"
+#include "StpOper/Module.h"
 #include "agent/host/Diagnostics.h"
 #include "agent/host/Fatal.h"
 #include "agent/program/GnmiTarget.h"
@@ -33,6 +34,7 @@ int Run::execute(std::function<void(Run&)> const& work) {
   }
   if (settings_.trace) {
     Stp::_defaultTraceHandle().levelIs(8, true);
+    Stp::Oper::defaultTraceHandle().levelIs(8, true);
   }
   try {
     return workAndShow(work);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Stp/Module.h"
+#include "StpOper/Module.h"
 #include "agent/text/TextTable.h"
 
 namespace Agent {
@@ -50,7 +51,15 @@ std::string classTable(Lumo::ClassInspectData const& described) {
 }  // namespace
 
 std::span<Lumo::ClassInspectData const> mirrorClasses() {
-  return _StpOpenConfigSm_a888b7c7e663556e_velModule.classes;
+  static std::vector<Lumo::ClassInspectData> const classes = [] {
+    std::vector<Lumo::ClassInspectData> all;
+    for (Lumo::ModuleInspectData const* const module :
+         {&_StpOpenConfigSm_a888b7c7e663556e_velModule, &Stp::Oper::stpOperationalSmModule}) {
+      all.insert(all.end(), module->classes.begin(), module->classes.end());
+    }
+    return all;
+  }();
+  return classes;
 }
 
 std::string shortName(std::string_view qualified) {

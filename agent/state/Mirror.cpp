@@ -7,6 +7,9 @@
 #include "Stp/InterfaceStateMirrors.h"
 #include "Stp/MstpConfigMirrors.h"
 #include "Stp/MstpStateMirrors.h"
+#include "StpOper/ProtectionMirrors.h"
+#include "StpOper/ProtocolMirrors.h"
+#include "StpOper/TreeMirrors.h"
 
 namespace Agent {
 
@@ -41,6 +44,22 @@ std::array<TopLevelClass, topLevelClassCount> const topLevelClasses{{
     {"OCMstpMainStateSm",
      [](SourceTree const& from, TargetTree const& to) -> Object {
        return Stp::oCMstpMainStateSmFactory(from.config, from.status, to.mstiStateDir);
+     }},
+    {"OCProtocolParametersSm",
+     [](SourceTree const& from, TargetTree const& to) -> Object {
+       return Stp::Oper::oCProtocolParametersSmFactory(from.input, from.operational, to.rstpConfig,
+                                                       to.rstpState, to.mstpConfig, to.mstpState);
+     }},
+    {"OCTreeDirSm",
+     [](SourceTree const& from, TargetTree const& to) -> Object {
+       return Stp::Oper::oCTreeDirSmFactory(from.input, from.operational, to.treeConfigDir,
+                                            to.treeStateDir, to.treePortConfigDir,
+                                            to.treePortStateDir, to.treePortCountersDir);
+     }},
+    {"OCProtectionDirSm",
+     [](SourceTree const& from, TargetTree const& to) -> Object {
+       return Stp::Oper::oCProtectionDirSmFactory(from.operational, to.protectionConfigDir,
+                                                  to.protectionStateDir);
      }},
 }};
 

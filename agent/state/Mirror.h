@@ -1,4 +1,4 @@
-// The library's top-level objects: the mirror of a database's sources in its targets.
+// The libraries' top-level objects: the mirror of a database's sources in its targets.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@ struct TopLevelClass {
 };
 
 /// All of them, in the order in which they are started.
-inline constexpr std::size_t topLevelClassCount = 7;
+inline constexpr std::size_t topLevelClassCount = 10;
 extern std::array<TopLevelClass, topLevelClassCount> const topLevelClasses;
 
 /// The class of this name, or null.

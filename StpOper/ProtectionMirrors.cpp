@@ -83,7 +83,11 @@ void OCProtectionDirSm::handlePort(Lumo::String const& portName) {
     ocProtectionStateDir->recordDel(Lanx::IntfId::of(portName));
   }
   if (Lumo::Ptr<Operational::Port const> const port = bridge->port(portName)) {
-    ocProtectionSmIs(portName, bridge, port, ocProtectionConfigDir, ocProtectionStateDir);
+    auto const child =
+        ocProtectionSmIs(portName, bridge, port, ocProtectionConfigDir, ocProtectionStateDir);
+    if (!child->mirrors(bridge->port(portName))) {  // a reader of the records took it away
+      handlePort(portName);
+    }
   }
 }
 

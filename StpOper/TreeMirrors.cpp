@@ -1,5 +1,8 @@
 #include "StpOper/TreeMirrors.h"
 
+#include <optional>
+
+#include "Lumo/RangeException.h"
 #include "Stp/vlans/InstanceName.h"
 #include "StpOper/Amendment.h"
 
@@ -7,12 +10,26 @@ namespace Stp::Oper {
 
 namespace {
 
-Lumo::Ptr<TreeScope> scopeOf(Input::Config const& config, Lumo::String const& treeName,
-                             bool running) {
+// Where in the public model the tree of a name is; none if the protocol has no such tree.
+std::optional<TreeId> treeIdOf(Mode mode, Lumo::String const& treeName) {
+  switch (mode) {
+    case Mode::stp:
+    case Mode::rstp:
+      return treeName == instanceIdToMstiName(0) ? std::optional(TreeId::rst()) : std::nullopt;
+    case Mode::mstp: return TreeId::mst(mstiNameToInstanceId(treeName));
+    case Mode::rapidPvst: break;
+  }
+  return std::nullopt;
+}
+
+Lumo::Ptr<TreeScope> scopeOf(Mode mode, Lumo::String const& treeName, bool running) {
+  std::optional<TreeId> const tree = treeIdOf(mode, treeName);
+  if (!tree) {
+    Lumo::RangeException::throwException("the configured protocol has no tree " +
+                                         treeName.toString());
+  }
   auto const scope = Lumo::make<TreeScope>();
-  TreeId const tree =
-      config.mode() == Mode::mstp ? TreeId::mst(mstiNameToInstanceId(treeName)) : TreeId::rst();
-  scope->valueIs<TreeScope::Id::tree, &TreeScopeTold::tree>(tree);
+  scope->valueIs<TreeScope::Id::tree, &TreeScopeTold::tree>(*tree);
   scope->valueIs<TreeScope::Id::running, &TreeScopeTold::running>(running);
   return scope;
 }
@@ -48,8 +65,12 @@ OCTreeSm::OCTreeSm(Lumo::String const& name, Lumo::Ptr<Input::Config const> cons
                    Lumo::Ptr<OCTreePortCountersDir> const& ocTreePortCountersDir)
     : Reactor(name, stpInputConfig, bridge, tree, ocTreeConfigDir, ocTreeStateDir,
               ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir),
-      scope_(scopeOf(*stpInputConfig, name, bridge->told().running)) {
+      scope_(scopeOf(stpInputConfig->mode(), name, bridge->told().running)) {
   synchronise(&Self::handleConfig, &Self::handleState, &Self::handleInitialized);
+}
+
+bool OCTreeSm::mirrors(Lumo::Ptr<Operational::Tree const> const& of) const {
+  return tree.pointer() == of && treeIdOf(stpInputConfig->mode(), name) == scope_->told().tree;
 }
 
 void OCTreeSm::handleInitialized() {
@@ -96,8 +117,11 @@ void OCTreeSm::handlePort(Lumo::String const& portName) {
     portWithdraw(portName);
   }
   if (Lumo::Ptr<Operational::TreePort const> const port = tree->port(portName)) {
-    ocTreePortSmIs(portName, scope_, port, ocTreePortConfigDir, ocTreePortStateDir,
-                   ocTreePortCountersDir);
+    auto const child = ocTreePortSmIs(portName, scope_, port, ocTreePortConfigDir,
+                                      ocTreePortStateDir, ocTreePortCountersDir);
+    if (!child->mirrors(tree->port(portName))) {  // a reader of the records took it away
+      handlePort(portName);
+    }
   }
 }
 
@@ -162,22 +186,15 @@ void OCTreeDirSm::handleTree(Lumo::String const& treeName) {
   if (present != nullptr && !(*present)->mirrors(bridge->tree(treeName))) {
     treeWithdraw(treeName);
   }
-  if (Lumo::Ptr<Operational::Tree const> const tree = bridge->tree(treeName);
-      tree && has(treeName)) {
-    ocTreeSmIs(treeName, stpInputConfig, bridge, tree, ocTreeConfigDir, ocTreeStateDir,
-               ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir);
+  Lumo::Ptr<Operational::Tree const> const tree = bridge->tree(treeName);
+  if (tree && treeIdOf(stpInputConfig->mode(), treeName)) {
+    auto const child =
+        ocTreeSmIs(treeName, stpInputConfig, bridge, tree, ocTreeConfigDir, ocTreeStateDir,
+                   ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir);
+    if (!child->mirrors(bridge->tree(treeName))) {  // a reader of the records took it away
+      handleTree(treeName);
+    }
   }
-}
-
-// Whether the configured protocol has the tree.
-bool OCTreeDirSm::has(Lumo::String const& treeName) const {
-  switch (stpInputConfig->mode()) {
-    case Mode::stp:
-    case Mode::rstp: return treeName == instanceIdToMstiName(0);
-    case Mode::mstp: return true;
-    case Mode::rapidPvst: break;
-  }
-  return false;
 }
 
 void OCTreeDirSm::treeWithdraw(Lumo::String const& treeName) {

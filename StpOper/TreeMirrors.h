@@ -36,7 +36,7 @@ struct STP_API OCTreeSmAttributes {
 /// Keeps the records of one tree, and a mirror for each of its ports.
 class STP_API OCTreeSm final : public Reactor<OCTreeSm, OCTreeSmAttributes, Module> {
  public:
-  /// All must be present. The name is that of an MST instance, "Cist" outside MSTP; another throws
+  /// All must be present. A name that is no MST instance's, or not "Cist" outside MSTP, throws
   /// Lumo::RangeException.
   OCTreeSm(Lumo::String const& name, Lumo::Ptr<Input::Config const> const& stpInputConfig,
            Lumo::Ptr<Operational::Bridge const> const& bridge,
@@ -51,8 +51,8 @@ class STP_API OCTreeSm final : public Reactor<OCTreeSm, OCTreeSmAttributes, Modu
   static constexpr auto bridgeDispatch = &dispatch<Operational::Bridge>;
   static constexpr auto treeDispatch = &dispatch<Operational::Tree>;
 
-  /// Whether it was made for this entity.
-  bool mirrors(Lumo::Ptr<Operational::Tree const> const& of) const { return tree.pointer() == of; }
+  /// Whether it was made for this entity, and for the protocol that is configured now.
+  bool mirrors(Lumo::Ptr<Operational::Tree const> const& of) const;
 
   /// Brings in every port.
   void handleInitialized();
@@ -175,7 +175,6 @@ class STP_API OCTreeDirSm final : public Reactor<OCTreeDirSm, OCTreeDirSmAttribu
   };
 
  private:
-  [[gnu::visibility("hidden")]] bool has(Lumo::String const& treeName) const;
   [[gnu::visibility("hidden")]] void treeWithdraw(Lumo::String const& treeName);
 };
 

@@ -1,11 +1,14 @@
 // Names: instance names and ids map both ways, interface names one to one, and their natural order
-// is an order. The input is names, one a line.
+// is an order; an identifier's text is read as what it was written for. The input is names, one a
+// line.
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Lanx/IntfId.h"
 #include "Lumo/RangeException.h"
 #include "Stp/vlans/InstanceName.h"
+#include "agent/text/Identifiers.h"
 #include "agent/views/document/DocumentBuilder.h"
 #include "fuzz/Input.h"
 
@@ -20,6 +23,14 @@ void instanceName(Lumo::String const& name) {
     std::string const culprit = name.toString().c_str();
     Fuzz::require(std::string(error.what()).find(culprit) != std::string::npos,
                   "the error names the culprit");
+  }
+}
+
+template <class Identifier>
+void identifier(std::optional<Identifier> (*read)(std::string_view), std::string_view text) {
+  if (auto const id = read(text)) {
+    Fuzz::require(read(Agent::textOf(*id)) == id, "an identifier is that of its text");
+    Fuzz::require(Agent::textOf(*id).size() == text.size(), "its text has one length");
   }
 }
 
@@ -44,6 +55,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Lumo::String const name(text);
     Fuzz::require(name.view() == text, "a name is its text");
     instanceName(name);
+    identifier(&Agent::bridgeIdOf, text);
+    identifier(&Agent::portIdOf, text);
+    identifier(&Agent::treeIdOf, text);
+    identifier(&Agent::treePortIdOf, text);
     Fuzz::require(Lanx::IntfId::of(name).stringValue() == name, "an interface id has its name");
     for (std::string_view const other : names) {
       Fuzz::require((Lumo::String(other) == name) == (other == text), "equal names are one");

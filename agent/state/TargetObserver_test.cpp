@@ -17,13 +17,18 @@ using testing::IsEmpty;
 using From = ObservedTargets::From;
 
 std::string text(TargetPlace const& place) {
-  std::string key;
-  if (auto const* const name = std::get_if<Lanx::IntfId>(&place.key)) {
-    key = " " + plainKey(*name);
-  } else if (auto const* const id = std::get_if<std::uint16_t>(&place.key)) {
-    key = " " + std::to_string(*id);
-  }
-  return std::string(place.target) + "." + std::string(place.attribute) + key;
+  OrderedJson const key = std::visit(
+      [](auto const& of) -> OrderedJson {
+        if constexpr (requires { plainKey(of); }) {
+          return plainKey(of);
+        }
+        return nullptr;
+      },
+      place.key);
+  return std::string(place.target) + "." + std::string(place.attribute) +
+         (key.is_string() ? " " + key.get<std::string>()
+          : key.is_null() ? ""
+                          : " " + key.dump());
 }
 
 // Keeps what it is told, and does something each time, if asked to.
@@ -92,6 +97,30 @@ TEST_F(Observed, EveryRecordIsToldWithPlaceAndValue) {
           "gone ocMstiStateDir.state 5", "gone ocMstiConfigDir.mstInstance 5"));
 }
 
+TEST_F(Observed, RecordsOfTreesAreToldByTreeAndPort) {
+  auto const mst5 = Stp::TreeId::mst(5);
+  targets.observerAdd(first, From::now);
+  tree.mstpState->recordIs({});
+  tree.treeStateDir->recordIs({mst5});
+  tree.treePortCountersDir->recordIs({{mst5, id("E1")}});
+  tree.treePortCountersDir->recordIs({{mst5, id("E2")}});
+  tree.protectionStateDir->recordIs({id("E1")});
+  tree.treePortCountersDir->recordDel({mst5, id("E1")});
+  tree.treeStateDir->recordDelAll();
+  EXPECT_THAT(
+      first.take(),
+      ElementsAre("ocMstpState.record", "ocTreeStateDir.record MST5",
+                  "ocTreePortCountersDir.record MST5/E1", "ocTreePortCountersDir.record MST5/E2",
+                  "ocProtectionStateDir.record E1", "gone ocTreePortCountersDir.record MST5/E1",
+                  "gone ocTreeStateDir.record MST5"));
+  targets.observerAdd(second, From::presentState);
+  EXPECT_THAT(
+      second.take(),
+      ElementsAre("ocGlobalConfig.config", "ocGlobalState.state", "ocRstpConfig.record",
+                  "ocRstpState.record", "ocMstpConfig.record", "ocMstpState.record",
+                  "ocTreePortCountersDir.record MST5/E2", "ocProtectionStateDir.record E1"));
+}
+
 TEST_F(Observed, LateComerIsToldThePresentStateFirst) {
   stateIs("E1");
   tree.interfaceConfigDir->interfaceIs(id("E1"));
@@ -100,7 +129,8 @@ TEST_F(Observed, LateComerIsToldThePresentStateFirst) {
   EXPECT_THAT(first.take(),
               ElementsAre("ocGlobalConfig.config", "ocGlobalState.state",
                           "ocInterfaceConfigDir.interface E1", "ocInterfaceStateDir.state E1",
-                          "ocMstiConfigDir.mstInstance 7"));
+                          "ocMstiConfigDir.mstInstance 7", "ocRstpConfig.record",
+                          "ocRstpState.record", "ocMstpConfig.record", "ocMstpState.record"));
   targets.observerAdd(second, From::now);
   EXPECT_THAT(second.take(), IsEmpty());
   tree.mstiConfigDir->mstInstance(7)->configIs({});
@@ -222,7 +252,8 @@ TEST_F(Observed, PresentStateHasWhatOthersAreStillToHear) {
   EXPECT_THAT(
       second.take(),
       ElementsAre("ocGlobalConfig.config", "ocGlobalState.state", "ocInterfaceStateDir.state E1",
-                  "ocInterfaceStateDir.state E2", "ocInterfaceStateDir.state E3"));
+                  "ocInterfaceStateDir.state E2", "ocRstpConfig.record", "ocRstpState.record",
+                  "ocMstpConfig.record", "ocMstpState.record", "ocInterfaceStateDir.state E3"));
 }
 
 TEST_F(Observed, EveryoneHearsInTheOrderInWhichThingsHappen) {
@@ -251,9 +282,10 @@ TEST_F(Observed, ChangesMadeWhileThePresentStateIsToldFollowIt) {
   stateIs("E1");
   first.once = [this] { tree.interfaceStateDir->stateDel(id("E1")); };
   targets.observerAdd(first, From::presentState);
-  EXPECT_THAT(first.take(),
-              ElementsAre("ocGlobalConfig.config", "ocGlobalState.state",
-                          "ocInterfaceStateDir.state E1", "gone ocInterfaceStateDir.state E1"));
+  EXPECT_THAT(first.take(), ElementsAre("ocGlobalConfig.config", "ocGlobalState.state",
+                                        "ocInterfaceStateDir.state E1", "ocRstpConfig.record",
+                                        "ocRstpState.record", "ocMstpConfig.record",
+                                        "ocMstpState.record", "gone ocInterfaceStateDir.state E1"));
 }
 
 }  // namespace

@@ -163,7 +163,7 @@ void readPlain(Stp::SharedList<Stp::VlanIdOrRange>& value, Json const& json, Whe
 }
 
 void readPlain(Stp::BridgeId& value, Json const& json, Where const& where) {
-  value = readText(json, where, &bridgeIdOf, R"(a bridge id as "8.000.00:1C:73:00:00:01")");
+  value = readText(json, where, &bridgeIdOf, R"(a bridge id as "8.000.02:00:00:00:00:01")");
 }
 
 void readPlain(Stp::PortId& value, Json const& json, Where const& where) {

@@ -18,7 +18,17 @@ std::string const freshEntities =
     R"({"ocGlobalConfig":{"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]},)"
     R"("ocGlobalState":{"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]},)"
     R"("ocInterfaceConfigDir":{},"ocInterfaceStateDir":{},)"
-    R"("ocMstiConfigDir":{},"ocMstiStateDir":{}})"
+    R"("ocMstiConfigDir":{},"ocMstiStateDir":{},)"
+    R"("ocRstpConfig":{"helloTime":null,"maxAge":null,"forwardingDelay":null,"holdCount":null,)"
+    R"("maxHop":null,"name":"","revision":null},)"
+    R"("ocRstpState":{"helloTime":null,"maxAge":null,"forwardingDelay":null,"holdCount":null,)"
+    R"("maxHop":null,"name":"","revision":null},)"
+    R"("ocMstpConfig":{"helloTime":null,"maxAge":null,"forwardingDelay":null,"holdCount":null,)"
+    R"("maxHop":null,"name":"","revision":null},)"
+    R"("ocMstpState":{"helloTime":null,"maxAge":null,"forwardingDelay":null,"holdCount":null,)"
+    R"("maxHop":null,"name":"","revision":null},)"
+    R"("ocTreeConfigDir":{},"ocTreeStateDir":{},"ocTreePortConfigDir":{},"ocTreePortStateDir":{},)"
+    R"("ocTreePortCountersDir":{},"ocProtectionConfigDir":{},"ocProtectionStateDir":{}})"
     "\n";
 
 TEST(CommandLine, HelpListsTheCommandsAndOptions) {

@@ -9,9 +9,12 @@
 //     input.portConfig                         a collection        clear, also a target's
 //     input.disabledVlan.10                    an entry of a table set, touch, delete
 //     vlanConfigDir.vlanConfig.10              a VLAN that exists  create, replace, touch, delete
+//     operational.tree.MST5.port.E1.role       an attribute        set, touch
+//     operational.tree.MST5.port.E1            a member            create, replace, touch, delete
 //     ocGlobalConfig.config                    a target's own      set
 //     ocInterfaceConfigDir.interface.Ethernet1 a target's member   create, set, delete
 //     ocInterfaceStateDir.state.Ethernet1      a target's record   set, delete
+//     ocTreePortStateDir.record.MST5/Ethernet1 a target's record   set, delete
 #pragma once
 
 #include <memory>

@@ -98,9 +98,28 @@ Lumo::Entity const& instanceStates(SourceView const& /*unused*/, TargetView cons
   return *targets.mstiStateDir;
 }
 
+Lumo::Entity const& bridge(SourceView const& sources, TargetView const& /*unused*/) {
+  return *sources.operational;
+}
+Lumo::Entity const& tree(SourceView const& sources, TargetView const& /*unused*/) {
+  return *sources.operational->tree("MST5");
+}
+Lumo::Entity const& treePort(SourceView const& sources, TargetView const& /*unused*/) {
+  return *sources.operational->tree("MST5")->port("E1");
+}
+Lumo::Entity const& bridgePort(SourceView const& sources, TargetView const& /*unused*/) {
+  return *sources.operational->port("E1");
+}
+template <auto target>
+Lumo::Entity const& written(SourceView const& /*unused*/, TargetView const& targets) {
+  return *(targets.*target);
+}
+
 constexpr char const* attribute = "set touch";
 constexpr char const* member = "create replace touch delete";
 constexpr char const* whole = "clear";
+constexpr char const* bridgeId = R"("8.005.02:00:00:00:00:01")";
+constexpr char const* portId = R"("8.001")";
 
 // Every place in the tree, with the number of the attribute whose change its operations announce.
 std::vector<Case> const cases{
@@ -151,6 +170,58 @@ std::vector<Case> const cases{
     {R"(["vlanConfigDir"])", vlans, 0, "", "1"},
     {R"(["vlanConfigDir","vlanConfig"])", vlans, 258, whole, "{}"},
     {R"(["vlanConfigDir","vlanConfig",10])", vlans, 258, member, "{}"},
+    {R"(["operational"])", bridge, 0, "", "1"},
+    {R"(["operational","running"])", bridge, 258, attribute, "true"},
+    {R"(["operational","regionName"])", bridge, 259, attribute, R"("west")"},
+    {R"(["operational","revision"])", bridge, 260, attribute, "9"},
+    {R"(["operational","helloTime"])", bridge, 261, attribute, "2"},
+    {R"(["operational","bridgeMaxAge"])", bridge, 262, attribute, "20"},
+    {R"(["operational","bridgeForwardDelay"])", bridge, 263, attribute, "15"},
+    {R"(["operational","maxAge"])", bridge, 264, attribute, "20"},
+    {R"(["operational","forwardDelay"])", bridge, 265, attribute, "15"},
+    {R"(["operational","txHoldCount"])", bridge, 266, attribute, "6"},
+    {R"(["operational","maxHops"])", bridge, 267, attribute, "20"},
+    {R"(["operational","tree"])", bridge, 268, whole, "{}"},
+    {R"(["operational","tree","MST5"])", bridge, 268, member, "{}"},
+    {R"(["operational","tree","MST5","bridgeId"])", tree, 258, attribute, bridgeId},
+    {R"(["operational","tree","MST5","designatedRoot"])", tree, 259, attribute, bridgeId},
+    {R"(["operational","tree","MST5","externalRootCost"])", tree, 260, attribute, "20000"},
+    {R"(["operational","tree","MST5","regionalRoot"])", tree, 261, attribute, bridgeId},
+    {R"(["operational","tree","MST5","internalRootCost"])", tree, 262, attribute, "20000"},
+    {R"(["operational","tree","MST5","rootPort"])", tree, 263, attribute, "0"},
+    {R"(["operational","tree","MST5","topologyChanges"])", tree, 264, attribute, "7"},
+    {R"(["operational","tree","MST5","lastTopologyChange"])", tree, 265, attribute, "7"},
+    {R"(["operational","tree","MST5","port"])", tree, 266, whole, "{}"},
+    {R"(["operational","tree","MST5","port","E1"])", tree, 266, member, "{}"},
+    {R"(["operational","tree","MST5","port","E1","portId"])", treePort, 258, attribute, portId},
+    {R"(["operational","tree","MST5","port","E1","externalCost"])", treePort, 259, attribute,
+     "20000"},
+    {R"(["operational","tree","MST5","port","E1","internalCost"])", treePort, 260, attribute,
+     "20000"},
+    {R"(["operational","tree","MST5","port","E1","role"])", treePort, 261, attribute, "2"},
+    {R"(["operational","tree","MST5","port","E1","state"])", treePort, 262, attribute, "3"},
+    {R"(["operational","tree","MST5","port","E1","designatedRoot"])", treePort, 263, attribute,
+     bridgeId},
+    {R"(["operational","tree","MST5","port","E1","designatedExternalCost"])", treePort, 264,
+     attribute, "0"},
+    {R"(["operational","tree","MST5","port","E1","designatedRegionalRoot"])", treePort, 265,
+     attribute, bridgeId},
+    {R"(["operational","tree","MST5","port","E1","designatedInternalCost"])", treePort, 266,
+     attribute, "0"},
+    {R"(["operational","tree","MST5","port","E1","designatedBridge"])", treePort, 267, attribute,
+     bridgeId},
+    {R"(["operational","tree","MST5","port","E1","designatedPort"])", treePort, 268, attribute,
+     portId},
+    {R"(["operational","tree","MST5","port","E1","forwardTransitions"])", treePort, 269, attribute,
+     "1"},
+    {R"(["operational","tree","MST5","port","E1","disputed"])", treePort, 270, attribute, "true"},
+    {R"(["operational","tree","MST5","port","E1","bpduSent"])", treePort, 271, attribute, "1"},
+    {R"(["operational","tree","MST5","port","E1","bpduReceived"])", treePort, 272, attribute, "1"},
+    {R"(["operational","port"])", bridge, 269, whole, "{}"},
+    {R"(["operational","port","E1"])", bridge, 269, member, "{}"},
+    {R"(["operational","port","E1","restrictedRole"])", bridgePort, 258, attribute, "true"},
+    {R"(["operational","port","E1","bpduFilter"])", bridgePort, 259, attribute, "true"},
+    {R"(["operational","port","E1","bpduGuardError"])", bridgePort, 260, attribute, "true"},
     {R"(["ocGlobalConfig"])", globalConfig, 0, "", "1"},
     {R"(["ocGlobalConfig","config"])", globalConfig, 130, "set", "{}"},
     {R"(["ocGlobalState","state"])", globalState, 130, "set", "{}"},
@@ -164,6 +235,36 @@ std::vector<Case> const cases{
     {R"(["ocMstiConfigDir","mstInstance",5])", instance, 130, "set", "{}"},
     {R"(["ocMstiStateDir","state"])", instanceStates, 130, whole, "{}"},
     {R"(["ocMstiStateDir","state",5])", instanceStates, 130, "set delete", "{}"},
+    {R"(["ocRstpConfig","record"])", written<&TargetView::rstpConfig>, 130, "set", "{}"},
+    {R"(["ocRstpState","record"])", written<&TargetView::rstpState>, 130, "set", "{}"},
+    {R"(["ocMstpConfig","record"])", written<&TargetView::mstpConfig>, 130, "set", "{}"},
+    {R"(["ocMstpState","record"])", written<&TargetView::mstpState>, 130, "set", "{}"},
+    {R"(["ocTreeConfigDir","record"])", written<&TargetView::treeConfigDir>, 130, whole, "{}"},
+    {R"(["ocTreeConfigDir","record","MST5"])", written<&TargetView::treeConfigDir>, 130,
+     "set delete", "{}"},
+    {R"(["ocTreeStateDir","record"])", written<&TargetView::treeStateDir>, 130, whole, "{}"},
+    {R"(["ocTreeStateDir","record","MST5"])", written<&TargetView::treeStateDir>, 130, "set delete",
+     "{}"},
+    {R"(["ocTreePortConfigDir","record"])", written<&TargetView::treePortConfigDir>, 130, whole,
+     "{}"},
+    {R"(["ocTreePortConfigDir","record","MST5/E1"])", written<&TargetView::treePortConfigDir>, 130,
+     "set delete", "{}"},
+    {R"(["ocTreePortStateDir","record"])", written<&TargetView::treePortStateDir>, 130, whole,
+     "{}"},
+    {R"(["ocTreePortStateDir","record","MST5/E1"])", written<&TargetView::treePortStateDir>, 130,
+     "set delete", "{}"},
+    {R"(["ocTreePortCountersDir","record"])", written<&TargetView::treePortCountersDir>, 130, whole,
+     "{}"},
+    {R"(["ocTreePortCountersDir","record","MST5/E1"])", written<&TargetView::treePortCountersDir>,
+     130, "set delete", "{}"},
+    {R"(["ocProtectionConfigDir","record"])", written<&TargetView::protectionConfigDir>, 130, whole,
+     "{}"},
+    {R"(["ocProtectionConfigDir","record","E1"])", written<&TargetView::protectionConfigDir>, 130,
+     "set delete", "{}"},
+    {R"(["ocProtectionStateDir","record"])", written<&TargetView::protectionStateDir>, 130, whole,
+     "{}"},
+    {R"(["ocProtectionStateDir","record","E1"])", written<&TargetView::protectionStateDir>, 130,
+     "set delete", "{}"},
 };
 
 std::vector<std::string> const operations{"set", "create", "replace", "touch", "delete", "clear"};
@@ -183,7 +284,9 @@ class Tree : public TestSession {
           R"(["status","stpiStatus","Mst"])",
           R"(["status","stpiStatus","Mst","stpiPortStatus","E1"])",
           R"(["status","stpiStatus","Mst","mstiStatus","MST5"])",
-          R"(["vlanConfigDir","vlanConfig",10])", R"(["ocInterfaceConfigDir","interface","E1"])",
+          R"(["vlanConfigDir","vlanConfig",10])", R"(["operational","tree","MST5"])",
+          R"(["operational","tree","MST5","port","E1"])", R"(["operational","port","E1"])",
+          R"(["ocInterfaceConfigDir","interface","E1"])",
           R"(["ocMstiConfigDir","mstInstance",5])"}) {
       apply(line("create", path));
     }
@@ -191,6 +294,15 @@ class Tree : public TestSession {
     apply(line("set", R"(["config","disabledVlan",10])", "true"));
     apply(line("set", R"(["ocInterfaceStateDir","state","E1"])", "{}"));
     apply(line("set", R"(["ocMstiStateDir","state",5])", "{}"));
+    for (char const* const path :
+         {R"(["ocTreeConfigDir","record","MST5"])", R"(["ocTreeStateDir","record","MST5"])",
+          R"(["ocTreePortConfigDir","record","MST5/E1"])",
+          R"(["ocTreePortStateDir","record","MST5/E1"])",
+          R"(["ocTreePortCountersDir","record","MST5/E1"])",
+          R"(["ocProtectionConfigDir","record","E1"])",
+          R"(["ocProtectionStateDir","record","E1"])"}) {
+      apply(line("set", path, "{}"));
+    }
     printed();
   }
 };
@@ -200,6 +312,7 @@ std::string elsewhere(std::string path) {
   for (auto const& [present, absent] : {std::pair{R"("E1"])", R"("E2"])"},
                                         {R"("Mst"])", R"("Rst"])"},
                                         {R"("MST5"])", R"("MST6"])"},
+                                        {R"("MST5/E1"])", R"("MST5/E2"])"},
                                         {",10]", ",11]"},
                                         {",5]", ",6]"}}) {
     if (path.ends_with(present)) {
@@ -320,6 +433,30 @@ TEST(Place, StepThatLeadsNowhereIsRefused) {
            {R"(["ocMstiStateDir","state",4096])", "path[2]: 4096 is not an integer from 0 to 4095"},
            {R"(["ocMstiConfigDir","mstInstance",-1])",
             "path[2]: -1 is not an integer from 0 to 4095"},
+           {R"(["operational","tree",5])", "path[2]: 5 is not a name, a string that is not empty"},
+           {R"(["operational","tree","MST6","bridgeId"])",
+            "path[2]: operational.tree has no \"MST6\""},
+           {R"(["operational","tree","MST5","port","E2","role"])",
+            "path[4]: operational.tree.MST5.port has no \"E2\""},
+           {R"(["operational","tree","MST5","port","E1","role","x"])",
+            "path[6]: operational.tree.MST5.port.E1.role has nothing below it"},
+           {R"(["ocMstpState","record","x"])", "path[2]: ocMstpState.record has nothing below it"},
+           {R"(["ocTreeStateDir","record",5])",
+            R"(path[2]: 5 is not "Rst", "Cist" or "MST1" to "MST4095")"},
+           {R"(["ocTreeStateDir","record","MST4096"])",
+            R"(path[2]: "MST4096" is not "Rst", "Cist" or "MST1" to "MST4095")"},
+           {R"(["ocTreeStateDir","record","MST5","rootPort"])",
+            "path[3]: ocTreeStateDir.record.MST5 has nothing below it"},
+           {R"(["ocTreePortStateDir","record","E1"])",
+            R"(path[2]: "E1" is not a tree and a port as "MST5/Ethernet1")"},
+           {R"(["ocTreePortStateDir","record","MST5/"])",
+            R"(path[2]: "MST5/" is not a tree and a port as "MST5/Ethernet1")"},
+           {R"(["ocTreePortStateDir","record","MST0/E1"])",
+            R"(path[2]: "MST0/E1" is not a tree and a port as "MST5/Ethernet1")"},
+           {R"(["ocTreePortStateDir","record",["MST5","E1"]])",
+            R"(path[2]: an array of 2 is not a tree and a port as "MST5/Ethernet1")"},
+           {R"(["ocProtectionStateDir","record",""])",
+            "path[2]: \"\" is not a name, a string that is not empty"},
        }) {
     Tree tree;
     SCOPED_TRACE(path);
@@ -330,7 +467,7 @@ TEST(Place, StepThatLeadsNowhereIsRefused) {
 
 TEST(Place, InstanceNameIsWrittenInOneWay) {
   for (char const* const name : {"MST0", "MST05", "MST4096", "MST65541", "MST", "mst5", "cist",
-                                 "CIST", "5", "MST5 ", "MST+5", "Cist0"}) {
+                                 "CIST", "5", "MST5 ", "MST+5", "Cist0", "Rst"}) {
     for (std::string const collection : {R"(["input","stpiConfig","Mst","mstiConfig",")",
                                          R"(["status","stpiStatus","Mst","mstiStatus",")"}) {
       Tree tree;
@@ -338,6 +475,9 @@ TEST(Place, InstanceNameIsWrittenInOneWay) {
       EXPECT_EQ(tree.refusalOf(line("create", collection + name + "\"]")),
                 "path[4]: \"" + std::string(name) + R"(" is not "Cist" or "MST1" to "MST4095")");
     }
+    EXPECT_EQ(
+        Tree().refusalOf(line("create", R"(["operational","tree",")" + std::string(name) + "\"]")),
+        "path[2]: \"" + std::string(name) + R"(" is not "Cist" or "MST1" to "MST4095")");
   }
   for (char const* const name : {"Cist", "MST1", "MST4095"}) {
     Tree tree;
@@ -345,6 +485,7 @@ TEST(Place, InstanceNameIsWrittenInOneWay) {
                     R"(["input","stpiConfig","Mst","mstiConfig",")" + std::string(name) + "\"]"));
     tree.apply(line("create",
                     R"(["status","stpiStatus","Mst","mstiStatus",")" + std::string(name) + "\"]"));
+    tree.apply(line("create", R"(["operational","tree",")" + std::string(name) + "\"]"));
   }
 }
 

@@ -16,15 +16,16 @@ TEST_F(TargetOperations, FreshRecordsHaveTheirValues) {
   apply(R"({"op":"set","path":["ocInterfaceStateDir","state","E1"],"value":{}})");
   apply(R"({"op":"create","path":["ocMstiConfigDir","mstInstance",5]})");
   apply(R"({"op":"set","path":["ocMstiStateDir","state",5],"value":{}})");
-  EXPECT_EQ(entitiesView(targets()).dump(),
-            R"({"ocGlobalConfig":{"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]},)"
-            R"("ocGlobalState":{"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]},)"
-            R"("ocInterfaceConfigDir":{"E1":{"name":"","linkType":255,"edgePort":255,)"
-            R"("bpduGuard":255}},)"
-            R"("ocInterfaceStateDir":{"E1":{"name":"E1","linkType":0,"edgePort":2,)"
-            R"("bpduGuard":255}},)"
-            R"("ocMstiConfigDir":{"5":{"mstId":0,"bridgePriority":32768,"vlan":[]}},)"
-            R"("ocMstiStateDir":{"5":{"mstId":5,"bridgePriority":32768,"vlan":[]}}})");
+  EXPECT_EQ(target("ocGlobalConfig"),
+            R"({"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]})");
+  EXPECT_EQ(target("ocGlobalState"),
+            R"({"enabledProtocol":[],"bpduGuard":false,"disabledVlan":[]})");
+  EXPECT_EQ(target("ocInterfaceConfigDir"),
+            R"({"E1":{"name":"","linkType":255,"edgePort":255,"bpduGuard":255}})");
+  EXPECT_EQ(target("ocInterfaceStateDir"),
+            R"({"E1":{"name":"E1","linkType":0,"edgePort":2,"bpduGuard":255}})");
+  EXPECT_EQ(target("ocMstiConfigDir"), R"({"5":{"mstId":0,"bridgePriority":32768,"vlan":[]}})");
+  EXPECT_EQ(target("ocMstiStateDir"), R"({"5":{"mstId":5,"bridgePriority":32768,"vlan":[]}})");
 }
 
 struct Case {

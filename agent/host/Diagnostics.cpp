@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "agent/host/Terminal.h"
+
 namespace Agent {
 
 namespace {
@@ -22,17 +24,12 @@ void write(std::string const& text) {
 }
 
 bool isTerminal() {
-  static bool const is = ::isatty(STDERR_FILENO) != 0;
+  static bool const is = Agent::isTerminal(STDERR_FILENO);
   return is;
 }
 
 bool hasColours() {
-  static bool const has = [] {
-    char const* const terminal = std::getenv("TERM");
-    char const* const refused = std::getenv("NO_COLOR");
-    return isTerminal() && terminal != nullptr && std::string_view(terminal) != "dumb" &&
-           (refused == nullptr || *refused == '\0');
-  }();
+  static bool const has = Agent::hasColours(STDERR_FILENO);
   return has;
 }
 

@@ -53,12 +53,8 @@ class Follower {
     constexpr std::chrono::seconds patience{2};
     run_.readersPatienceIs(patience);
     run_.output().readerIsWatched();
-    try {
-      events_.emplace(run_.loop(), following_.bridge, [this] { event(); });
-    } catch (std::system_error const& error) {
-      Diagnostics::error(following_.bridge +
-                         ": the kernel tells of no changes, the engine is asked " +
-                         "every interval alone: " + error.what());
+    if (!following_.isOnce) {
+      awaitEvents();
     }
     schedule();
   }
@@ -72,6 +68,16 @@ class Follower {
   }
 
  private:
+  void awaitEvents() {
+    try {
+      events_.emplace(run_.loop(), following_.bridge, [this] { event(); });
+    } catch (std::system_error const& error) {
+      Diagnostics::error(following_.bridge +
+                         ": the kernel tells of no changes, the engine is asked " +
+                         "every interval alone: " + error.what());
+    }
+  }
+
   void schedule() {
     next_ = run_.loop().at(times_.next(), [this] { ask(); });
   }
@@ -101,7 +107,11 @@ class Follower {
       service_.working("Waiting for the reader of standard output");
     }
     times_.answered(run_.loop().now());
-    schedule();
+    if (following_.isOnce) {
+      run_.done();
+    } else {
+      schedule();
+    }
   }
 
   // Whether somebody reads what following prints. Who does not gets no more before he has read:
@@ -121,6 +131,9 @@ class Follower {
       hasBegun_ = true;
     }
     run_.apply(snapshot, following_.bridge);
+    if (following_.seen) {
+      following_.seen(run_);
+    }
   }
 
   // Each is told when it comes.

@@ -68,7 +68,7 @@ int Run::workAndShow(std::function<void(Run&)> const& work) {
 }
 
 bool Run::isWanted() const {
-  return !interrupt_.requested() && !output_.error() && status_ != unusable;
+  return !isDone_ && !interrupt_.requested() && !output_.error() && status_ != unusable;
 }
 
 bool Run::goesOn() {

@@ -55,6 +55,9 @@ class Run {
   /// Makes the sources say what a snapshot says. `name` stands for it if the process has to end.
   void apply(EngineSnapshot const& snapshot, std::string const& name);
 
+  /// Says that the work is done: there is nobody left to work for.
+  void done() { isDone_ = true; }
+
   /// Reports what was not applied.
   void refused(std::string const& message);
   /// Reports what makes the run pointless, and ends it.
@@ -74,6 +77,7 @@ class Run {
   std::optional<Session> session_;
   std::optional<std::chrono::seconds> readersPatience_;
   int status_ = allApplied;
+  bool isDone_ = false;
 };
 
 }  // namespace Agent

@@ -10,7 +10,8 @@ namespace Agent {
 
 namespace {
 
-void applyFolder(Run& run, std::string const& bridge, std::string const& folder) {
+// Whether it was applied.
+bool applyFolder(Run& run, std::string const& bridge, std::string const& folder) {
   try {
     std::vector<SnapshotRemark> remarks;
     EngineSnapshot const snapshot = readSnapshot(folder, bridge, &remarks);
@@ -19,17 +20,20 @@ void applyFolder(Run& run, std::string const& bridge, std::string const& folder)
                          remark.text);
     }
     run.apply(snapshot, folder);
+    return true;
   } catch (SnapshotError const& error) {
     run.refused(error.what());
+    return false;
   }
 }
 
 }  // namespace
 
-void applySnapshotFolders(Run& run, std::string const& bridge,
-                          std::vector<std::string> const& folders, bool showsProgress,
-                          std::chrono::milliseconds pace) {
+std::size_t applySnapshotFolders(Run& run, std::string const& bridge,
+                                 std::vector<std::string> const& folders, bool showsProgress,
+                                 std::chrono::milliseconds pace) {
   std::size_t number = 0;
+  std::size_t applied = 0;
   for (std::string const& folder : folders) {
     if (number > 0 && pace > std::chrono::milliseconds::zero()) {
       run.waitFor(pace);
@@ -41,9 +45,10 @@ void applySnapshotFolders(Run& run, std::string const& bridge,
     if (showsProgress) {
       Diagnostics::progress(number, folders.size(), folder);
     }
-    applyFolder(run, bridge, folder);
+    applied += applyFolder(run, bridge, folder) ? 1 : 0;
   }
   Diagnostics::progressEnd();
+  return applied;
 }
 
 int replaySnapshots(Settings const& settings, std::string const& bridge,

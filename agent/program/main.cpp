@@ -24,6 +24,7 @@
 #include "agent/program/Inspect.h"
 #include "agent/program/OperationFiles.h"
 #include "agent/program/SnapshotFolders.h"
+#include "agent/program/Status.h"
 #include "agent/sources/engine/EngineSource.h"
 
 namespace {
@@ -224,23 +225,33 @@ std::string wrongBridge(std::string const& text) {
   return Agent::EngineSource::isBridgeName(text) ? "" : text + " is no name of a bridge";
 }
 
+// The interval is given in `seconds`.
+struct EngineOptions {
+  CLI::Option* interval;
+  CLI::Option* program;
+};
+EngineOptions addEngine(CLI::App& command, Agent::Following& following, std::string& seconds) {
+  command.add_option("--bridge", following.bridge, "The bridge that the engine runs")
+      ->required()
+      ->check(wrongBridge)
+      ->type_name("NAME");
+  return {
+      command.add_option("--interval", seconds, "The time from one look at the engine to the next")
+          ->check(wrongInterval)
+          ->type_name("SECONDS")
+          ->capture_default_str(),
+      command.add_option("--mstpctl", following.program, "The engine's control program")
+          ->type_name("PROGRAM")
+          ->capture_default_str()};
+}
+
 int follow(Words const& words) {
   Agent::Settings settings;
   Agent::Following following;
   std::string seconds = "1";
   CLI::App command("Applies what changes in a running engine, until it is interrupted.",
                    "stp-openconfig-agent follow");
-  command.add_option("--bridge", following.bridge, "The bridge to follow")
-      ->required()
-      ->check(wrongBridge)
-      ->type_name("NAME");
-  command.add_option("--interval", seconds, "The time from one look at the engine to the next")
-      ->check(wrongInterval)
-      ->type_name("SECONDS")
-      ->capture_default_str();
-  command.add_option("--mstpctl", following.program, "The engine's control program")
-      ->type_name("PROGRAM")
-      ->capture_default_str();
+  addEngine(command, following, seconds);
   addForgetDeparted(command, settings);
   addSettings(command, settings);
   addGnmi(command, settings);
@@ -249,6 +260,40 @@ int follow(Words const& words) {
   }
   following.interval = *interval(seconds);
   return Agent::followEngine(settings, following);
+}
+
+int status(Words const& words) {
+  Agent::Settings settings;
+  Agent::StatusRequest request;
+  std::string seconds = "1";
+  bool json = false;
+  bool dot = false;
+  CLI::App command("Prints the roots, the trees and the ports of a bridge, each with its role.",
+                   "stp-openconfig-agent status");
+  auto* const folder =
+      command
+          .add_option_function<std::string>(
+              "DIR", [&request](std::string const& name) { request.folder = name; },
+              "The folder of a snapshot, in the place of the running engine")
+          ->type_name("");
+  auto const engine = addEngine(command, request.engine, seconds);
+  engine.program->excludes(folder);
+  auto* const watch =
+      command.add_flag("--watch", request.watch, "Print it anew whenever it changes");
+  watch->excludes(folder);
+  engine.interval->needs(watch);
+  auto* const jsonOption = command.add_flag("--json", json, "Print it as JSON, on one line");
+  command.add_flag("--dot", dot, "Print the active topology as a graph for Graphviz")
+      ->excludes(jsonOption);
+  addRunSettings(command, settings);
+  if (auto const ended = parseCommand(command, words)) {
+    return *ended;
+  }
+  request.engine.interval = *interval(seconds);
+  request.form = json  ? Agent::StatusForm::json
+                 : dot ? Agent::StatusForm::graph
+                       : Agent::StatusForm::screen;
+  return Agent::showStatus(settings, request);
 }
 
 int inspect(Words const& words) {
@@ -292,6 +337,7 @@ constexpr std::array commands{
     Command{"run", "apply operations, one JSON object a line", &run},
     Command{"replay", "apply what changes from each snapshot of an engine to the next", &replay},
     Command{"follow", "apply what changes in a running engine, until it is interrupted", &follow},
+    Command{"status", "print the roots, the trees and the ports of a bridge", &status},
     Command{"inspect", "print the objects of the mirror as they live, and what runs what",
             &inspect},
 };

@@ -36,6 +36,7 @@ TEST(CommandLine, HelpListsTheCommandsAndOptions) {
                                                     {"-h"},
                                                     {"run", "--help"},
                                                     {"replay", "--help"},
+                                                    {"status", "--help"},
                                                     {"follow", "--help"}}) {
     Outcome const outcome = runAgent(arguments);
     EXPECT_EQ(outcome.status, 0);
@@ -113,6 +114,13 @@ TEST(CommandLine, WhatIsWrongIsNamedAndEndsWithTwo) {
            {{"follow", "--bridge", "br0", "--manual-start"}, "--manual-start"},
            {{"follow", "--bridge", "br 0"}, "br 0 is no name of a bridge"},
            {{"follow", "--bridge", "br0", "."}, "."},
+           {{"status", "."}, "--bridge"},
+           {{"status", "--bridge", "br 0", "."}, "br 0 is no name of a bridge"},
+           {{"status", "--bridge", "br0", ".", "."}, "."},
+           {{"status", "--bridge", "br0", "--watch", "."}, "--watch"},
+           {{"status", "--bridge", "br0", "--mstpctl", "mstpctl", "."}, "--mstpctl"},
+           {{"status", "--bridge", "br0", "--interval", "2"}, "--watch"},
+           {{"status", "--bridge", "br0", "--json", "--dot"}, "--dot"},
            {{"run", "--flashlog", "/nonexistent/trace"}, "/nonexistent/trace"},
            {{"run", "--flashlog", ""}, "--flashlog"},
        }) {

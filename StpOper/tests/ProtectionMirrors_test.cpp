@@ -77,6 +77,24 @@ TEST_F(ProtectionMirrors, WhatWasSaidOfAPortGoesWithIt) {
   EXPECT_EQ(protectionConfig->record(e1), nullptr);
 }
 
+TEST_F(ProtectionMirrors, AnAnnouncementWithoutAChangeChangesNothing) {
+  auto const port = portIs("E1");
+  mirrored();
+  Watch config(protectionConfig);
+  publishMember(*bridge, Bridge::Id::port, Lumo::String("E1"));
+  EXPECT_EQ(config.changes(), 0);
+}
+
+TEST_F(ProtectionMirrors, ChildrenCanBeTakenOut) {
+  auto const port = portIs("E1");
+  mirrored();
+  mirrors->ocProtectionSmDelAll();
+  tell<Port::Id::restrictedRole>(port, true);
+  EXPECT_EQ(protectionConfig->record(e1)->guard, std::nullopt);
+  auto const mirror = oCProtectionSmFactory("E1", bridge, port, protectionConfig, protectionState);
+  EXPECT_EQ(protectionConfig->record(e1)->guard, OcGuard::root);
+}
+
 TEST_F(ProtectionMirrors, AReaderMayTakeAwayWhatIsJustBroughtIn) {
   tell<Bridge::Id::running>(bridge, true);
   mirrored();

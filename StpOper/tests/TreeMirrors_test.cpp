@@ -223,6 +223,33 @@ TEST_F(TreeMirrors, AnotherEntityUnderTheNameIsMirroredInstead) {
   EXPECT_EQ(treeState->record(TreeId())->rootPort, 5);
 }
 
+TEST_F(TreeMirrors, AnAnnouncementWithoutAChangeChangesNothing) {
+  mstpRuns();
+  auto const tree = treeIs("Cist");
+  portIs(tree, "E1");
+  treesMirrored();
+  Watch written(treeState);
+  Watch ports(portState);
+  publishMember(*bridge, Bridge::Id::tree, Lumo::String("Cist"));
+  publishMember(*tree, Tree::Id::port, Lumo::String("E1"));
+  EXPECT_EQ(written.changes() + ports.changes(), 0);
+}
+
+TEST_F(TreeMirrors, ChildrenCanBeTakenOut) {
+  mstpRuns();
+  auto const tree = treeIs("Cist");
+  auto const port = portIs(tree, "E1");
+  auto const mirror = oCTreeSmFactory("Cist", input, bridge, tree, treeConfig, treeState,
+                                      portConfig, portState, portCounters);
+  mirror->ocTreePortSmDelAll();
+  tell<TreePort::Id::role>(port, PortRole::root);
+  EXPECT_EQ(portState->record(at(TreeId(), "E1"))->role, std::nullopt);
+  treesMirrored();
+  trees->ocTreeSmDelAll();
+  tell<Tree::Id::rootPort>(tree, std::uint16_t{1});
+  EXPECT_FALSE(trees->ocTreeSmDel("Cist"));
+}
+
 TEST_F(TreeMirrors, ANameThatIsNoneOfAnInstanceIsRefused) {
   input->modeIs(Mode::mstp);
   treeIs("Tree");

@@ -101,6 +101,13 @@ TEST_F(TreePortMirror, StatesHaveTheNamesOfThePublicModel) {
   EXPECT_EQ(state().portState, std::nullopt);
 }
 
+TEST_F(TreePortMirror, NumbersThatMeanNoRoleAndNoStateShowNone) {
+  mirrored(TreeId());
+  tell<TreePort::Id::role>(port, PortRole{99});
+  tell<TreePort::Id::state>(port, PortState{99});
+  EXPECT_EQ(state(), OCTreePortState{.id = id});
+}
+
 TEST_F(TreePortMirror, OutsideARegionTheExternalWayCounts) {
   for (TreeId const tree : {TreeId(), TreeId::rst()}) {
     mirrored(tree);

@@ -11,9 +11,11 @@ install(FILES "${PROJECT_BINARY_DIR}/StpOpenConfigConfigVersion.cmake"
 
 # The file finds its installation from where it lies itself.
 file(RELATIVE_PATH prefix_from_pkgconfig "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" /)
-configure_file(cmake/stpopenconfig.pc.in stpopenconfig.pc @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/stpopenconfig.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+foreach(library stpopenconfig stpopenconfig-oper)
+  configure_file("cmake/${library}.pc.in" "${library}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${library}.pc"
+          DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+endforeach()
 
 # One package each: those who run what others linked, those who link, those who operate.
 set(debian_dir "${PROJECT_SOURCE_DIR}/cmake/debian")

@@ -1,5 +1,5 @@
-// What libStpOpenConfig shows to those who link it: its classes, their factories, the module record
-// and the few functions that its headers declare, and nothing else.
+// What the libraries show to those who link them: their classes, their factories, the module record
+// and the few functions that their headers declare, and nothing else.
 
 #include <gtest/gtest.h>
 
@@ -21,9 +21,9 @@ struct Symbol {
   bool weak;
 };
 
-std::vector<Symbol> exportedSymbols() {
+std::vector<Symbol> exportedSymbols(std::string const& library) {
   std::string const command =
-      std::string(NM_COMMAND) + " -D --defined-only -C -P '" + STP_LIBRARY + "'";
+      std::string(NM_COMMAND) + " -D --defined-only -C -P '" + library + "'";
   FILE* const pipe = popen(command.c_str(), "r");  // NOLINT(cert-env33-c): a fixed command
   if (pipe == nullptr) {
     throw std::runtime_error("cannot run " + command);
@@ -52,50 +52,73 @@ std::vector<Symbol> exportedSymbols() {
   return symbols;
 }
 
-std::vector<std::string> const classes{
-    "OCGlobalConfigSm",      "OCGlobalVlanSyncher",
-    "OCGlobalStateSm",       "OCPortConfigSm",
-    "OCStpiStatusConfigSm",  "OCInterfaceConfigDirSm",
-    "OCStpiPortStatusSm",    "OCStpiStatusSm",
-    "OCInterfaceStateDirSm", "OCMstiConfigSm",
-    "OCMstpConfigSm",        "OCMstpConfigWrapperSm",
-    "OCMstpTrigger",         "OCMstSm",
-    "OCMstiStatusSm",        "OCMstpMainStateSm",
+using Names = std::vector<std::string>;
+
+// One library.
+struct Interface {
+  std::string library;
+  std::string space;  // of all names but the record's
+  std::string record;
+  Names classes;
+  Names factories;  // all classes but those that only a parent makes have one
+  Names functions;
+  Names entities;
 };
 
-// All classes but those that only a parent makes have one.
-std::vector<std::string> const factories{
-    "oCGlobalConfigSmFactory", "oCGlobalVlanSyncherFactory",    "oCGlobalStateSmFactory",
-    "oCPortConfigSmFactory",   "oCInterfaceConfigDirSmFactory", "oCStpiPortStatusSmFactory",
-    "oCStpiStatusSmFactory",   "oCInterfaceStateDirSmFactory",  "oCMstiConfigSmFactory",
-    "oCMstpConfigSmFactory",   "oCMstpConfigWrapperSmFactory",  "oCMstSmFactory",
-    "oCMstiStatusSmFactory",   "oCMstpMainStateSmFactory",
+Interface const mirrors{
+    STP_LIBRARY,
+    "Stp::",
+    "_StpOpenConfigSm_a888b7c7e663556e_velModule",
+    {"OCGlobalConfigSm", "OCGlobalVlanSyncher", "OCGlobalStateSm", "OCPortConfigSm",
+     "OCStpiStatusConfigSm", "OCInterfaceConfigDirSm", "OCStpiPortStatusSm", "OCStpiStatusSm",
+     "OCInterfaceStateDirSm", "OCMstiConfigSm", "OCMstpConfigSm", "OCMstpConfigWrapperSm",
+     "OCMstpTrigger", "OCMstSm", "OCMstiStatusSm", "OCMstpMainStateSm"},
+    {"oCGlobalConfigSmFactory", "oCGlobalVlanSyncherFactory", "oCGlobalStateSmFactory",
+     "oCPortConfigSmFactory", "oCInterfaceConfigDirSmFactory", "oCStpiPortStatusSmFactory",
+     "oCStpiStatusSmFactory", "oCInterfaceStateDirSmFactory", "oCMstiConfigSmFactory",
+     "oCMstpConfigSmFactory", "oCMstpConfigWrapperSmFactory", "oCMstSmFactory",
+     "oCMstiStatusSmFactory", "oCMstpMainStateSmFactory"},
+    {"_defaultTraceHandle", "instanceIdToMstiName", "mstiNameToInstanceId", "mstpInstanceName",
+     "addDisabledVlanIdOrRange", "compressDisabledVlans"},
+    {},
 };
 
-std::vector<std::string> const functions{
-    "_defaultTraceHandle", "instanceIdToMstiName",     "mstiNameToInstanceId",
-    "mstpInstanceName",    "addDisabledVlanIdOrRange", "compressDisabledVlans",
+Interface const operationalMirrors{
+    STP_OPERATIONAL_LIBRARY,
+    "Stp::Oper::",
+    "Stp::Oper::stpOperationalSmModule",
+    {"OCProtocolParametersSm", "OCTreePortSm", "OCTreeSm", "OCTreeDirSm", "OCProtectionSm",
+     "OCProtectionDirSm"},
+    {"oCProtocolParametersSmFactory", "oCTreePortSmFactory", "oCTreeSmFactory",
+     "oCTreeDirSmFactory", "oCProtectionSmFactory", "oCProtectionDirSmFactory"},
+    {"defaultTraceHandle"},
+    {"TreeScope"},
 };
 
-std::string anyOf(std::vector<std::string> const& names) {
+std::string anyOf(Names const& names, Names const& more = {}) {
   std::string pattern;
-  for (std::string const& name : names) {
-    pattern.append(pattern.empty() ? "(" : "|").append(name);
+  for (Names const* const each : {&names, &more}) {
+    for (std::string const& name : *each) {
+      pattern.append(pattern.empty() ? "(" : "|").append(name);
+    }
   }
   return pattern + ")";
 }
 
-std::string const record = "_StpOpenConfigSm_a888b7c7e663556e_velModule";
+class ExportedSymbols : public testing::TestWithParam<Interface> {};
 
-TEST(ExportedSymbols, AreThoseOfTheInterfaceAlone) {
-  std::regex const interface(record + "|Stp::" + anyOf(classes) + "::.*|Stp::" + anyOf(factories) +
-                             R"(\(.*|(void )?Stp::)" + anyOf(functions) + R"([<(].*)");
+TEST_P(ExportedSymbols, AreThoseOfTheInterfaceAlone) {
+  Interface const& own = GetParam();
+  std::string const types = anyOf(own.classes, own.entities);
+  std::regex const interface(own.record + "|" + own.space + types + "::.*|" + own.space +
+                             anyOf(own.factories) + R"(\(.*|(void )?)" + own.space +
+                             anyOf(own.functions) + R"([<(].*)");
   // The classes' type information, their attributes and bases; and what the layers below, whose
   // names know nothing of this one, have in headers.
   std::regex const support(
-      "((vtable|typeinfo|typeinfo name|guard variable|VTT) for )?Stp::((Tracked|Reactor)<Stp::)?" +
-      anyOf(classes) + "(Attributes)?([,>].*)?|((?!Stp::).)*");
-  for (Symbol const& symbol : exportedSymbols()) {
+      "((vtable|typeinfo|typeinfo name|guard variable|VTT) for )?(Stp::[A-Z][A-Za-z]*<)*" +
+      own.space + types + "(Attributes)?([,>].*)?|((?!" + own.space + ").)*");
+  for (Symbol const& symbol : exportedSymbols(own.library)) {
     if (!std::regex_match(symbol.name, interface)) {
 #ifdef STP_INSTRUMENTED
       // Instrumented code exports more of these, and names that are the compiler's own.
@@ -107,24 +130,30 @@ TEST(ExportedSymbols, AreThoseOfTheInterfaceAlone) {
   }
 }
 
-TEST(ExportedSymbols, HaveAllThatUsersNeed) {
+TEST_P(ExportedSymbols, HaveAllThatUsersNeed) {
+  Interface const& own = GetParam();
   std::set<std::string> names;
-  for (Symbol const& symbol : exportedSymbols()) {
+  for (Symbol const& symbol : exportedSymbols(own.library)) {
     std::string name = symbol.name.substr(0, symbol.name.find_first_of("(<"));
     names.insert(name.starts_with("void ") ? name.substr(5) : name);
   }
-  EXPECT_TRUE(names.contains(record));
-  for (std::string const& name : functions) {
-    EXPECT_TRUE(names.contains("Stp::" + name)) << name;
+  EXPECT_TRUE(names.contains(own.record));
+  for (Names const* const functions : {&own.functions, &own.factories}) {
+    for (std::string const& name : *functions) {
+      EXPECT_TRUE(names.contains(own.space + name)) << name;
+    }
   }
-  for (std::string const& name : factories) {
-    EXPECT_TRUE(names.contains("Stp::" + name)) << name;
-  }
-  for (std::string const& name : classes) {
-    EXPECT_TRUE(names.contains("Stp::" + name + "::" + name)) << name;
-    EXPECT_TRUE(names.contains("vtable for Stp::" + name)) << name;
-    EXPECT_TRUE(names.contains("typeinfo for Stp::" + name)) << name;
+  for (std::string const& name : own.classes) {
+    EXPECT_TRUE(names.contains(own.space + name + "::" + name)) << name;
+    EXPECT_TRUE(names.contains("vtable for " + own.space + name)) << name;
+    EXPECT_TRUE(names.contains("typeinfo for " + own.space + name)) << name;
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, ExportedSymbols, testing::Values(mirrors, operationalMirrors),
+                         [](auto const& of) {
+                           return std::string(of.index == 0 ? "TheMirrors"
+                                                            : "TheOperationalMirrors");
+                         });
 
 }  // namespace

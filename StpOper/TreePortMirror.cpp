@@ -94,13 +94,14 @@ OCTreePortSm::OCTreePortSm(Lumo::String const& name, Lumo::Ptr<TreeScope const> 
                            Lumo::Ptr<OCTreePortConfigDir> const& ocTreePortConfigDir,
                            Lumo::Ptr<OCTreePortStateDir> const& ocTreePortStateDir,
                            Lumo::Ptr<OCTreePortCountersDir> const& ocTreePortCountersDir)
-    : Reactor(name, scope, port, ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir) {
+    : Reactor(name, scope, port, ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir),
+      id_{scope->told().tree, Lanx::IntfId::of(name)} {
   synchronise(&Self::handleConfig, &Self::handleState, &Self::handleCounters);
 }
 
 void OCTreePortSm::handleConfig() {
   auto const traced = trace<"handleConfig", 101>();
-  ocTreePortConfigDir->recordAmend(id(), [this](OCTreePortConfig& config) {
+  ocTreePortConfigDir->recordAmend(id_, [this](OCTreePortConfig& config) {
     auto const& told = port->told().portId;
     return Amendment()
         .set(config.portPriority, told ? std::optional(told->priority()) : std::nullopt)
@@ -114,7 +115,7 @@ void OCTreePortSm::handleState() {
     amend<portId, cost, role, master, portState, designatedRoot, designatedCost, designatedBridge,
           designatedPort, forwardTransitions, disputed>();
   } else {
-    ocTreePortStateDir->recordDel(id());
+    ocTreePortStateDir->recordDel(id_);
   }
 }
 
@@ -172,11 +173,11 @@ void OCTreePortSm::handleCounters() {
   auto const traced = trace<"handleCounters", 169>();
   Told const& told = port->told();
   bool const isCounted = told.bpduSent || told.bpduReceived;
-  if (!scope->told().running || id().tree.kind() == Kind::mst || !isCounted) {
-    ocTreePortCountersDir->recordDel(id());
+  if (!scope->told().running || id_.tree.kind() == Kind::mst || !isCounted) {
+    ocTreePortCountersDir->recordDel(id_);
     return;
   }
-  ocTreePortCountersDir->recordAmend(id(), [&told](OCTreePortCounters& counters) {
+  ocTreePortCountersDir->recordAmend(id_, [&told](OCTreePortCounters& counters) {
     return Amendment()
         .set(counters.bpduSent, told.bpduSent)
         .set(counters.bpduReceived, told.bpduReceived)
@@ -187,11 +188,12 @@ void OCTreePortSm::handleCounters() {
 template <auto... rules>
 void OCTreePortSm::amend() {
   if (scope->told().running) {
-    ocTreePortStateDir->recordAmend(id(), [this](OCTreePortState& state) {
-      Amendment amendment;
-      (rules(amendment, state, port->told(), scope->told().tree.kind()), ...);
-      return amendment.made();
-    });
+    ocTreePortStateDir->recordAmend(
+        id_, [&told = port->told(), kind = id_.tree.kind()](OCTreePortState& state) {
+          Amendment amendment;
+          (rules(amendment, state, told, kind), ...);
+          return amendment.made();
+        });
   }
 }
 

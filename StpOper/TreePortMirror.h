@@ -89,10 +89,10 @@ class STP_API OCTreePortSm final : public Reactor<OCTreePortSm, OCTreePortSmAttr
   };
 
  private:
-  TreePortId id() const { return {scope->told().tree, Lanx::IntfId::of(name)}; }
-
   template <auto... rules>
   [[gnu::visibility("hidden")]] void amend();
+
+  TreePortId const id_;
 };
 
 /// A new, active mirror of one port in one tree.

@@ -53,6 +53,14 @@ class Difference {
     compare(entity, rowOf<Entity, id>(), wanted);
   }
 
+  /// Those attributes of an entity that a record tells.
+  template <class Entity, class Record, class... Rows>
+  void attributes(Lumo::Ptr<Entity const> const& entity, Record const& record,
+                  std::tuple<Rows...> const& rows) {
+    (requireOwned<Entity, Rows::row.id>(), ...);
+    attributesCompare(entity, record, rows);
+  }
+
   /// The members of a collection: those that `records` tell of, under the keys that they have, and
   /// no others. `below(member, record)` goes on with what is below a member; the record is null for
   /// one that goes.
@@ -69,7 +77,7 @@ class Difference {
       Lumo::Ptr<Member const> member = Stp::memberFind(present, key);
       if (member) {
         ++stay;
-        attributes(member, record, rows);
+        attributesCompare(member, record, rows);
       } else {
         auto const fresh = Lumo::make<Member>();
         member = fresh;
@@ -80,7 +88,7 @@ class Difference {
         }
         appearing_.push_back(Change::put(Change::Kind::create, owner, row, key, fresh));
         if (coming == Coming::bare) {
-          attributes(member, record, rows);
+          attributesCompare(member, record, rows);
         }
       }
       below(member, &record);
@@ -119,7 +127,8 @@ class Difference {
   }
 
   template <class Entity, class Record, class Rows>
-  void attributes(Lumo::Ptr<Entity const> const& entity, Record const& record, Rows const& rows) {
+  void attributesCompare(Lumo::Ptr<Entity const> const& entity, Record const& record,
+                         Rows const& rows) {
     std::apply([&](auto const&... told) { (compare(entity, told.row, record.*told.member), ...); },
                rows);
   }

@@ -86,7 +86,8 @@ TEST_F(EngineDifference, WhatAppearsComesBeforeWhatUsesIt) {
                   "create status.stpiStatus.Mst", "create status.stpiStatus.Mst.stpiPortStatus.E1",
                   "create status.stpiStatus.Mst.stpiPortStatus.E2",
                   "create status.stpiStatus.Mst.mstiStatus.Cist",
-                  "create status.stpiStatus.Mst.mstiStatus.MST5", "set status.activeProtocol"));
+                  "create status.stpiStatus.Mst.mstiStatus.MST5", "set status.activeProtocol",
+                  "create operational.port.E1", "create operational.port.E2"));
   EXPECT_EQ(sources().input->mode(), Stp::Mode::mstp);
   EXPECT_EQ(sources().status->activeProtocol(), Stp::Mode::mstp);
   EXPECT_EQ(sources().input->mstConfig(), mstp().mstConfig);
@@ -168,7 +169,7 @@ TEST_F(EngineDifference, WhatDisappearsGoesInTheReverseOrder) {
   next.mstConfig.vidToMsti = {};
   EXPECT_THAT(
       changesTo(next),
-      ElementsAre("set input.mstConfig", "set config.mstConfig",
+      ElementsAre("set input.mstConfig", "set config.mstConfig", "delete operational.port.E1",
                   "delete status.stpiStatus.Mst.mstiStatus.MST5",
                   "delete status.stpiStatus.Mst.stpiPortStatus.E1", "delete config.portConfig.E1",
                   "delete input.stpiConfig.Mst.mstiConfig.MST5", "delete input.portConfig.E1"));
@@ -183,7 +184,7 @@ TEST_F(EngineDifference, MembersGoBeforeTheirInstance) {
       ElementsAre("create input.stpiConfig.Rst", "set input.mode", "set input.mstConfig",
                   "set config.mstConfig", "create status.stpiStatus.Rst",
                   "create status.stpiStatus.Rst.stpiPortStatus.E1", "set status.activeProtocol",
-                  "delete status.stpiStatus.Mst.mstiStatus.MST5",
+                  "delete operational.port.E2", "delete status.stpiStatus.Mst.mstiStatus.MST5",
                   "delete status.stpiStatus.Mst.mstiStatus.Cist",
                   "delete status.stpiStatus.Mst.stpiPortStatus.E2",
                   "delete status.stpiStatus.Mst.stpiPortStatus.E1", "delete status.stpiStatus.Mst",

@@ -14,29 +14,61 @@ constexpr std::size_t maxDepth = 8;
 
 constexpr std::string_view blanks = " \t\r\n";
 
-/// The members that snapshots are made of; of all others nothing is kept.
-constexpr std::array<std::string_view, 20> readMembers{
+/// The members that snapshots are made of, sorted; of all others nothing is kept.
+constexpr std::array<std::string_view, 51> readMembers{
     "admin-edge-port",
     "admin-point-to-point",
     "auto-edge-port",
+    "bpdu-filter-port",
+    "bpdu-guard-error",
     "bpdu-guard-port",
     "bridge",
+    "bridge-forward-delay",
     "bridge-id",
+    "bridge-max-age",
     "configuration-name",
+    "designated-bridge",
+    "designated-port",
+    "designated-root",
+    "disputed",
+    "dsgn-external-cost",
+    "dsgn-internal-cost",
+    "dsgn-regional-root",
     "enabled",
+    "external-port-cost",
     "fid",
     "fid2mstid",
     "force-protocol-version",
+    "forward-delay",
+    "hello-time",
+    "internal-path-cost",
+    "internal-port-cost",
+    "max-age",
+    "max-hops",
     "mstid",
     "mstids",
+    "num-rx-bpdu",
+    "num-transition-fwd",
+    "num-tx-bpdu",
     "oper-edge-port",
+    "path-cost",
     "point-to-point",
     "port",
+    "port-id",
+    "regional-root",
+    "restricted-role",
     "revision-level",
+    "role",
+    "root-port",
+    "state",
     "stp-enabled",
+    "time-since-topology-change",
+    "topology-change-count",
+    "tx-hold-count",
     "vid",
     "vid2fid",
 };
+static_assert(std::ranges::is_sorted(readMembers));
 
 std::string_view withoutLeadingBlanks(std::string_view text) {
   return text.substr(std::min(text.find_first_not_of(blanks), text.size()));

@@ -4,16 +4,18 @@
 #include <array>
 #include <bitset>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <limits>
 #include <memory>
 #include <string_view>
 #include <system_error>
 #include <unordered_set>
+#include <utility>
 
 #include "Stp/vlans/InstanceName.h"
 #include "agent/sources/engine/EngineJson.h"
+#include "agent/sources/engine/EngineOperation.h"
+#include "agent/sources/engine/SnapshotFile.h"
 #include "agent/text/Values.h"
 
 namespace Agent {
@@ -27,44 +29,7 @@ using IdTable = std::array<std::uint16_t, maxId + 1>;
 
 using Remarks = std::vector<SnapshotRemark>;
 
-/// Hands the content of a file to `read`, which throws a Refusal if it doesn't understand it.
-template <typename Read>
-void inFile(SnapshotFiles const& source, std::string const& file, Remarks* const remarks,
-            Read const read) {
-  std::vector<std::string> texts;
-  auto const text = source(file);
-  if (!text) {
-    throw SnapshotError({}, file, std::generic_category().message(ENOENT));
-  }
-  try {
-    if (text->size() > maxSnapshotFile) {
-      throw Refusal("longer than " + std::to_string(maxSnapshotFile) + " bytes");
-    }
-    read(engineJson(*text, file == "showvid2fid.json" || file == "showfid2mstid.json",
-                    remarks == nullptr ? nullptr : &texts));
-  } catch (Refusal const& refusal) {
-    throw SnapshotError({}, file, refusal.what());
-  }
-  if (remarks != nullptr) {
-    for (auto& said : texts) {
-      remarks->push_back({file, std::move(said)});
-    }
-  }
-}
-
-/// The decimal number up to `limit` that `text` is, if it is one.
-template <typename Number>
-std::optional<Number> number(std::string_view const text, Number const limit) {
-  Number value = 0;
-  auto const* const end = text.data() + text.size();
-  auto const result = std::from_chars(text.data(), end, value);
-  if (result.ec != std::errc{} || result.ptr != end || value > limit) {
-    return std::nullopt;
-  }
-  return value;
-}
-
-/// The same of the text that `what` names.
+/// The decimal number up to `limit` of the text that `what` names.
 template <typename Number>
 Number numberOf(std::string_view const text, Number const limit, std::string const& what) {
   auto const value = number(text, limit);
@@ -122,6 +87,8 @@ void readBridge(EngineSnapshot& snapshot, Json const& list, std::string const& b
     bool const enabled = isYes(entry, "enabled");
     snapshot.activeProtocol = stpEnabled && enabled ? snapshot.mode : EngineSnapshot::notRunning;
     snapshot.instanceName = snapshot.mode == Stp::Mode::mstp ? Stp::mstpInstanceName() : "Rst";
+    snapshot.bridge.running = snapshot.running();
+    bridgeIsTold(snapshot, snapshot.trees.emplace_back(), entry);
   });
   if (!found) {
     throw Refusal("bridge " + inQuotes(bridge) + " is missing");
@@ -162,6 +129,10 @@ void readPorts(EngineSnapshot& snapshot, Json const& list, std::string const& br
     port.operEdgePort = isYes(entry, "oper-edge-port");
     port.bpduguard = isYes(entry, "bpdu-guard-port") ? EngineSnapshot::Guard::bpduguardEnabled
                                                      : EngineSnapshot::Guard::bpduguardDefault;
+    EngineSnapshot::TreePort inCist;
+    inCist.name = port.name;
+    portIsTold(port, inCist, entry);
+    snapshot.trees.front().ports.push_back(std::move(inCist));
     snapshot.ports.push_back(std::move(port));
   });
 }
@@ -180,17 +151,17 @@ void readMstis(EngineSnapshot& snapshot, Json const& object, std::string const& 
   }
 }
 
-void readTree(EngineSnapshot::Msti& msti, Json const& object, std::string const& bridge) {
+void readTree(EngineSnapshot& snapshot, EngineSnapshot::Msti& msti, Json const& object,
+              std::string const& bridge) {
   memberIs(object, "bridge", bridge);
   memberIs(object, "mstid", std::to_string(msti.id));
-  auto const& id = stringMember(object, "bridge-id");
-  std::uint16_t digit = 0;
-  auto const* const end = id.data() + std::min<std::size_t>(id.size(), 1);
-  if (id.find('.') != 1 || std::from_chars(id.data(), end, digit, 16).ptr != end) {
-    throw Refusal("member \"bridge-id\" is " + inQuotes(id) +
-                  ", doesn't start with a hexadecimal digit and a dot");
+  EngineSnapshot::Tree tree;
+  tree.id = msti.id;
+  treeIsTold(tree, object);
+  msti.bridgePriority = tree.bridgeId.value().priority();
+  if (tree.id != 0) {  // of the CIST, another answer says more
+    snapshot.trees.push_back(std::move(tree));
   }
-  msti.bridgePriority = static_cast<std::uint16_t>(digit * 4096);
 }
 
 /// The instance of every FID.
@@ -246,10 +217,13 @@ void mstisFrom(SnapshotFiles const& source, EngineSnapshot& snapshot, std::strin
          [&](Json const& json) { readMstis(snapshot, json, bridge); });
 }
 
-/// The content of a file, or its first `maxSnapshotFile` + 1 bytes.
-std::string contentOf(std::filesystem::path const& dir, std::string const& file) {
+/// The content of a file, or its first `maxSnapshotFile` + 1 bytes; nothing if there is none.
+std::optional<std::string> contentOf(std::filesystem::path const& dir, std::string const& file) {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> const stream(
       std::fopen((dir / file).c_str(), "rb"), &std::fclose);
+  if (!stream && (errno == ENOENT || errno == ENAMETOOLONG)) {
+    return std::nullopt;
+  }
   std::string content;
   std::array<char, 65536> block{};
   while (stream && content.size() <= maxSnapshotFile) {
@@ -267,8 +241,8 @@ std::string contentOf(std::filesystem::path const& dir, std::string const& file)
 
 }  // namespace
 
-EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& name,
-                             Remarks* const remarks) {
+EngineSnapshot parseSnapshotButTreePorts(SnapshotFiles const& source, std::string const& name,
+                                         Remarks* const remarks) {
   auto const bridge = readableText(name);
   EngineSnapshot snapshot;
   bridgeFrom(source, snapshot, bridge);
@@ -278,7 +252,7 @@ EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& nam
     mstisFrom(source, snapshot, bridge);
     for (auto& msti : snapshot.mstis) {
       inFile(source, "showtree-" + std::to_string(msti.id) + ".json", nullptr,
-             [&](Json const& json) { readTree(msti, json, bridge); });
+             [&](Json const& json) { readTree(snapshot, msti, json, bridge); });
     }
   }
   inFile(source, "showmstconfid.json", remarks, [&](Json const& json) {
@@ -287,12 +261,23 @@ EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& nam
     snapshot.mstConfig.revision =
         numberOf(stringMember(json, "revision-level"), std::numeric_limits<std::uint64_t>::max(),
                  R"(member "revision-level" is)");
+    snapshot.bridge.regionName = snapshot.mstConfig.regionName;
+    if (std::in_range<std::uint32_t>(snapshot.mstConfig.revision)) {
+      snapshot.bridge.revision = static_cast<std::uint32_t>(snapshot.mstConfig.revision);
+    }
   });
   IdTable instances{};
   inFile(source, "showfid2mstid.json", nullptr,
          [&](Json const& json) { instances = instancesOfFids(snapshot, json, bridge); });
   inFile(source, "showvid2fid.json", nullptr,
          [&](Json const& json) { readVlans(snapshot, json, instances, bridge); });
+  return snapshot;
+}
+
+EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& name,
+                             Remarks* const remarks) {
+  EngineSnapshot snapshot = parseSnapshotButTreePorts(source, name, remarks);
+  readTreePorts(source, name, snapshot);
   return snapshot;
 }
 

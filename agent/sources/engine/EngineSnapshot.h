@@ -30,6 +30,7 @@
 #include "Lumo/String.h"
 #include "StpTypes/ConfigBase.h"
 #include "StpTypes/Input.h"
+#include "StpTypes/Operational.h"
 
 namespace Agent {
 
@@ -48,8 +49,9 @@ struct EngineSnapshot {
     bool operator==(Msti const&) const = default;
   };
 
-  /// One port of the bridge, all of it from its entry in `showportdetail`.
-  struct Port {
+  /// One port of the bridge, all of it from its entry in `showportdetail`, as is what its base says
+  /// of its operation.
+  struct Port : Stp::Operational::PortTold {
     /// Not empty, valid UTF-8, `port`.
     Lumo::String name;
     /// `admin-point-to-point`: `auto`, `yes` (point-to-point), `no` (shared).
@@ -73,6 +75,27 @@ struct EngineSnapshot {
     bool operator==(Port const&) const = default;
   };
 
+  /// A port as one tree has it.
+  struct TreePort : Stp::Operational::TreePortTold {
+    /// That of a port of the bridge.
+    Lumo::String name;
+
+    bool operator==(TreePort const&) const = default;
+  };
+
+  /// The CIST, or an MST instance. `lastTopologyChange` is left to those who know the time.
+  struct Tree : Stp::Operational::TreeTold {
+    /// 0 (the CIST) to 4095.
+    std::uint16_t id = 0;
+    /// `time-since-topology-change`, in seconds.
+    std::optional<std::uint64_t> sinceTopologyChange;
+    /// In the order of the bridge's ports. Of the CIST all of them; of an MST instance those that
+    /// are told of.
+    std::vector<TreePort> ports;
+
+    bool operator==(Tree const&) const = default;
+  };
+
   /// The configured protocol, `showbridge` `force-protocol-version`: `stp`, `rstp` or `mstp`.
   Stp::Mode mode = Stp::Mode::stp;
   /// `mode` while `showbridge` says `yes` to both `stp-enabled` and `enabled`, else `notRunning`.
@@ -93,6 +116,11 @@ struct EngineSnapshot {
   /// The ports in the engine's order, names distinct. They are configured whether or not the
   /// snapshot is `running`.
   std::vector<Port> ports;
+  /// What is said of the bridge's operation, in `showbridge` and `showmstconfid`.
+  Stp::Operational::BridgeTold bridge;
+  /// The CIST, whatever the mode (`showbridge` and `showportdetail`), and behind it the MST
+  /// instances among `mstis` (`showtree` and `showtreeport`), in their order.
+  std::vector<Tree> trees;
 
   /// Whether the protocol runs. While it doesn't, the running instance has neither ports nor MST
   /// instances; `ports` and `mstis` tell the configuration only.
@@ -139,11 +167,21 @@ inline constexpr std::size_t maxSnapshotFile = std::size_t{8} << 20U;
 /// Reads the snapshot of the bridge `name`, which must not be empty, from `source`. Each file is
 /// asked for once, in this order: `showbridge.json`, `showportdetail.json`, while the mode is MSTP
 /// `showmstilist.json` and `showtree-ID.json` for each of its ids, then `showmstconfid.json`,
-/// `showfid2mstid.json`, `showvid2fid.json`. Throws SnapshotError for the first file that is
-/// missing, longer than `maxSnapshotFile`, about another bridge or not understood; its `what()` has
-/// no folder. Adds to `remarks`, if there are to be any.
+/// `showfid2mstid.json`, `showvid2fid.json`, and then those of readTreePorts. Throws SnapshotError
+/// for the first file that is missing and needed, longer than `maxSnapshotFile`, about another
+/// bridge or not understood; its `what()` has no folder. Adds to `remarks`, if there are to be any.
 EngineSnapshot parseSnapshot(SnapshotFiles const& source, std::string const& name,
                              std::vector<SnapshotRemark>* remarks = nullptr);
+
+/// The same without the ports of MST instances.
+EngineSnapshot parseSnapshotButTreePorts(SnapshotFiles const& source, std::string const& name,
+                                         std::vector<SnapshotRemark>* remarks = nullptr);
+
+/// Adds to a snapshot that has none of them the ports of its MST instances that are told of. For
+/// each, `showtreeport-PORT-ID.json` is asked for, the port's name as it is, and where there is
+/// none `showtreeport-ID.json`, a list with an entry for each port; what that says of other ports
+/// is ignored. None of these files is needed. Throws as parseSnapshot does.
+void readTreePorts(SnapshotFiles const& source, std::string const& name, EngineSnapshot& snapshot);
 
 /// The instances whose trees the snapshot consists of, in the engine's order: while the mode is
 /// MSTP those of `showmstilist.json`, else none. Asks for no other file than that and

@@ -24,6 +24,9 @@ Port port(std::string const& name, bool operEdge) {
   result.edgePortAuto = true;
   result.operEdgePort = operEdge;
   result.operPointToPointMac = true;
+  result.restrictedRole = false;
+  result.bpduFilter = false;
+  result.bpduGuardError = false;
   return result;
 }
 
@@ -98,7 +101,6 @@ TEST(EngineSnapshot, CapturesSayWhatTheirBridgeDid) {
     EXPECT_EQ(snapshot.instanceName, expected.instanceName);
     EXPECT_TRUE(snapshot.mstis == expected.mstis);
     EXPECT_TRUE(snapshot.ports == expected.ports);
-    EXPECT_TRUE(snapshot == expected);
     EXPECT_TRUE(snapshot.running());
   }
 }
@@ -115,11 +117,15 @@ TEST(EngineSnapshot, AsksForEachFileOnceAndForInstancesOnlyInMstp) {
         "br0");
     return names;
   };
-  EXPECT_EQ(
-      asked("01-converged"),
-      (std::vector<std::string>{"showbridge.json", "showportdetail.json", "showmstilist.json",
-                                "showtree-0.json", "showtree-1.json", "showtree-5.json",
-                                "showmstconfid.json", "showfid2mstid.json", "showvid2fid.json"}));
+  std::vector<std::string> all{"showbridge.json",    "showportdetail.json", "showmstilist.json",
+                               "showtree-0.json",    "showtree-1.json",     "showtree-5.json",
+                               "showmstconfid.json", "showfid2mstid.json",  "showvid2fid.json"};
+  for (char const* const id : {"1", "5"}) {
+    for (char const* const port : {"1", "2", "3", "4", "5"}) {
+      all.push_back(std::string("showtreeport-Ethernet") + port + "-" + id + ".json");
+    }
+  }
+  EXPECT_EQ(asked("01-converged"), all);
   EXPECT_EQ(asked("11-rstp"), (std::vector<std::string>{"showbridge.json", "showportdetail.json",
                                                         "showmstconfid.json", "showfid2mstid.json",
                                                         "showvid2fid.json"}));
@@ -304,12 +310,12 @@ TEST(EngineSnapshot, BridgeNameIsRecoveredWhateverItHolds) {
   }
 }
 
-TEST(EngineSnapshot, OddNamesInMembersThatAreNotReadDontMatter) {
+TEST(EngineSnapshot, OddNamesOfOtherPortsDontMatter) {
   auto const expected = parsed(filesOf(captures / "01-converged"));
   for (std::string const name : {"\"", "a\"b", "\\", R"(a","b)", R"("])", R"("}x)"}) {
     SCOPED_TRACE(name);
     EXPECT_TRUE(parsed(edited("showbridge.json", "Ethernet2\"}", name + "\"}")) == expected);
-    EXPECT_TRUE(parsed(edited("showtree-5.json", "Ethernet1 (#1)", name)) == expected);
+    EXPECT_TRUE(parsed(edited("showtree-5.json", "Ethernet1 (#1)", name + " (#1)")) == expected);
     EXPECT_TRUE(parsed(edited("showtree-5.json", "Ethernet1\"}", name + "\"}")) == expected);
   }
 }
@@ -344,7 +350,8 @@ TEST(EngineSnapshot, ReservedVlansAreIgnoredInTheCistOnly) {
 
 TEST(EngineSnapshot, InstancesUpToTheHighestIdAreTaken) {
   auto files = edited("showmstilist.json", R"("5")", R"("4095")");
-  files["showtree-4095.json"] = R"({"bridge":"br0","mstid":"4095","bridge-id":"c.fff.x"})";
+  files["showtree-4095.json"] =
+      R"({"bridge":"br0","mstid":"4095","bridge-id":"c.FFF.52:05:0B:AE:5C:AA"})";
   files["showfid2mstid.json"] = R"({"bridge":"br0","fid2mstid":[{"mstid":"4095","fid":[ "1"]}})";
   auto const snapshot = parsed(files);
   EXPECT_TRUE(snapshot.mstis.at(2) == (EngineSnapshot::Msti{4095, 49152}));

@@ -31,7 +31,7 @@ class Builder {
   bool end_array() { return close(); }
 
   bool key(std::string& name) {
-    isKept_ = std::ranges::find(names_, name) != names_.end();
+    isKept_ = std::ranges::binary_search(names_, std::string_view(name));
     member_ = std::move(name);
     return true;
   }

@@ -1,4 +1,4 @@
-// JSON read in part: what the agent looks at of an engine's answers is a quarter of them.
+// JSON read in part: what the agent looks at of an engine's answers is half of them.
 #pragma once
 
 #include <span>
@@ -8,8 +8,8 @@
 
 namespace Agent {
 
-/// What a text says, with those members of its objects alone that are named here. All of the text
-/// is checked; of a member given twice the last counts. Throws Json::parse_error.
+/// What a text says, with those members of its objects alone that are named here, sorted. All of
+/// the text is checked; of a member given twice the last counts. Throws Json::parse_error.
 Json parseMembers(std::string_view text, std::span<std::string_view const> names);
 
 }  // namespace Agent

@@ -21,6 +21,8 @@ namespace Agent {
 using Files = std::map<std::string, std::string>;
 
 inline std::filesystem::path const captures = STP_CAPTURES_DIR;
+/// Moments of br4, one bridge of two.
+inline std::filesystem::path const operationalCaptures = STP_CAPTURES_DIR "-operational";
 
 inline Files filesOf(std::filesystem::path const& dir) {
   Files files;

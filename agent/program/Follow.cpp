@@ -48,7 +48,7 @@ class Follower {
       : run_(run),
         following_(following),
         service_(run.loop()),
-        source_(run.loop(), following.program, following.bridge),
+        source_(run.loop(), following.program, following.bridge, following.slowInterval),
         times_(following.interval, run.loop().now()) {
     constexpr std::chrono::seconds patience{2};
     run_.readersPatienceIs(patience);
@@ -90,8 +90,8 @@ class Follower {
   }
 
   void ask() {
-    times_.asks(run_.loop().now());
-    source_.ask([this](EngineSource::Taken const& taken) { take(taken); });
+    bool const isLast = times_.asks(run_.loop().now());
+    source_.ask([this](EngineSource::Taken const& taken) { take(taken); }, isLast);
   }
 
   void take(EngineSource::Taken const& taken) {

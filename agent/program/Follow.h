@@ -6,6 +6,7 @@
 #include <string>
 
 #include "agent/program/Session.h"
+#include "agent/sources/engine/SeldomAsked.h"
 
 namespace Agent {
 
@@ -13,10 +14,12 @@ class Run;
 
 /// What is followed, and how.
 struct Following {
-  /// A bridge's name (EngineSource::isBridgeName).
+  /// A bridge's name (isInterfaceName).
   std::string bridge;
   /// From one look at the engine to the next; positive.
   std::chrono::nanoseconds interval = std::chrono::seconds(1);
+  /// From one look at what is looked at less often to the next; positive.
+  std::chrono::nanoseconds slowInterval = SeldomAsked::usualInterval;
   /// The engine's control program.
   std::string program = "mstpctl";
   /// Whether one look at the engine, good or bad, is all.

@@ -25,7 +25,7 @@
 #include "agent/program/OperationFiles.h"
 #include "agent/program/SnapshotFolders.h"
 #include "agent/program/Status.h"
-#include "agent/sources/engine/EngineSource.h"
+#include "agent/sources/engine/EngineQuestions.h"
 
 namespace {
 
@@ -222,7 +222,7 @@ std::string wrongInterval(std::string const& text) {
 }
 
 std::string wrongBridge(std::string const& text) {
-  return Agent::EngineSource::isBridgeName(text) ? "" : text + " is no name of a bridge";
+  return Agent::isInterfaceName(text) ? "" : text + " is no name of a bridge";
 }
 
 // The interval is given in `seconds`.
@@ -249,9 +249,16 @@ int follow(Words const& words) {
   Agent::Settings settings;
   Agent::Following following;
   std::string seconds = "1";
+  std::string slowSeconds = "10";
   CLI::App command("Applies what changes in a running engine, until it is interrupted.",
                    "stp-openconfig-agent follow");
   addEngine(command, following, seconds);
+  command
+      .add_option("--slow-interval", slowSeconds,
+                  "The same for counters, and ports of MST instances without a sign of a change")
+      ->check(wrongInterval)
+      ->type_name("SECONDS")
+      ->capture_default_str();
   addForgetDeparted(command, settings);
   addSettings(command, settings);
   addGnmi(command, settings);
@@ -259,6 +266,7 @@ int follow(Words const& words) {
     return *status;
   }
   following.interval = *interval(seconds);
+  following.slowInterval = *interval(slowSeconds);
   return Agent::followEngine(settings, following);
 }
 

@@ -4,11 +4,13 @@
 
 namespace Agent {
 
-void AskingTimes::asks(Time now) {
+bool AskingTimes::asks(Time now) {
+  bool const isLast = followUp_ && step_ == pauses.size();
   isAsking_ = true;
   begun_ = now;
   due_ = now + interval_;
   followUp_.reset();
+  return isLast;
 }
 
 void AskingTimes::answered(Time now) {

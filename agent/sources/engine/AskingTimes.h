@@ -30,8 +30,9 @@ class AskingTimes {
   /// The first ask is due at once.
   AskingTimes(Duration interval, Time now) : interval_(interval), due_(now), ended_(now) {}
 
-  /// An ask begins, and is over.
-  void asks(Time now);
+  /// An ask begins, and is over. The first tells whether it is the last of those that an event is
+  /// followed by.
+  bool asks(Time now);
   void answered(Time now);
 
   void event(Time now);

@@ -15,11 +15,13 @@ class AskingTimesTest : public testing::Test {
  protected:
   // The next ask, in milliseconds from now on.
   long due() const { return std::chrono::ceil<milliseconds>(times.next() - now).count(); }
-  void ask(milliseconds took = milliseconds(2)) {
+  // Whether it is the last of those that an event is followed by.
+  bool ask(milliseconds took = milliseconds(2)) {
     now = std::max(now, times.next());
-    times.asks(now);
+    bool const isLast = times.asks(now);
     now += took;
     times.answered(now);
+    return isLast;
   }
   // Asks until only the interval is left.
   void settle() {
@@ -61,6 +63,18 @@ TEST_F(AskingTimesTest, EventIsFollowedByAFewAsksAndThenTheInterval) {
   }
   ask();
   EXPECT_EQ(due(), 998);
+}
+
+TEST_F(AskingTimesTest, LastAskThatAnEventIsFollowedByIsToldApart) {
+  EXPECT_FALSE(ask());
+  for (int event = 0; event < 2; ++event) {
+    times.event(now += milliseconds(100));
+    for (std::size_t at = 0; at < AskingTimes::pauses.size(); ++at) {
+      EXPECT_FALSE(ask());
+    }
+    EXPECT_TRUE(ask());
+    EXPECT_FALSE(ask());
+  }
 }
 
 TEST_F(AskingTimesTest, FurtherEventsDoNotPutAnAskOff) {

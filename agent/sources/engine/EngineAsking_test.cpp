@@ -34,16 +34,16 @@ class EngineAsking : public testing::Test {
 
   // What an ask comes to; so long goes by with each turn of the loop, and with each run of the
   // script.
-  EngineSource::Taken ask(std::string const& script, milliseconds perTurn,
-                          milliseconds perRun = {}) {
+  EngineSource::Taken ask(std::string const& script, milliseconds perTurn, milliseconds perRun = {},
+                          bool isAll = false) {
     std::ofstream(folder_ + "/program") << "#!/bin/sh\necho x >>" << folder_ << "/runs\n"
                                         << script << "\n";
     ::chmod((folder_ + "/program").c_str(), 0700);
     std::optional<EngineSource::Taken> taken;
     std::filesystem::remove(folder_ + "/runs");
     std::ptrdiff_t seen = 0;
-    asked = now;
-    source.ask([&](EngineSource::Taken given) { taken = std::move(given); });
+    begun = now;
+    source.ask([&](EngineSource::Taken given) { taken = std::move(given); }, isAll);
     EXPECT_TRUE(source.isAsking());
     for (int turn = 0; !taken; ++turn) {
       if (turn == 20'000) {
@@ -64,6 +64,21 @@ class EngineAsking : public testing::Test {
     return error == nullptr ? "none" : error->kind();
   }
 
+  // Has a question of the engine below answered by a script.
+  void answersOf(std::string const& command, std::string const& script) const {
+    std::ofstream(folder_ + "/" + command) << script << "\n";
+  }
+
+  // The questions to that engine so far.
+  std::vector<std::string> asked() const {
+    std::vector<std::string> questions;
+    std::ifstream stream(folder_ + "/asked");
+    for (std::string line; std::getline(stream, line);) {
+      questions.push_back(line);
+    }
+    return questions;
+  }
+
   // How often the program was run for the last ask.
   std::ptrdiff_t runs() const {
     std::ifstream stream(folder_ + "/runs");
@@ -73,7 +88,7 @@ class EngineAsking : public testing::Test {
   Loop::Time now{std::chrono::hours(1)};
   Loop loop{[this] { return now; }};
   std::string reason;
-  Loop::Time asked;  // the time of the last ask
+  Loop::Time begun;  // the time of the last ask
 
  private:
   static std::string makeFolder() {
@@ -95,7 +110,7 @@ std::string const portLeaves =
 TEST_F(EngineAsking, PortThatLeavesIsAskedAboutAgainUntilASecondHasGoneBy) {
   EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(1), milliseconds(200))), "ports");
   EXPECT_GE(runs(), 3);
-  EXPECT_GE(now - asked, EngineSource::lasting);
+  EXPECT_GE(now - begun, EngineSource::lasting);
   EXPECT_THAT(reason, HasSubstr("showportdetail br0: failed with status 1"));
 }
 
@@ -104,7 +119,7 @@ TEST_F(EngineAsking, EachOutageIsAskedAboutAsIfItWereTheFirst) {
     SCOPED_TRACE(outage);
     EXPECT_EQ(kindOf(ask(portLeaves, milliseconds(1), milliseconds(200))), "ports");
     EXPECT_GE(runs(), 3);
-    EXPECT_GE(now - asked, EngineSource::lasting);
+    EXPECT_GE(now - begun, EngineSource::lasting);
     // The second attempt comes at once: no time goes by.
     EXPECT_EQ(kindOf(ask("[ $(wc -l <\"${0%/*}/runs\") -lt 2 ] || exit 7\n" + portLeaves,
                          milliseconds(0))),
@@ -229,6 +244,114 @@ TEST_F(EngineAsking, ProgramHasLongerThanItsOwnLimitForAQuestion) {
   Loop::Time const begun = now;
   EXPECT_EQ(kindOf(ask("exec sleep 1000", milliseconds(100))), "does not answer");
   EXPECT_GE(now - begun, EngineSource::answerLimit);
+}
+
+// Answers as an engine with two ports and the instances 0 and 5 does, and records the questions.
+std::string const mstpEngine = R"sh(
+here=${0%/*}
+while read -r command bridge rest; do
+  echo "$command${rest:+ $rest}" >>"$here/asked"
+  [ ! -e "$here/$command" ] || { . "$here/$command"; continue; }
+  about='{"bridge":"br0",'
+  case $command in
+    showmstilist) printf '%s' "$about"'"mstids":["0","5"]}' ;;
+    showportdetail)
+      separator='['
+      for port in ${ports:-e1 e2}; do
+        printf '%s' "$separator"'{"port":"'"$port"'","bridge":"br0","admin-point-to-point":"auto",' \
+          '"point-to-point":"yes","admin-edge-port":"no","auto-edge-port":"yes",' \
+          '"oper-edge-port":"no","bpdu-guard-port":"no"}'
+        separator=','
+      done
+      printf ']' ;;
+    showbridge)
+      printf '%s' '[{"bridge":"br0","enabled":"yes","force-protocol-version":"mstp"}]' ;;
+    showfid2mstid) printf '%s' "$about"'"fid2mstid":[}' ;;
+    showvid2fid) printf '%s' "$about"'"vid2fid":[}' ;;
+    showtree)
+      printf '%s' "$about"'"mstid":"'"$rest"'","bridge-id":"8.00'"$rest"'.52:05:0B:AE:5C:AA"}' ;;
+    showmstconfid)
+      printf '%s' "$about"'"format-selector":"0","configuration-name":"","revision-level":"0"}' ;;
+    showtreeport)
+      printf '%s' '{"port":"'"${rest% *}"'","bridge":"br0","mstid":"'"${rest#* }"'",' \
+        '"role":"Alternate"}' ;;
+  esac
+done
+)sh";
+
+TEST_F(EngineAsking, PortsOfInstancesAreAskedAboutByASecondRun) {
+  auto const taken = ask(mstpEngine, milliseconds(1));
+  EXPECT_EQ(kindOf(taken), "none") << reason;
+  EXPECT_EQ(runs(), 3) << "the first one learns the instances";
+  auto const& ports = std::get<EngineSnapshot>(taken.result).trees.at(1).ports;
+  ASSERT_EQ(ports.size(), 2U);
+  EXPECT_EQ(ports[1].name, "e2");
+  EXPECT_EQ(ports[1].role, Stp::Operational::PortRole::alternate);
+  auto const questions = asked();
+  EXPECT_THAT(std::vector(questions.end() - 4, questions.end()),
+              testing::ElementsAre("showmstilist", "showtreeport e1 5", "showtreeport e2 5",
+                                   "showmstilist"));
+}
+
+TEST_F(EngineAsking, SecondRunIsLeftOutWhereNothingIsToBeAsked) {
+  auto const first = ask(mstpEngine, milliseconds(1));
+  auto const second = ask(mstpEngine, milliseconds(1));
+  EXPECT_EQ(runs(), 1);
+  EXPECT_TRUE(std::get<EngineSnapshot>(second.result) == std::get<EngineSnapshot>(first.result));
+  ask(mstpEngine, milliseconds(1), {}, true);
+  EXPECT_EQ(runs(), 2);
+  now += SeldomAsked::usualInterval;
+  ask(mstpEngine, milliseconds(1));
+  EXPECT_EQ(runs(), 2);
+}
+
+TEST_F(EngineAsking, PortThatLeavesBetweenTheRunsIsAskedAboutAgain) {
+  answersOf("showtreeport",
+            "echo \"Can't find index for port e1. Not a valid interface.\" >&2; exit 1");
+  EXPECT_EQ(kindOf(ask(mstpEngine, milliseconds(1), milliseconds(200))), "ports");
+  EXPECT_GE(runs(), 6);
+  answersOf("showtreeport", R"([ "$rest" != 'e2 5' ] || {
+    printf "CTL_get_msti_port_status: Got return code 0, -1\nbr0 Couldn't find port with index 3\n\n"
+    exit 1
+  }
+  printf '{"port":"e1","bridge":"br0","mstid":"5"}')");
+  EXPECT_EQ(kindOf(ask(mstpEngine, milliseconds(1), milliseconds(200))), "ports");
+  EXPECT_THAT(reason, HasSubstr("showtreeport br0 e2 5: failed with status 1, says "));
+}
+
+TEST_F(EngineAsking, InstancesThatChangeBetweenTheRunsAreAskedAboutAgain) {
+  ask(mstpEngine, milliseconds(1));
+  answersOf("showmstilist", R"(
+    [ -e "$here/left" ] || printf '{"bridge":"br0","mstids":["0","5"]}'
+    [ ! -e "$here/left" ] || printf '{"bridge":"br0","mstids":["0"]}')");
+  answersOf("showtreeport", R"(
+    touch "$here/left"
+    printf '{"port":"%s","bridge":"br0","mstid":"5"}' "${rest% *}")");
+  auto const taken = ask(mstpEngine, milliseconds(1), {}, true);
+  ASSERT_EQ(kindOf(taken), "none") << reason;
+  EXPECT_EQ(std::get<EngineSnapshot>(taken.result).trees.size(), 1U);
+}
+
+TEST_F(EngineAsking, AnswerAboutAPortThatIsNotUnderstoodIsToldAtOnce) {
+  answersOf("showtreeport", R"(printf '{"port":"%s","bridge":"br0","mstid":"5","role":"King"}' )"
+                            R"("${rest% *}")");
+  EXPECT_EQ(kindOf(ask(mstpEngine, milliseconds(1))), "showtreeport-e1-5.json");
+  EXPECT_THAT(reason, HasSubstr(R"(showtreeport br0 e1 5: member "role" is "King", not one of )"));
+}
+
+TEST_F(EngineAsking, PortWhoseNameCannotStandInAQuestionIsNotAskedAbout) {
+  std::string const engine = "ports='e1 a\"b e\xE4'\n" + mstpEngine;
+  for (int time = 0; time < 2; ++time) {
+    auto const taken = ask(engine, milliseconds(1));
+    ASSERT_EQ(kindOf(taken), "none") << reason;
+    auto const& snapshot = std::get<EngineSnapshot>(taken.result);
+    EXPECT_EQ(snapshot.ports.size(), 3U);
+    EXPECT_EQ(snapshot.trees.at(1).ports.size(), 1U);
+    EXPECT_THAT(taken.remarks,
+                testing::IsSupersetOf(
+                    {testing::HasSubstr(R"(showtreeport: not asked about port "a\"b", whose name)"),
+                     testing::HasSubstr("showtreeport: not asked about port \"e\xEF\xBF\xBD\"")}));
+  }
 }
 
 TEST_F(EngineAsking, SourceMayGoWhileItAsks) {

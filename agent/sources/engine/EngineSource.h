@@ -1,66 +1,31 @@
 // Snapshots of a running engine, taken one by one.
 //
 // The engine answers single questions, so a snapshot is several answers. One process of its control
-// program asks them all. It asks for the list of instances twice, first and last: if that changed
-// in between, or is another than the one whose trees were asked for, the snapshot is taken anew.
+// program asks them all but those about ports in MST instances, which a second one asks where that
+// is called for (SeldomAsked.h). Both ask for the list of instances last, and the first one first,
+// too: if that changed in between, or is another than the one whose trees were asked for, the
+// snapshot is taken anew.
 //
-// The program stops at the first question that fails. What it prints (no version ends a JSON answer
-// with a line feed, all end a reason with one) stands back to back on its standard output; an
-// answer is told from the next by how that one begins, since no name of a port or bridge holds a
-// colon.
+// The program stops at the first question that fails.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <variant>
 #include <vector>
 
 #include "agent/host/Loop.h"
+#include "agent/sources/engine/EngineError.h"
 #include "agent/sources/engine/EngineProcess.h"
+#include "agent/sources/engine/EngineQuestions.h"
 #include "agent/sources/engine/EngineSnapshot.h"
+#include "agent/sources/engine/SeldomAsked.h"
 
 namespace Agent {
-
-/// No snapshot could be taken. The message is the reason, on one line, and names the program, the
-/// question at fault, and what to do where that is known.
-class EngineError : public std::runtime_error {
- public:
-  /// `kind` is what reasons have in common that differ in details alone.
-  EngineError(std::string kind, std::string const& reason)
-      : std::runtime_error(reason), kind_(std::move(kind)) {}
-
-  std::string const& kind() const { return kind_; }
-
- private:
-  std::string kind_;
-};
-
-/// One question to the engine.
-struct EngineQuestion {
-  /// The line of the batch, without its end.
-  std::string command;
-  /// The file of a snapshot that holds the answer.
-  std::string file;
-  /// How the answer begins.
-  std::string opening;
-};
-
-/// The questions that a snapshot of a bridge consists of, with the trees of these instances.
-std::vector<EngineQuestion> engineQuestions(std::string const& bridge,
-                                            std::vector<std::uint16_t> const& instances);
-
-/// The answers in what one batch printed: as many of the questions as were answered, from the
-/// first on, each answer up to where the next begins. The text that follows the last answer is part
-/// of it. A region name can hold anything, so the answer after it, the last one, is looked for from
-/// the end.
-std::vector<std::string_view> engineAnswers(std::string_view output,
-                                            std::vector<EngineQuestion> const& questions);
 
 class EngineSource {
  public:
@@ -80,29 +45,51 @@ class EngineSource {
   static constexpr std::chrono::seconds lasting{1};
   static constexpr int fewAttempts = 5;
 
-  /// `program` as EngineProcess takes it.
-  EngineSource(Loop& loop, std::string program, std::string bridge);
+  /// `program` as EngineProcess takes it. What is asked seldom is so at least every
+  /// `slowInterval`.
+  EngineSource(Loop& loop, std::string program, std::string bridge,
+               Loop::Clock::duration slowInterval = SeldomAsked::usualInterval);
 
-  /// Asks for the state of the bridge now. `done` is called once, as the loop turns; never if this
-  /// goes before. Not while isAsking().
-  void ask(Done done);
+  /// Asks for the state of the bridge now, `isAll`: also for what did not seem to change. `done` is
+  /// called once, as the loop turns; never if this goes before. Not while isAsking().
+  void ask(Done done, bool isAll = false);
   bool isAsking() const { return static_cast<bool>(done_); }
 
-  /// Whether a text can stand as a bridge's name in a batch of commands, and be the name of one.
-  static bool isBridgeName(std::string_view text);
-
  private:
+  using Answers = std::vector<std::string_view>;
+
+  // The part of a snapshot that is asked for first.
+  struct Begun {
+    EngineSnapshot snapshot;
+    std::vector<std::string> remarks;
+    Loop::Time at;
+    std::string list;  // of the instances, as it was printed
+  };
+
+  using Read = void (EngineSource::*)(EngineAnswer const& answer, Answers const& answers);
+
   void attempt();
-  void answered(EngineAnswer const& answer);
-  Taken read(EngineAnswer const& answer);
+  void run(Read read);
+  void answered(Read read, EngineAnswer const& answer);
+  void begun(EngineAnswer const& answer, Answers const& answers);
+  void completed(EngineAnswer const& answer, Answers const& answers);
+  void requireAll(EngineAnswer const& answer, Answers const& answers) const;
+  void requireList(Answers const& answers) const;
+  std::vector<TreePortPair> askable(std::vector<TreePortPair> pairs);
+  PassingError changed() const;
+  std::string const& commandOf(std::string const& file) const;
   void again(EngineError error);
+  void finish();
   void tell(Taken taken);
 
   Loop& loop_;
   std::string program_;
   std::string bridge_;
+  SeldomAsked seldom_;
   std::vector<std::uint16_t> instances_;  // those asked for: the ones there were last
   std::vector<EngineQuestion> questions_;
+  bool isAll_ = false;
+  Begun begun_;
   Done done_;
   std::optional<EngineProcess> process_;
   std::optional<Loop::Time> failingSince_;

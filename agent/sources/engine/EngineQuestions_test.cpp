@@ -1,5 +1,5 @@
 // How what one batch of the engine's control program printed is taken apart.
-#include "agent/sources/engine/EngineSource.h"
+#include "agent/sources/engine/EngineQuestions.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -159,6 +159,47 @@ TEST(EngineAnswers, TrueBytesOfABatchAreTakenApart) {
   EXPECT_THAT(engineJson(answers[2], false).at(0).at("force-protocol-version"), "rstp");
 }
 
+TEST(TreePortQuestions, NameThePortAndTheInstanceAndAskForTheListAtTheEnd) {
+  std::vector<std::string> commands;
+  std::vector<std::string> files;
+  for (EngineQuestion const& question : treePortQuestions("br0", {{"e1", 5}, {"e2", 64}})) {
+    commands.push_back(question.command);
+    files.push_back(question.file);
+  }
+  EXPECT_THAT(commands,
+              ElementsAre("showtreeport br0 e1 5", "showtreeport br0 e2 64", "showmstilist br0"));
+  EXPECT_THAT(
+      files, ElementsAre("showtreeport-e1-5.json", "showtreeport-e2-64.json", "showmstilist.json"));
+}
+
+TEST(EngineAnswers, TrueBytesAboutPortsInInstancesAreTakenApart) {
+  auto const questions =
+      treePortQuestions("br0", {{"Ethernet1", 1}, {"Ethernet60", 1}, {"Ethernet1", 32}});
+  std::string asked;
+  for (EngineQuestion const& question : questions) {
+    asked += question.command + "\n";
+  }
+  EXPECT_EQ(asked, rawBatch("tree-port-questions"));
+  std::string const output = rawBatch("tree-port-answers");
+  auto const answers = engineAnswers(output, questions);
+  ASSERT_EQ(answers.size(), 4U);
+  EXPECT_EQ(engineJson(answers[0], false).at("port-id"), "8.001");
+  EXPECT_EQ(engineJson(answers[1], false).at("port-id"), "8.03C");
+  EXPECT_EQ(engineJson(answers[2], false).at("mstid"), "32");
+  EXPECT_EQ(engineJson(answers[3], false).at("mstids").size(), 33U);
+  EXPECT_THAT(engineAnswers(output.substr(0, output.find(R"({"port":"Ethernet60")")), questions),
+              testing::SizeIs(1));
+}
+
+TEST(AnswerFiles, OfAQuestionAskedTwiceHaveTheFirstAnswer) {
+  auto const questions = engineQuestions("br0", {});
+  std::vector<std::string_view> const answers{"1", "2", "3", "4", "5", "6", "7"};
+  AnswerFiles const files(questions, answers);
+  EXPECT_EQ(files("showmstilist.json"), "1");
+  EXPECT_EQ(files("showmstconfid.json"), "6");
+  EXPECT_EQ(files("showtree-0.json"), std::nullopt);
+}
+
 TEST(EngineAnswers, TrueBytesOfAFailedBatchHaveItsReasonBehindTheLastAnswer) {
   std::string const output = rawBatch("answers-no-such-tree");
   std::size_t const saidAt = output.find("CTL_get_msti_bridge_status: Got return code 0, -1\n");
@@ -171,16 +212,16 @@ TEST(EngineAnswers, OfAnotherBridgeAreNone) {
   EXPECT_THAT(engineAnswers(list, engineQuestions("br1", {})), IsEmpty());
 }
 
-TEST(EngineSource, BridgeNamesAreThoseOfTheKernel) {
+TEST(EngineQuestions, NamesAreThoseOfTheKernel) {
   for (char const* const name : {"br0", "b", "bridge.10@x_y-z", "fifteen-letters", "\xC3\xA4"}) {
-    EXPECT_TRUE(EngineSource::isBridgeName(name)) << name;
+    EXPECT_TRUE(isInterfaceName(name)) << name;
   }
   for (std::string const& name :
        {std::string(), std::string("."), std::string(".."), std::string("br 0"),
         std::string("br0\nsetbridge"), std::string("a/b"), std::string("a\"b"), std::string("a'b"),
         std::string("a\\b"), std::string("#br0"), std::string("a:b"), std::string("a\0b", 3),
         std::string("\x7F"), std::string("sixteen--letters")}) {
-    EXPECT_FALSE(EngineSource::isBridgeName(name)) << name;
+    EXPECT_FALSE(isInterfaceName(name)) << name;
   }
 }
 

@@ -24,13 +24,26 @@ struct Leaf {
 std::vector<Leaf> const& leaves() {
   static std::vector<Leaf> const all = [] {
     std::vector<Leaf> made;
-    std::vector<Agent::EntryKey> const names{std::string("E1"), std::string("E]"), std::string()};
-    std::vector<Agent::EntryKey> const ids{std::uint64_t{1}, std::uint64_t{5}, std::uint64_t{4094}};
+    std::vector<Agent::PlainKey> const names{std::string("E1"), std::string("E]"), std::string()};
+    std::vector<Agent::PlainKey> const ids{std::uint64_t{1}, std::uint64_t{5}, std::uint64_t{4094}};
     for (LeafRow const& row : leafRows()) {
-      bool const isList = row.keyed < row.names.size();
-      for (Agent::EntryKey const& key : !isList ? std::vector<Agent::EntryKey>(1)
-                                        : row.table->listKey == "name" ? names
-                                                                       : ids) {
+      std::vector<Agent::EntryKey> keys(1);
+      std::size_t list = 0;
+      for (Agent::PathStep const& step : row.steps) {
+        if (step.listKey.empty()) {
+          continue;
+        }
+        std::vector<Agent::EntryKey> further;
+        for (Agent::EntryKey& key : keys) {
+          for (Agent::PlainKey const& plain : step.listKey == "name" ? names : ids) {
+            key.at(list) = plain;
+            further.push_back(key);
+          }
+        }
+        keys = further;
+        ++list;
+      }
+      for (Agent::EntryKey const& key : keys) {
         made.push_back({&row, key, pathOf(row, key)});
       }
     }

@@ -9,7 +9,7 @@
 #include "Lumo/RangeException.h"
 #include "Stp/vlans/InstanceName.h"
 #include "agent/text/Identifiers.h"
-#include "agent/views/document/DocumentBuilder.h"
+#include "agent/views/document/EntryKey.h"
 #include "fuzz/Input.h"
 
 namespace {

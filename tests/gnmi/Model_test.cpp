@@ -163,6 +163,7 @@ class Sequence {
       settings.mostWaiting = dice_.below(4);
     }
     settings.sendPatience = std::chrono::hours(10'000);
+    settings.limits.counterInterval = Subscriber::counterInterval;
     return settings;
   }
 

@@ -65,6 +65,49 @@ Json instanceRecord(Dice& dice) {
   return {{"bridgePriority", priority(dice)}, {"vlan", vlanList(dice)}};
 }
 
+// A member that is there, or null, or not said; of a few values, so that it often stays as it is.
+void sometimes(Dice& dice, Json& record, char const* name, std::vector<Json> const& values) {
+  if (!dice.oneIn(3)) {
+    record[name] = dice.oneIn(4) ? Json() : dice.of(values);
+  }
+}
+std::vector<Json> const& bridgeIds() {
+  static std::vector<Json> const ids{"0.000.02:00:00:00:00:01", "8.005.3E:7A:D2:FA:71:E9",
+                                     "8.005.3E:7A:D2:FA:71:EA"};
+  return ids;
+}
+std::vector<Json> const& portIds() {
+  static std::vector<Json> const ids{"0.001", "8.001", "8.00A", "F.FFF"};
+  return ids;
+}
+Json treeRecord(Dice& dice) {
+  Json record = Json::object();
+  sometimes(dice, record, "bridge", bridgeIds());
+  sometimes(dice, record, "rootPort", {0, 1});
+  sometimes(dice, record, "topologyChanges", {0, 1, 18'446'744'073'709'551'615U});
+  sometimes(dice, record, "regionalRoot", bridgeIds());
+  return record;
+}
+Json treePortRecord(Dice& dice) {
+  Json record = Json::object();
+  sometimes(dice, record, "port", portIds());
+  sometimes(dice, record, "cost", {0, 20'000});
+  sometimes(dice, record, "role", {0, 1, 3});
+  sometimes(dice, record, "designatedBridge", bridgeIds());
+  sometimes(dice, record, "forwardTransitions", {0, 1});
+  sometimes(dice, record, "disputed", {true, false});
+  sometimes(dice, record, "master", {true, false});
+  return record;
+}
+std::string tree(Dice& dice) {
+  static std::vector<std::string> const names{"Rst",   "Cist",    "MST1",   "MST5",
+                                              "MST20", "MST4094", "MST4095"};
+  return dice.of(names);
+}
+std::string treePort(Dice& dice) {
+  return tree(dice) + "/" + port(dice);
+}
+
 using Make = std::function<Json(Dice&)>;
 
 std::vector<Make> const& sources() {
@@ -176,6 +219,64 @@ std::vector<Make> const& targets() {
       },
       [](Dice& d) {
         return line("clear", {d.of<std::string>({"ocInterfaceStateDir"}), "state"});
+      },
+      [](Dice& d) {
+        Json record = Json::object();
+        sometimes(d, record, "helloTime", {0, 1, 2});
+        sometimes(d, record, "maxHop", {0, 20});
+        sometimes(d, record, "name", {"r", std::string(33, 'r')});
+        return set(
+            {d.of<std::string>({"ocRstpConfig", "ocRstpState", "ocMstpConfig", "ocMstpState"}),
+             "record"},
+            record);
+      },
+      [](Dice& d) {
+        Json record = Json::object();
+        sometimes(d, record, "bridgePriority", {0, 4'096});
+        return set({"ocTreeConfigDir", "record", tree(d)}, record);
+      },
+      [](Dice& d) {
+        return set({"ocTreeStateDir", "record", tree(d)}, treeRecord(d));
+      },
+      [](Dice& d) {
+        return set({"ocTreePortStateDir", "record", treePort(d)}, treePortRecord(d));
+      },
+      [](Dice& d) {
+        Json record = Json::object();
+        sometimes(d, record, "portPriority", {0, 16, 240});
+        return set({"ocTreePortConfigDir", "record", treePort(d)}, record);
+      },
+      [](Dice& d) {
+        Json record = Json::object();
+        sometimes(d, record, "bpduSent", {0, 1, 2});
+        sometimes(d, record, "bpduReceived", {0, 18'446'744'073'709'551'615U});
+        return set({"ocTreePortCountersDir", "record", treePort(d)}, record);
+      },
+      [](Dice& d) {
+        Json record = Json::object();
+        sometimes(d, record, "guard", {0, 2});
+        sometimes(d, record, "bpduFilter", {true, false});
+        return set({d.of<std::string>({"ocProtectionConfigDir", "ocProtectionStateDir"}), "record",
+                    port(d)},
+                   record);
+      },
+      [](Dice& d) {
+        return line("delete",
+                    {d.of<std::string>({"ocTreeConfigDir", "ocTreeStateDir"}), "record", tree(d)});
+      },
+      [](Dice& d) {
+        return line("delete", {d.of<std::string>({"ocTreePortConfigDir", "ocTreePortStateDir",
+                                                  "ocTreePortCountersDir"}),
+                               "record", treePort(d)});
+      },
+      [](Dice& d) {
+        return line("delete", {d.of<std::string>({"ocProtectionConfigDir", "ocProtectionStateDir"}),
+                               "record", port(d)});
+      },
+      [](Dice& d) {
+        return line("clear", {d.of<std::string>({"ocTreeStateDir", "ocTreePortConfigDir",
+                                                 "ocTreePortStateDir", "ocTreePortCountersDir"}),
+                              "record"});
       },
   };
   return all;

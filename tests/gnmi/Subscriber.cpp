@@ -24,6 +24,17 @@ std::vector<std::string> const& patterns() {
       "/stp/interfaces/*[name=a\\]/b c\\\\\xC3\xA9]/...",
       "/stp/mstp/mst-instances/mst-instance[mst-id=5]/config",
       "/stp/mstp/mst-instances/mst-instance[mst-id=4094]",
+      "/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces",
+      "/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface[name=*]/state",
+      "/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface[name=Ethernet1]",
+      "/stp/mstp/mst-instances/mst-instance/interfaces/interface[name=Ethernet1]/state",
+      "/stp/mstp/mst-instances/mst-instance[mst-id=*]/interfaces/interface[name=*]/config",
+      "/stp/mstp/cist",
+      "/stp/mstp/cist/interfaces/interface[name=Ethernet1]/state/counters",
+      "/stp/rstp",
+      "/.../*[name=Ethernet1]/state/role",
+      "/.../counters",
+      "/.../disputed",
       "/.../vlan",
       "/.../bpdu-guard",
       "/.../disabled-vlan",
@@ -32,8 +43,26 @@ std::vector<std::string> const& patterns() {
   return all;
 }
 
-constexpr seconds sampleInterval{2};
+constexpr seconds sampleInterval = Subscriber::counterInterval;
 constexpr seconds heartbeatInterval{5};
+
+bool isCounter(std::string const& path) {
+  return path.find("/counters/") != std::string::npos;
+}
+
+// Whether a path can select counters.
+bool hasCounters(RequestPath const& path) {
+  for (char const* const tree : {"/stp/rstp", "/stp/mstp/cist"}) {
+    for (char const* const name : {"Ethernet1", "Ethernet10", "a\\]/b c\\\\\xC3\xA9"}) {
+      RequestPath const counter = pathFrom(
+          std::string(tree) + "/interfaces/interface[name=" + name + "]/state/counters/bpdu-sent");
+      if (selects(path.elements, counter.elements)) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -58,13 +87,17 @@ Subscriber::Subscriber(Hub& hub, Dice& dice, Leaves const& leaves)
       path.suppressRedundant = dice.oneIn(2);
     }
     path.heartbeatInterval = dice.oneIn(4) ? nanoseconds(heartbeatInterval) : 0;
-    (path.mode == PathMode::sample ? sampled_ : changing_).push_back(path.path);
+    isSampled_ = isSampled_ || path.mode == PathMode::sample ||
+                 (path.mode == PathMode::targetDefined && hasCounters(path.path));
+    if (path.mode != PathMode::sample) {
+      (path.mode == PathMode::onChange ? changing_ : left_).push_back(path.path);
+    }
     all_.push_back(path.path);
     request_.paths.push_back(path);
   }
   stream_ = hub_.subscribe(request_, [] {});
   if (!request_.updatesOnly) {
-    expected_ = selected(leaves, changing_);
+    expected_ = changing(leaves);
     initialUpdates_ = selected(leaves, all_).size();
   }
   if (request_.mode == CallMode::once) {
@@ -90,8 +123,8 @@ void Subscriber::miss(Leaves const& leaves) {
 // Has what is expected follow the document; the updates of what is told of changes, and all
 // deletes.
 Difference Subscriber::changed(Leaves const& leaves) {
-  Leaves const before = selected(document_, changing_);
-  Leaves const after = selected(leaves, changing_);
+  Leaves const before = changing(document_);
+  Leaves const after = changing(leaves);
   Difference const changed{difference(before, after).updates,
                            difference(selected(document_, all_), selected(leaves, all_)).deletes};
   changes_ += changed.updates;
@@ -161,10 +194,10 @@ void Subscriber::settle() {
   bool const repeats = std::ranges::any_of(
       request_.paths, [](PathRequest const& path) { return path.heartbeatInterval > 0; });
   // What repeats all also tells what did not change since the call began.
-  if (sampled_.empty() && !(repeats && request_.updatesOnly)) {
+  if (!isSampled_ && !(repeats && request_.updatesOnly)) {
     EXPECT_EQ(client_.leaves.size(), expected_.size()) << text();
   }
-  if (sampled_.empty() && !repeats) {
+  if (!isSampled_ && !repeats) {
     // Each value was told or counted, but for those of leaves that went.
     EXPECT_LE(client_.updates + client_.duplicates, changes_ + initialUpdates_) << text();
     if (deletes_ == 0) {
@@ -206,6 +239,14 @@ void Subscriber::expectAnswer(Leaves const& leaves) {
   EXPECT_EQ(client_.updates, client_.leaves.size()) << text();
   EXPECT_EQ(std::exchange(syncs_, 0), 1U) << text();
   ++counts_.answers;
+}
+
+// What is told when it changes: of what is left to the target all but counters.
+Leaves Subscriber::changing(Leaves const& leaves) const {
+  Leaves all = selected(leaves, left_);
+  std::erase_if(all, [](auto const& leaf) { return isCounter(leaf.first); });
+  all.merge(selected(leaves, changing_));
+  return all;
 }
 
 std::string Subscriber::text() const {

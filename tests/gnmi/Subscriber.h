@@ -15,6 +15,9 @@ namespace Harness {
 /// Checks itself step by step: what is wrong is said by GoogleTest.
 class Subscriber {
  public:
+  /// How often the hub has to tell counters that are left to it.
+  static constexpr std::chrono::seconds counterInterval{2};
+
   /// `leaves` is the document that is there now.
   Subscriber(Agent::Gnmi::Hub& hub, Dice& dice, Leaves const& leaves);
   Subscriber(Subscriber const&) = delete;
@@ -44,19 +47,20 @@ class Subscriber {
   void take(bool all);
   void takeMessage(Agent::Gnmi::StreamMessage const& message);
   void expectAnswer(Leaves const& leaves);
-  Leaves selectedNow(Agent::Gnmi::PathMode mode) const;
+  Leaves changing(Leaves const& leaves) const;
 
   Agent::Gnmi::Hub& hub_;
   Agent::Gnmi::SubscribeRequest request_;
   std::vector<RequestPath> changing_;  // the paths that are told on change
-  std::vector<RequestPath> sampled_;
+  std::vector<RequestPath> left_;      // the paths that are left to the target
+  bool isSampled_ = false;             // whether some are told by samples
   std::vector<RequestPath> all_;
   std::uint64_t slowness_;
   std::shared_ptr<Agent::Gnmi::Stream> stream_;
 
   Agent::Gnmi::Client client_;
   Leaves document_;
-  Leaves expected_;            // of the paths that are told on change
+  Leaves expected_;            // of what is told on change
   std::uint64_t changes_ = 0;  // how often a leaf of theirs took a value since the sync
   std::uint64_t deletes_ = 0;  // how often a leaf of any path went
   std::uint64_t initialUpdates_ = 0;

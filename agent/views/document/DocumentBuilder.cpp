@@ -2,29 +2,15 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 #include <utility>
+#include <vector>
+
+#include "agent/views/document/SchemaPath.h"
 
 namespace Agent {
 
 namespace {
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-// Takes the run of digits at the front of `text`, without its leading zeros.
-std::string_view takeNumber(std::string_view& text) {
-  auto const end = std::find_if_not(text.begin(), text.end(), isDigit);
-  std::string_view number = text.substr(0, static_cast<std::size_t>(end - text.begin()));
-  text.remove_prefix(number.size());
-  number.remove_prefix(std::min(number.find_first_not_of('0'), number.size()));
-  return number;
-}
-
-// Less, equal or greater than zero.
-int compareNumbers(std::string_view a, std::string_view b) {
-  return a.size() == b.size() ? a.compare(b) : (a.size() < b.size() ? -1 : 1);
-}
 
 OrderedJson jsonOf(bool value) {
   return value;
@@ -45,102 +31,113 @@ OrderedJson jsonOf(std::vector<LeafEntry> const& entries) {
   }
   return list;
 }
-OrderedJson keyJson(EntryKey const& key) {
-  OrderedJson json;
-  if (auto const* const name = std::get_if<std::string>(&key)) {
-    json = *name;
-  } else if (auto const* const number = std::get_if<std::uint64_t>(&key)) {
-    json = *number;
+
+OrderedJson keyJson(PlainKey const& key) {
+  auto const* const name = std::get_if<std::string>(&key);
+  return name != nullptr ? OrderedJson(*name) : OrderedJson(std::get<std::uint64_t>(key));
+}
+
+// One name on the way to the leaves of a table.
+struct Step {
+  std::string name;  // behind its module where that is another than that of the name above
+  std::string listKey;
+  std::size_t first;  // the first table below it
+};
+
+std::vector<Step> stepsTo(LeafTable const& table) {
+  auto const pathOf = [](LeafTable const& of) {
+    return std::string(of.node).append("/").append(of.container);
+  };
+  std::string const path = pathOf(table);
+  auto const names = pathSteps(path);
+  std::vector<Step> steps;
+  for (std::size_t at = 0; at < names.size(); ++at) {
+    auto const& [name, module, listKey] = names[at];
+    bool const isQualified = at == 0 || module != names[at - 1].module;
+    auto const isBelow = [&](LeafTable const& other) {
+      std::string const otherPath = pathOf(other);
+      auto const otherNames = pathSteps(otherPath);
+      return otherNames.size() > at &&
+             std::equal(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+                        otherNames.begin());
+    };
+    auto const first = std::ranges::find_if(leafTables(), isBelow) - leafTables().begin();
+    steps.push_back({(isQualified ? std::string(module) + ":" : "") + std::string(name),
+                     std::string(listKey), static_cast<std::size_t>(first)});
   }
-  return json;
+  return steps;
+}
+
+// Of a table, by its place.
+std::vector<Step> const& steps(std::size_t table) {
+  static std::vector<std::vector<Step>> const all = [] {
+    std::vector<std::vector<Step>> made;
+    std::ranges::transform(leafTables(), std::back_inserter(made), stepsTo);
+    return made;
+  }();
+  return all[table];
 }
 
 }  // namespace
 
-std::optional<EntryKey> entryKeyOf(LeafTable const& table, Key const& key,
-                                   TargetRecord const& record) {
-  if (table.listKey.empty()) {
-    return EntryKey();
+OrderedJson jsonOf(LeafType const& type, LeafValue const& value) {
+  if (type.isLong()) {
+    return std::to_string(std::get<std::uint64_t>(value));
   }
-  auto value = LeafTable::value(table.leaves.front(), key, record);
-  if (!value) {
-    return std::nullopt;
-  }
-  if (auto* const name = std::get_if<std::string>(&*value)) {
-    return EntryKey(std::move(*name));
-  }
-  return EntryKey(std::get<std::uint64_t>(*value));
-}
-
-bool naturalLess(std::string_view a, std::string_view b) {
-  std::string_view restA = a;
-  std::string_view restB = b;
-  while (!restA.empty() && !restB.empty()) {
-    int order = 0;
-    if (isDigit(restA.front()) && isDigit(restB.front())) {
-      order = compareNumbers(takeNumber(restA), takeNumber(restB));
-    } else {
-      order = restA.substr(0, 1).compare(restB.substr(0, 1));
-      restA.remove_prefix(1);
-      restB.remove_prefix(1);
-    }
-    if (order != 0) {
-      return order < 0;
-    }
-  }
-  if (restA.empty() != restB.empty()) {
-    return restA.empty();
-  }
-  return a < b;
-}
-
-bool EntryKeyLess::operator()(EntryKey const& a, EntryKey const& b) const {
-  auto const* const name = std::get_if<std::string>(&a);
-  auto const* const other = std::get_if<std::string>(&b);
-  return name != nullptr && other != nullptr ? naturalLess(*name, *other) : a < b;
-}
-
-OrderedJson jsonOf(LeafValue const& value) {
   return std::visit([](auto const& of) { return jsonOf(of); }, value);
 }
 
-std::pair<OrderedJson*, bool> DocumentBuilder::entry(LeafTable const& table, EntryKey const& key) {
-  auto found = std::ranges::find(nodes_, table.node, &Node::path);
-  if (found == nodes_.end()) {
-    found = nodes_.insert(found, Node{table.node, table.listKey, {}});
+OrderedJson& DocumentBuilder::leaves(LeafTable const& table, EntryKey const& key) {
+  auto const place = static_cast<std::size_t>(&table - leafTables().data());
+  auto const enter = [](std::unique_ptr<Node>& node) -> Node& {
+    if (node == nullptr) {
+      node = std::make_unique<Node>();
+    }
+    return *node;
+  };
+  Node* node = &root_;
+  auto const* nextKey = key.begin();
+  for (Step const& step : steps(place)) {
+    node = &enter(node->nodes[step.first]);
+    node->name = step.name;
+    if (!step.listKey.empty()) {
+      node->listKey = step.listKey;
+      node = &enter(node->entries[*nextKey++]);
+    }
   }
-  auto const [entry, isNew] = found->entries.try_emplace(key, OrderedJson::object());
-  if (isNew && !table.listKey.empty()) {
-    memberAdd(entry->second, table.listKey, keyJson(key));
-  }
-  return {&entry->second, isNew};
-}
-
-void DocumentBuilder::leavesAdd(LeafTable const& table, EntryKey const& key, OrderedJson leaves) {
-  (*entry(table, key).first)[std::string(table.container)] = std::move(leaves);
+  return node->leaves.try_emplace(place, OrderedJson::object()).first->second;
 }
 
 OrderedJson DocumentBuilder::take() {
   OrderedJson document = OrderedJson::object();
-  for (Node& node : nodes_) {
-    OrderedJson* at = &document;
-    std::string_view rest = node.path;
-    while (!rest.empty()) {
-      rest.remove_prefix(1);
-      std::string_view const name = rest.substr(0, rest.find('/'));
-      std::string const module = at == &document ? std::string(leafModule).append(":") : "";
-      at = &(*at)[module + std::string(name)];
-      rest.remove_prefix(name.size());
-    }
-    for (auto& [key, entry] : node.entries) {
-      if (node.listKey.empty()) {
-        *at = std::move(entry);
-      } else {
-        at->push_back(std::move(entry));
-      }
+  addTo(document, root_);
+  return document;
+}
+
+void DocumentBuilder::addTo(OrderedJson& object, Node& node) {
+  for (auto& [table, leaves] : node.leaves) {
+    for (auto& [name, value] : leaves.get_ref<OrderedJson::object_t&>()) {
+      memberAdd(object, name, std::move(value));
     }
   }
-  return document;
+  for (auto& [table, below] : node.nodes) {
+    OrderedJson member;
+    if (below->listKey.empty()) {
+      member = OrderedJson::object();
+      addTo(member, *below);
+    }
+    for (auto& [key, entry] : below->entries) {
+      OrderedJson of = OrderedJson::object();
+      memberAdd(of, below->listKey, keyJson(key));
+      addTo(of, *entry);
+      if (of.size() > 1) {
+        member.push_back(std::move(of));
+      }
+    }
+    if (!member.empty()) {
+      memberAdd(object, below->name, std::move(member));
+    }
+  }
 }
 
 }  // namespace Agent

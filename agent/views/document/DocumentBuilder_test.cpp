@@ -2,86 +2,89 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Agent {
 namespace {
 
-TEST(NaturalOrder, RunsOfDigitsAreNumbers) {
-  // In ascending order.
-  std::vector<std::string> const names{"",
-                                       "0",
-                                       "00",
-                                       "01",
-                                       "1",
-                                       "01a",
-                                       "1a",
-                                       "2",
-                                       "10",
-                                       "99999999999999999999",
-                                       "100000000000000000000",
-                                       "Ethernet",
-                                       "Ethernet1",
-                                       "Ethernet1/1",
-                                       "Ethernet1/2",
-                                       "Ethernet1/10",
-                                       "Ethernet02",
-                                       "Ethernet2",
-                                       "Ethernet2a",
-                                       "Ethernet10",
-                                       "Port-Channel1",
-                                       "a1b2",
-                                       "a1b10",
-                                       "a2b1",
-                                       "\xC3\xA9"};
-  for (std::size_t first = 0; first < names.size(); ++first) {
-    for (std::size_t second = 0; second < names.size(); ++second) {
-      SCOPED_TRACE("\"" + names[first] + "\" and \"" + names[second] + "\"");
-      EXPECT_EQ(naturalLess(names[first], names[second]), first < second);
+// The first table of a node and a container.
+LeafTable const& tableAt(std::string_view node, std::string_view container) {
+  for (LeafTable const& table : leafTables()) {
+    if (table.node == node && table.container == container) {
+      return table;
     }
   }
+  throw std::out_of_range(std::string(node));
 }
 
-TEST(DocumentBuilder, NodesComeAsAddedAndListsByKey) {
+TEST(DocumentBuilder, NodesComeInTheOrderOfTheTablesAndListsByKey) {
   DocumentBuilder document;
-  auto const add = [&](std::size_t table, EntryKey const& key, OrderedJson const& leaves) {
-    document.leavesAdd(leafTables.at(table), key, leaves);
+  auto const add = [&](std::string_view node, std::string_view container, EntryKey const& key,
+                       char const* leaf,
+                       int value) { document.leaves(tableAt(node, container), key)[leaf] = value; };
+  std::string_view const interface = "/stp/interfaces/interface[name]";
+  std::string_view const instance = "/stp/mstp/mst-instances/mst-instance[mst-id]";
+  std::string_view const port =
+      "/stp/mstp/mst-instances/mst-instance[mst-id]/interfaces/interface[name]";
+  std::string_view const rstpPort = "/stp/rstp/interfaces/interface[name]";
+  add("/stp/mstp/stp-openconfig-cist:cist", "state", {}, "a", 1);
+  add(port, "state", {std::uint64_t{5}, std::string("E2")}, "b", 2);
+  add(interface, "state", {std::string("E10")}, "c", 3);
+  add(port, "config", {std::uint64_t{5}, std::string("E10")}, "d", 4);
+  add(interface, "config", {std::string("E2")}, "e", 5);
+  add(instance, "config", {std::uint64_t{40}}, "f", 6);
+  add(rstpPort, "state/counters", {std::string("E1")}, "g", 7);
+  add(interface, "config", {std::string("E10")}, "h", 8);
+  add(rstpPort, "state", {std::string("E1")}, "i", 9);
+  add("/stp/global", "config", {}, "j", 10);
+  add(instance, "state", {std::uint64_t{5}}, "k", 11);
+  EXPECT_EQ(document.take().dump(),
+            R"({"openconfig-spanning-tree:stp":{"global":{"config":{"j":10}},)"
+            R"("interfaces":{"interface":[{"name":"E2","config":{"e":5}},)"
+            R"({"name":"E10","config":{"h":8},"state":{"c":3}}]},)"
+            R"("rstp":{"interfaces":{"interface":[)"
+            R"({"name":"E1","state":{"i":9,"counters":{"g":7}}}]}},)"
+            R"("mstp":{"mst-instances":{"mst-instance":[{"mst-id":5,"state":{"k":11},)"
+            R"("interfaces":{"interface":[{"name":"E2","state":{"b":2}},)"
+            R"({"name":"E10","config":{"d":4}}]}},{"mst-id":40,"config":{"f":6}}]},)"
+            R"("stp-openconfig-cist:cist":{"state":{"a":1}}}}})");
+}
+
+TEST(DocumentBuilder, TablesShareAContainer) {
+  DocumentBuilder document;
+  std::vector<LeafTable const*> sharing;
+  for (LeafTable const& table : leafTables()) {
+    if (table.node == "/stp/rstp" && table.container == "state") {
+      sharing.push_back(&table);
+    }
+  }
+  ASSERT_EQ(sharing.size(), 2U);
+  document.leaves(*sharing[1], {})["b"] = 2;
+  document.leaves(*sharing[0], {})["a"] = 1;
+  EXPECT_EQ(document.take().dump(),
+            R"({"openconfig-spanning-tree:stp":{"rstp":{"state":{"a":1,"b":2}}}})");
+}
+
+TEST(DocumentBuilder, WhatHasNoLeafIsLeftOut) {
+  DocumentBuilder document;
+  document.leaves(tableAt("/stp/global", "config"), {});
+  document.leaves(tableAt("/stp/interfaces/interface[name]", "config"), {std::string("E1")});
+  EXPECT_EQ(document.take().dump(), "{}");
+}
+
+TEST(DocumentBuilder, NumbersOf64BitsAreStrings) {
+  auto const number = [](std::uint64_t greatest, std::uint64_t value) {
+    return jsonOf({LeafType::Kind::number, false, 0, greatest}, value).dump();
   };
-  auto const interfaces = std::size_t{2};
-  add(interfaces, std::string("E10"), {{"a", 1}});
-  add(0, {}, {{"b", 2}});
-  add(interfaces, std::string("E2"), {{"c", 3}});
-  add(interfaces + 1, std::string("E10"), {{"d", 4}});
-  add(interfaces, std::string("E10"), {{"e", 5}});
-  EXPECT_EQ(document.take().dump(),
-            R"({"openconfig-spanning-tree:stp":{"interfaces":{"interface":[)"
-            R"({"name":"E2","config":{"c":3}},)"
-            R"({"name":"E10","config":{"e":5},"state":{"d":4}}]},)"
-            R"("global":{"config":{"b":2}}}})");
-}
-
-TEST(DocumentBuilder, EntryIsNewOnce) {
-  DocumentBuilder document;
-  LeafTable const& table = leafTables.at(4);
-  EXPECT_TRUE(document.entryAdd(table, std::uint64_t{5}));
-  EXPECT_FALSE(document.entryAdd(table, std::uint64_t{5}));
-  EXPECT_TRUE(document.entryAdd(table, std::uint64_t{40}));
-  EXPECT_EQ(document.take().dump(),
-            R"({"openconfig-spanning-tree:stp":{"mstp":{"mst-instances":{"mst-instance":)"
-            R"([{"mst-id":5},{"mst-id":40}]}}}})");
-}
-
-TEST(DocumentBuilder, KeysAreOfTheModel) {
-  Stp::OCMstiState const record(5);
-  LeafTable const& instances = leafTableOf(record);
-  EXPECT_EQ(entryKeyOf(instances, std::uint16_t{5}, record), EntryKey(std::uint64_t{5}));
-  EXPECT_EQ(entryKeyOf(instances, std::uint16_t{4095}, record), std::nullopt);
-  Stp::InterfaceState const state;
-  EXPECT_EQ(entryKeyOf(leafTableOf(state), Lanx::IntfId::of("E1"), state),
-            EntryKey(std::string("E1")));
-  EXPECT_EQ(entryKeyOf(leafTableOf(state), Lanx::IntfId::of("bell\a"), state), std::nullopt);
-  EXPECT_EQ(entryKeyOf(leafTables.at(0), {}, Stp::OCGlobalConfigContainer()), EntryKey());
+  constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_EQ(number(most, most), R"("18446744073709551615")");
+  EXPECT_EQ(number(most, 0), R"("0")");
+  EXPECT_EQ(number(UINT32_MAX, UINT32_MAX), "4294967295");
+  EXPECT_EQ(number(255, 7), "7");
 }
 
 }  // namespace

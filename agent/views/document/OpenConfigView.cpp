@@ -1,7 +1,6 @@
 #include "agent/views/document/OpenConfigView.h"
 
 #include <optional>
-#include <utility>
 
 #include "agent/state/TargetRecord.h"
 #include "agent/views/document/DocumentBuilder.h"
@@ -11,25 +10,16 @@ namespace Agent {
 
 namespace {
 
-OrderedJson leavesOf(LeafTable const& table, Key const& key, TargetRecord const& record) {
-  OrderedJson leaves = OrderedJson::object();
-  for (Leaf const& leaf : table.leaves) {
-    if (auto const value = LeafTable::value(leaf, key, record)) {
-      memberAdd(leaves, leaf.name, jsonOf(*value));
-    }
-  }
-  return leaves;
-}
-
-// What an entry has in any case.
-void standingAloneAdd(DocumentBuilder& document, LeafTable const& table, EntryKey const& entry,
-                      Key const& key, TargetRecord const& record) {
-  for (LeafTable const& other : leafTables) {
-    if (other.node == table.node && other.standsAlone(other.leaves.front())) {
-      OrderedJson leaves = OrderedJson::object();
+// The leaves of keys that are there because a record of a table is, whatever other records are.
+void keysAdd(DocumentBuilder& document, LeafTable const& table, EntryKey const& key) {
+  for (LeafTable const& other : leafTables()) {
+    if (other.hasKeyBeside(table)) {
+      EntryKey const of = other.node == table.node ? key : EntryKey{key.front()};
+      OrderedJson& leaves = document.leaves(other, of);
       Leaf const& leaf = other.leaves.front();
-      memberAdd(leaves, leaf.name, jsonOf(*LeafTable::value(leaf, key, record)));
-      document.leavesAdd(other, entry, std::move(leaves));
+      if (leaves.empty()) {
+        memberAdd(leaves, leaf.name, jsonOf(leaf.type, keyValue(of)));
+      }
     }
   }
 }
@@ -39,12 +29,18 @@ void standingAloneAdd(DocumentBuilder& document, LeafTable const& table, EntryKe
 OrderedJson openConfigView(TargetView const& targets) {
   DocumentBuilder document;
   eachRecord(targets, [&](TargetPlace const& place, TargetRecord const& record) {
-    LeafTable const& table = leafTableOf(record);
-    if (auto const key = entryKeyOf(table, place.key, record)) {
-      if (document.entryAdd(table, *key)) {
-        standingAloneAdd(document, table, *key, place.key, record);
+    LeafTable const* const table = leafTableOf(record.index(), place.key);
+    auto const key = entryKeyOf(place.key);
+    if (table == nullptr || !key) {
+      return;
+    }
+    keysAdd(document, *table, *key);
+    OrderedJson& leaves = document.leaves(*table, *key);
+    for (Leaf const& leaf : table->leaves) {
+      auto const value = leaf.isKey() ? std::nullopt : LeafTable::value(leaf, record);
+      if (value) {
+        memberAdd(leaves, leaf.name, jsonOf(leaf.type, *value));
       }
-      document.leavesAdd(table, *key, leavesOf(table, place.key, record));
     }
   });
   return document.take();

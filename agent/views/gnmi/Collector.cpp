@@ -5,50 +5,58 @@
 #include <memory>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
+#include <utility>
 #include <variant>
 
 namespace Agent::Gnmi {
 
 namespace {
 
-// By the index of a record's type, as the tables: where its leaves stand.
+// Where the leaves of a table stand: in which node, and among its tables.
 struct TablePlace {
-  std::string_view target;
   std::uint16_t node = 0;
   std::size_t table = 0;
 };
-using TablePlaces = std::array<TablePlace, std::variant_size_v<TargetRecord>>;
 
-TablePlaces const& tablePlaces() {
-  static TablePlaces const places = [] {
-    TablePlaces all;
-    std::apply(
-        [&all](auto const&... root) {
-          std::size_t at = 0;
-          ((all.at(at++).target = root.name), ...);
-        },
-        TargetView::roots());
-    for (std::size_t at = 0; at < all.size(); ++at) {
-      for (std::uint16_t node = 0; node < nodeRows().size(); ++node) {
-        auto const& tables = nodeRows()[node].tables;
-        auto const found = std::ranges::find(tables, &leafTables.at(at));
-        if (found != tables.end()) {
-          all.at(at).node = node;
-          all.at(at).table = static_cast<std::size_t>(found - tables.begin());
-        }
+TablePlace const& placeOf(LeafTable const& table) {
+  static std::vector<TablePlace> const places = [] {
+    std::vector<TablePlace> all;
+    for (std::uint16_t node = 0; node < nodeRows().size(); ++node) {
+      for (std::size_t at = 0; at < nodeRows()[node].tables.size(); ++at) {
+        all.push_back({node, at});
       }
     }
     return all;
   }();
-  return places;
+  return places[static_cast<std::size_t>(&table - leafTables().data())];
 }
 
-std::uint32_t number(Key const& key) {
-  if (auto const* const name = std::get_if<Lanx::IntfId>(&key)) {
-    return name->value();
-  }
-  auto const* const id = std::get_if<std::uint16_t>(&key);
-  return id == nullptr ? 0 : *id;
+// The index of a target's type of record.
+std::size_t recordTypeOf(std::string_view target) {
+  static auto const names =
+      std::apply([](auto const&... root) { return std::array{root.name...}; }, TargetView::roots());
+  return static_cast<std::size_t>(std::ranges::find(names, target) - names.begin());
+}
+
+// What a key is known by among those of one node.
+std::uint64_t number(Key const& key) {
+  return std::visit(
+      [](auto const& of) -> std::uint64_t {
+        if constexpr (requires { of.value(); }) {
+          return of.value();
+        } else if constexpr (std::is_integral_v<std::remove_cvref_t<decltype(of)>>) {
+          return of;
+        } else {
+          return 0;
+        }
+      },
+      key);
+}
+
+// The key of the entry in whose lists that of a key is.
+Key outerOf(Key const& key) {
+  return std::get<Stp::TreePortId>(key).tree;
 }
 
 }  // namespace
@@ -64,11 +72,15 @@ Collector::~Collector() {
 }
 
 void Collector::recordIs(TargetPlace const& place, TargetRecord const& record) noexcept {
-  written(place) = record;
+  if (auto* const present = written(place, true)) {
+    *present = record;
+  }
 }
 
 void Collector::recordGone(TargetPlace const& place) noexcept {
-  written(place) = std::nullopt;
+  if (auto* const present = written(place, false)) {
+    *present = std::nullopt;
+  }
 }
 
 void Collector::changeSetEnds() noexcept {
@@ -77,17 +89,17 @@ void Collector::changeSetEnds() noexcept {
     auto const found = nodes_[node].find(key);
     KeptEntry& kept = found->second;
     EntryDraft draft = draftOf(node, kept);
-    bool const isThere = std::ranges::any_of(
-        kept.records, [](Kept const& record) { return record.present.has_value(); });
     kept.isDirty = false;
     for (Kept& record : kept.records) {
-      record.published = record.present;
+      if (std::exchange(record.isWritten, false)) {
+        record.published = record.present;
+      }
     }
     if (draft.updates.any() || draft.deletes.any()) {
       kept.entry = draft.after;
       drafts.push_back(std::move(draft));
     }
-    if (!isThere) {
+    if (kept.present == 0) {
       nodes_[node].erase(found);
     }
   }
@@ -100,62 +112,102 @@ void Collector::changeSetEnds() noexcept {
   }
 }
 
-// The record of a place, to be written.
-std::optional<TargetRecord>& Collector::written(TargetPlace const& place) {
-  auto const* const found = std::ranges::find(tablePlaces(), place.target, &TablePlace::target);
-  std::uint32_t const key = number(place.key);
-  KeptEntry& kept = nodes_[found->node][key];
-  if (!kept.isDirty) {
-    kept.isDirty = true;
-    kept.key = place.key;
-    kept.records.resize(nodeRows()[found->node].tables.size());
-    dirty_.emplace_back(found->node, key);
+// The record of a place, to be written; null if the model has nothing of it.
+std::optional<TargetRecord>* Collector::written(TargetPlace const& place, bool isThere) {
+  LeafTable const* const table = leafTableOf(recordTypeOf(place.target), place.key);
+  if (table == nullptr) {
+    return nullptr;
   }
-  return kept.records[found->table].present;
+  auto const [node, at] = placeOf(*table);
+  KeptEntry& kept = dirty(node, place.key);
+  Kept& record = kept.records[at];
+  record.isWritten = true;
+  if (record.present.has_value() != isThere) {
+    count(node, place.key, kept, isThere);
+  }
+  return &record.present;
+}
+
+Collector::KeptEntry& Collector::dirty(std::uint16_t node, Key const& key) {
+  std::uint64_t const of = number(key);
+  auto const [found, isNew] = nodes_[node].try_emplace(of);
+  KeptEntry& kept = found->second;
+  if (isNew) {
+    kept.key = entryKeyOf(key);
+    kept.records.resize(nodeRows()[node].tables.size());
+  }
+  if (!std::exchange(kept.isDirty, true)) {
+    dirty_.emplace_back(node, of);
+  }
+  return kept;
+}
+
+// What makes an entry be there comes or goes. With the first an entry comes itself, which is one
+// more, or less with the last, for the entry around it.
+void Collector::count(std::uint16_t node, Key const& key, KeptEntry& kept, bool isThere) {
+  kept.present += isThere ? 1 : -1;
+  auto const outer = nodeRows()[node].outer;
+  if (outer && kept.key && kept.present == (isThere ? 1 : 0)) {
+    Key const around = outerOf(key);
+    count(*outer, around, dirty(*outer, around), isThere);
+  }
 }
 
 // What the records that are there now make of the entry that was published.
 EntryDraft Collector::draftOf(std::uint16_t node, KeptEntry const& kept) {
   EntryDraft draft{kept.entry, nullptr, {}, {}};
-  auto const anyRecord = std::ranges::find_if(
-      kept.records, [](Kept const& record) { return record.present.has_value(); });
-  std::optional<EntryKey> key;
-  if (anyRecord != kept.records.end()) {
-    key = entryKeyOf(leafTableOf(*anyRecord->present), kept.key, *anyRecord->present);
+  NodeRows const& rows = nodeRows()[node];
+  bool const isThere = kept.key && kept.present != 0;
+  bool hasState = false;
+  for (std::size_t table = 0; table < kept.records.size(); ++table) {
+    hasState = hasState || (kept.records[table].present && !rows.tables[table]->isConfig());
   }
-  if (key) {
-    draft.after = std::make_shared<Entry>(Entry{node, std::move(*key), {}});
-    draft.after->leaves.reserve(nodeRows()[node].rows.count());
-  }
+  auto const after = std::make_shared<Entry>(Entry{node, kept.key.value_or(EntryKey()), {}});
+  after->leaves.reserve(rows.leaves().size());
+  static std::vector<LeafState> const none;
+  auto const& leavesBefore = kept.entry ? kept.entry->leaves : none;
+  auto next = leavesBefore.begin();
   std::size_t table = 0;
-  for (LeafRow const& row : nodeRows()[node].leaves()) {
-    while (nodeRows()[node].tables[table] != row.table) {
+  for (LeafRow const& row : rows.leaves()) {
+    while (rows.tables[table] != row.table) {
       ++table;
     }
-    LeafState const* const before = kept.entry ? kept.entry->find(row.number) : nullptr;
+    bool const wasThere = next != leavesBefore.end() && next->row == row.number;
+    LeafState const* const before = wasThere ? &*next++ : nullptr;
     Kept const& record = kept.records[table];
-    bool const isThere = key && (record.present || row.table->standsAlone(*row.leaf));
-    if (!isThere) {
-      draft.deletes.set(row.number, before != nullptr);
-      continue;
+    std::optional<LeafValue> value;
+    if (row.leaf->isKey()) {
+      bool const stands = isThere && (hasState || row.table->isConfig());
+      if (stands && before == nullptr) {
+        value = keyValue(*kept.key);
+      } else if (stands) {
+        after->leaves.push_back(*before);
+        continue;
+      }
+    } else if (isThere && record.present) {
+      bool const isSame =
+          !record.isWritten ||
+          (record.published && row.leaf->isSame(*record.present, *record.published));
+      if (isSame) {
+        if (before != nullptr) {
+          after->leaves.push_back(*before);
+        }
+        continue;
+      }
+      value = LeafTable::value(*row.leaf, *record.present);
     }
-    if (before != nullptr && record.present && record.published &&
-        row.leaf->isSame(*record.present, *record.published)) {
-      draft.after->leaves.push_back(*before);
-      continue;
-    }
-    auto value = LeafTable::value(*row.leaf, kept.key,
-                                  record.present ? *record.present : *anyRecord->present);
     if (!value) {
       draft.deletes.set(row.number, before != nullptr);
     } else if (before != nullptr && *before->value == *value) {
-      draft.after->leaves.push_back(*before);
+      after->leaves.push_back(*before);
     } else {
       draft.updates.set(row.number);
-      draft.after->leaves.push_back({row.number,
-                                     std::make_shared<LeafValue const>(std::move(*value)), 0,
-                                     before == nullptr ? 0 : before->created});
+      after->leaves.push_back({row.number, std::make_shared<LeafValue const>(std::move(*value)), 0,
+                               before == nullptr ? 0 : before->created});
     }
+  }
+  if (!after->leaves.empty()) {
+    draft.after = after;
   }
   return draft;
 }

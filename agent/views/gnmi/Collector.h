@@ -30,21 +30,25 @@ class Collector final : public TargetObserver {
   struct Kept {
     std::optional<TargetRecord> published;
     std::optional<TargetRecord> present;
+    bool isWritten = false;
   };
   struct KeptEntry {
-    Key key;
-    std::vector<Kept> records;  // by the tables of the node
+    std::optional<EntryKey> key;  // none if the model can't have it
+    std::vector<Kept> records;    // by the tables of the node
+    std::size_t present = 0;  // how many records are there, and entries of lists within this one
     EntryPtr entry;
     bool isDirty = false;
   };
 
-  std::optional<TargetRecord>& written(TargetPlace const& place);
+  std::optional<TargetRecord>* written(TargetPlace const& place, bool isThere);
+  KeptEntry& dirty(std::uint16_t node, Key const& key);
+  void count(std::uint16_t node, Key const& key, KeptEntry& kept, bool isThere);
   static EntryDraft draftOf(std::uint16_t node, KeptEntry const& kept);
 
   ObservedTargets& targets_;
   Hub& hub_;
-  std::vector<std::unordered_map<std::uint32_t, KeptEntry>> nodes_;  // by the number of the key
-  std::vector<std::pair<std::uint16_t, std::uint32_t>> dirty_;
+  std::vector<std::unordered_map<std::uint64_t, KeptEntry>> nodes_;  // by the number of the key
+  std::vector<std::pair<std::uint16_t, std::uint64_t>> dirty_;
 };
 
 }  // namespace Agent::Gnmi

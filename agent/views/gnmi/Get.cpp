@@ -1,6 +1,7 @@
 #include "agent/views/gnmi/Get.h"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "agent/views/document/DocumentBuilder.h"
@@ -17,30 +18,27 @@ void refuseAbsent(Snapshot const& state, ResolvedPath const& path) {
   }
 }
 
-// The list at or above a node, or null.
-SchemaNode const* listOf(SchemaNode const& node) {
-  SchemaNode const* at = &node;
-  while (at != nullptr && !at->isList()) {
-    at = at->parent();
+// Adds the leaves of an entry that are among rows to a document.
+void entryAdd(DocumentBuilder& document, Entry const& entry, RowSet const& rows) {
+  LeafTable const* table = nullptr;
+  OrderedJson* leaves = nullptr;
+  for (LeafState const& leaf : entry.leaves) {
+    if (!rows[leaf.row]) {
+      continue;
+    }
+    LeafRow const& row = leafRows()[leaf.row];
+    if (row.table != table) {
+      table = row.table;
+      leaves = &document.leaves(*table, entry.key);
+    }
+    memberAdd(*leaves, row.leaf->name, jsonOf(row.leaf->type, *leaf.value));
   }
-  return at;
 }
 
-// Adds the leaves of an entry that are among rows to a document, table by table.
-void entryAdd(DocumentBuilder& document, Entry const& entry, RowSet const& rows) {
-  auto leaf = entry.leaves.begin();
-  while (leaf != entry.leaves.end()) {
-    LeafTable const& table = *leafRows()[leaf->row].table;
-    OrderedJson leaves = OrderedJson::object();
-    for (; leaf != entry.leaves.end() && leafRows()[leaf->row].table == &table; ++leaf) {
-      if (rows[leaf->row]) {
-        memberAdd(leaves, leafRows()[leaf->row].leaf->name, jsonOf(*leaf->value));
-      }
-    }
-    if (!leaves.empty()) {
-      document.leavesAdd(table, entry.key, std::move(leaves));
-    }
-  }
+// The name of a node as JSON has it.
+std::string nameOf(SchemaNode const& node) {
+  std::string const name(node.name());
+  return node.module() == node.parent()->module() ? name : std::string(node.module()) + ":" + name;
 }
 
 // What stands in a document at a node, in the only entry that each list above has.
@@ -49,11 +47,7 @@ OrderedJson valueAt(OrderedJson document, SchemaNode const& node) {
     return document;
   }
   OrderedJson above = valueAt(std::move(document), *node.parent());
-  bool const isFirst = node.parent()->parent() == nullptr;
-  std::string const name = node.isLeaf() ? std::string(node.row()->leaf->name)
-                           : isFirst ? std::string(node.module()).append(":").append(node.name())
-                                     : std::string(node.name());
-  OrderedJson value = std::move(above.at(name));
+  OrderedJson value = std::move(above.at(nameOf(node)));
   return node.isList() ? std::move(value.at(0)) : value;
 }
 
@@ -64,61 +58,34 @@ OrderedJson qualified(OrderedJson value, SchemaNode const& node) {
   }
   OrderedJson object = OrderedJson::object();
   for (auto& [name, member] : value.get_ref<OrderedJson::object_t&>()) {
-    std::string const module =
-        name.find(':') == std::string::npos ? std::string(node.child(name)->module()) + ":" : "";
-    memberAdd(object, module + name, std::move(member));
+    bool const isBare = name.find(':') == std::string::npos;
+    memberAdd(object, (isBare ? std::string(node.module()) + ":" : "") + name, std::move(member));
   }
   return object;
 }
 
-class Subtrees {
- public:
-  Subtrees(Snapshot const& state, RowSet const& rows) : state_(state), rows_(rows) {}
+// The keys of an entry down to those of so many lists.
+EntryKey keyOf(Entry const& entry, std::size_t lists) {
+  EntryKey key;
+  std::copy_n(entry.key.begin(), std::min(lists, key.size()), key.begin());
+  return key;
+}
 
-  // Each entry of the list at or above the node on its own.
-  void add(MeantNode const& meant) {
-    Selection selection;
-    if (std::holds_alternative<std::monostate>(meant.key)) {
-      selection.add(meant.node->rows() & rows_);
-    } else {
-      selection.add(meant.node->rows() & rows_, meant.key);
+// Of each entry of the list at or above the node on its own.
+void subtreesAdd(std::vector<Subtree>& to, Snapshot const& state, MeantNode const& meant,
+                 RowSet const& among) {
+  Selection selection;
+  selection.add(meant.node->rows() & among, meant.pattern);
+  std::map<EntryKey, DocumentBuilder, EntryKeyLess> documents;
+  state.visit(selection, [&](EntryPtr const& entry, RowSet const& rows) {
+    if (std::ranges::any_of(entry->leaves, [&](LeafState const& leaf) { return rows[leaf.row]; })) {
+      entryAdd(documents[keyOf(*entry, meant.node->lists())], *entry, rows);
     }
-    if (listOf(*meant.node) == nullptr) {
-      DocumentBuilder document;
-      bool isEmpty = true;
-      state_.visit(selection, [&](EntryPtr const& entry, RowSet const& rows) {
-        entryAdd(document, *entry, rows);
-        isEmpty = isEmpty && !has(*entry, rows);
-      });
-      if (!isEmpty) {
-        add(*meant.node, {}, document);
-      }
-      return;
-    }
-    state_.visit(selection, [&](EntryPtr const& entry, RowSet const& rows) {
-      if (has(*entry, rows)) {
-        DocumentBuilder document;
-        entryAdd(document, *entry, rows);
-        add(*meant.node, entry->key, document);
-      }
-    });
+  });
+  for (auto& [key, document] : documents) {
+    to.push_back({meant.node, key, qualified(valueAt(document.take(), *meant.node), *meant.node)});
   }
-
-  std::vector<Subtree> take() { return std::move(subtrees_); }
-
- private:
-  static bool has(Entry const& entry, RowSet const& rows) {
-    return std::ranges::any_of(entry.leaves, [&](LeafState const& leaf) { return rows[leaf.row]; });
-  }
-
-  void add(SchemaNode const& node, EntryKey const& key, DocumentBuilder& document) {
-    subtrees_.push_back({&node, key, qualified(valueAt(document.take(), node), node)});
-  }
-
-  Snapshot const& state_;
-  RowSet const& rows_;
-  std::vector<Subtree> subtrees_;
-};
+}
 
 }  // namespace
 
@@ -132,11 +99,11 @@ std::vector<LeafRef> leavesOf(Snapshot const& state, ResolvedPath const& path, R
 std::vector<Subtree> subtreesOf(Snapshot const& state, ResolvedPath const& path,
                                 RowSet const& rows) {
   refuseAbsent(state, path);
-  Subtrees subtrees(state, rows);
+  std::vector<Subtree> subtrees;
   for (MeantNode const& meant : path.nodes) {
-    subtrees.add(meant);
+    subtreesAdd(subtrees, state, meant, rows);
   }
-  return subtrees.take();
+  return subtrees;
 }
 
 }  // namespace Agent::Gnmi

@@ -12,7 +12,7 @@ namespace Agent::Gnmi {
 /// A node with all that is asked of it and below it.
 struct Subtree {
   SchemaNode const* node;
-  /// Of the list at or above the node.
+  /// Of the lists at and above the node.
   EntryKey key;
   /// A leaf's value, or an object whose first names carry their module. Of the root it is the
   /// document.

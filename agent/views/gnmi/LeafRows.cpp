@@ -1,22 +1,16 @@
 #include "agent/views/gnmi/LeafRows.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 namespace Agent::Gnmi {
 
 namespace {
 
-constexpr std::string_view configContainer = "config";
-
-void namesAdd(std::vector<std::string_view>& names, std::string_view path) {
-  while (!path.empty()) {
-    std::size_t const end = path.find('/');
-    if (end != 0) {
-      names.push_back(path.substr(0, end));
-    }
-    path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
-  }
+// Whether the path of a list is that of the list around another.
+bool isAround(std::string_view list, std::string_view path) {
+  return list.ends_with(']') && path.size() > list.size() && path.starts_with(list);
 }
 
 struct Rows {
@@ -24,46 +18,36 @@ struct Rows {
   std::vector<NodeRows> nodes;
 
   Rows() {
-    for (LeafTable const& table : leafTables) {
-      auto found = std::ranges::find(nodes, table.node, &NodeRows::path);
-      if (found == nodes.end()) {
-        found = nodes.insert(found, NodeRows{table.node, table.listKey, {}, {}, 0});
+    for (LeafTable const& table : leafTables()) {
+      if (nodes.empty() || nodes.back().path != table.node) {
+        nodes.push_back({table.node, {}, {}, static_cast<RowNumber>(leaves.size()), {}});
       }
-      found->tables.push_back(&table);
+      nodes.back().tables.push_back(&table);
+      for (Leaf const& leaf : table.leaves) {
+        add(table, leaf);
+      }
     }
     for (NodeRows& node : nodes) {
-      node.first = static_cast<RowNumber>(leaves.size());
-      for (LeafTable const* const table : node.tables) {
-        for (Leaf const& leaf : table->leaves) {
-          add(node, *table, leaf);
-        }
+      auto const outer = std::ranges::find_if(
+          nodes, [&](NodeRows const& other) { return isAround(other.path, node.path); });
+      if (outer != nodes.end()) {
+        node.outer = static_cast<std::uint16_t>(outer - nodes.begin());
       }
     }
   }
 
  private:
-  void add(NodeRows& node, LeafTable const& table, Leaf const& leaf) {
+  void add(LeafTable const& table, Leaf const& leaf) {
     if (leaves.size() == rowCapacity) {
       throw std::length_error("more leaves than Agent::Gnmi::rowCapacity");
     }
     auto const number = static_cast<RowNumber>(leaves.size());
-    std::size_t const colon = leaf.name.find(':');
-    bool const isQualified = colon != std::string_view::npos;
-    LeafRow row{&table,
-                &leaf,
-                number,
-                static_cast<std::uint16_t>(&node - nodes.data()),
-                isQualified ? leaf.name.substr(0, colon) : leafModule,
-                {},
-                0};
-    namesAdd(row.names, table.node);
-    row.keyed = row.names.size() - 1;
-    namesAdd(row.names, table.container);
-    row.names.push_back(isQualified ? leaf.name.substr(colon + 1) : leaf.name);
-    if (table.listKey.empty()) {
-      row.keyed = row.names.size();
+    LeafRow row{&table, &leaf, number, static_cast<std::uint16_t>(nodes.size() - 1),
+                pathSteps(table.node)};
+    for (std::string_view const below : {table.container, leaf.name}) {
+      std::ranges::copy(pathSteps(below, row.module()), std::back_inserter(row.steps));
     }
-    node.rows.set(number);
+    nodes.back().rows.set(number);
     leaves.push_back(std::move(row));
   }
 };
@@ -74,7 +58,7 @@ Rows const& rows() {
 }
 
 bool isConfig(LeafRow const& row) {
-  return row.table->container == configContainer;
+  return row.table->isConfig();
 }
 
 bool hasConfig(LeafRow const& of) {
@@ -94,12 +78,11 @@ RowSet rowsThat(Which const& which) {
 
 }  // namespace
 
-std::string keyText(EntryKey const& key) {
+std::string keyText(PlainKey const& key) {
   if (auto const* const number = std::get_if<std::uint64_t>(&key)) {
     return std::to_string(*number);
   }
-  auto const* const name = std::get_if<std::string>(&key);
-  return name == nullptr ? std::string() : *name;
+  return std::get<std::string>(key);
 }
 
 std::span<LeafRow const> leafRows() {

@@ -8,13 +8,15 @@ namespace Agent::Gnmi {
 
 /// Leaves and leaf-lists of one container, or the key's leaf of a list.
 struct ModelNodes {
-  /// From the root; lists have the name of their key behind them: "/stp/rapid-pvst/vlan[vlan-id]".
+  /// From the root, as the tables of leaves have their nodes: "/stp/rapid-pvst/vlan[vlan-id]".
   std::string_view path;
-  /// The names, with blanks between them.
+  /// The names, with blanks between them, behind their module where that is another than the
+  /// container's.
   std::string_view leaves;
 };
 
-/// All of openconfig-spanning-tree, of the version in `models()`.
+/// All of openconfig-spanning-tree, and what beyond it has nodes in the modules of this project
+/// that are not served, of the versions in `models()`.
 std::span<ModelNodes const> modelNodes();
 
 }  // namespace Agent::Gnmi

@@ -32,13 +32,14 @@ struct SizeOf {
 
 std::size_t pathSize(LeafRef const& leaf) {
   std::size_t size = ofUpdate;
-  for (std::string_view const name : leaf.row().names) {
-    size += ofElement + name.size();
+  for (PathStep const& step : leaf.row().steps) {
+    size += ofElement + step.name.size();
   }
-  if (auto const* const key = std::get_if<std::string>(&leaf.key())) {
-    size += escaped(*key);
+  for (PlainKey const& key : leaf.key()) {
+    auto const* const name = std::get_if<std::string>(&key);
+    size += ofElement + (name == nullptr ? 0 : escaped(*name));
   }
-  return size + ofElement;
+  return size;
 }
 
 // Takes what fits into one notification at a time.

@@ -26,14 +26,17 @@ void textAdd(std::string& to, std::string_view text, std::string_view escaped) {
   }
 }
 
-std::vector<PathElement> pathOf(std::vector<std::string_view> const& names, std::size_t keyed,
-                                std::string_view listKey, EntryKey const& key) {
+std::vector<PathElement> pathOf(std::vector<PathStep> const& steps, EntryKey const& key) {
   std::vector<PathElement> elements;
-  elements.reserve(names.size());
-  for (std::string_view const name : names) {
-    PathElement& element = elements.emplace_back(PathElement{std::string(name)});
-    if (elements.size() == keyed + 1) {
-      element.keys.emplace(listKey, keyText(key));
+  elements.reserve(steps.size());
+  auto const* next = key.begin();
+  for (PathStep const& step : steps) {
+    PathElement& element = elements.emplace_back(PathElement{std::string(step.name)});
+    if (!step.listKey.empty()) {
+      if (isSaid(*next)) {
+        element.keys.emplace(step.listKey, keyText(*next));
+      }
+      ++next;
     }
   }
   return elements;
@@ -90,23 +93,16 @@ std::string pathText(std::vector<PathElement> const& elements) {
 }
 
 std::vector<PathElement> pathOf(SchemaNode const& node, EntryKey const& key) {
-  std::vector<std::string_view> names;
-  SchemaNode const* list = nullptr;
-  std::size_t above = 0;
+  std::vector<PathStep> steps;
   for (SchemaNode const* at = &node; at->parent() != nullptr; at = at->parent()) {
-    if (at->isList() && !std::holds_alternative<std::monostate>(key)) {
-      list = at;
-      above = names.size();
-    }
-    names.push_back(at->name());
+    steps.push_back(at->step());
   }
-  std::ranges::reverse(names);
-  return list == nullptr ? pathOf(names, names.size(), "", key)
-                         : pathOf(names, names.size() - 1 - above, list->listKey(), key);
+  std::ranges::reverse(steps);
+  return pathOf(steps, key);
 }
 
 std::vector<PathElement> pathOf(LeafRow const& row, EntryKey const& key) {
-  return pathOf(row.names, row.keyed, row.table->listKey, key);
+  return pathOf(row.steps, key);
 }
 
 }  // namespace Agent::Gnmi

@@ -37,8 +37,8 @@ RequestPath joined(RequestPath const& prefix, RequestPath const& path);
 std::string pathText(std::vector<PathElement> const& elements);
 std::string elementText(PathElement const& element);
 
-/// The path of a node of the schema, whose list, if there is one at or above it, has the key. With
-/// bare names.
+/// The path of a node of the schema in an entry: the lists at and above it have their keys, as far
+/// as those are said. With bare names.
 std::vector<PathElement> pathOf(SchemaNode const& node, EntryKey const& key);
 std::vector<PathElement> pathOf(LeafRow const& row, EntryKey const& key);
 

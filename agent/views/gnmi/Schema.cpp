@@ -16,6 +16,7 @@ constexpr std::array servedModels{
     Model{"openconfig-spanning-tree", "OpenConfig working group", "0.3.1"},
     Model{"openconfig-spanning-tree-types", "OpenConfig working group", "0.4.1"},
     Model{"stp-openconfig-disabled-vlan", "StpOpenConfig project", "0.1.0"},
+    Model{"stp-openconfig-cist", "StpOpenConfig project", "0.1.0"},
 };
 
 }  // namespace
@@ -27,52 +28,37 @@ class SchemaBuilder {
     for (LeafRow const& row : leafRows()) {
       SchemaNode* node = &root_;
       node->rows_.set(row.number);
-      for (std::size_t at = 0; at < row.names.size(); ++at) {
-        bool const isLast = at + 1 == row.names.size();
-        node = &childOf(*node, row.names[at], isLast ? row.module : leafModule);
+      for (PathStep const& step : row.steps) {
+        node = &childOf(*node, step);
         node->rows_.set(row.number);
-        if (at == row.keyed) {
-          node->listKey_ = row.table->listKey;
-        }
       }
       node->row_ = &row;
     }
     for (ModelNodes const& nodes : modelNodes()) {
       SchemaNode* node = &root_;
-      eachPart(nodes.path, '/', [&](std::string_view part) {
-        std::size_t const bracket = part.find('[');
-        node = &childOf(*node, part.substr(0, bracket), leafModule);
-        if (bracket != std::string_view::npos) {
-          node->listKey_ = part.substr(bracket + 1, part.size() - bracket - 2);
-        }
-      });
-      eachPart(nodes.leaves, ' ', [&](std::string_view leaf) { childOf(*node, leaf, leafModule); });
+      for (PathStep const& step : pathSteps(nodes.path)) {
+        node = &childOf(*node, step);
+      }
+      std::string_view leaves = nodes.leaves;
+      while (!leaves.empty()) {
+        std::string_view const leaf = leaves.substr(0, leaves.find(' '));
+        childOf(*node, pathSteps(leaf, node->module()).front());
+        leaves.remove_prefix(std::min(leaf.size() + 1, leaves.size()));
+      }
     }
   }
 
   SchemaNode const& root() const { return root_; }
 
  private:
-  template <class Visit>
-  static void eachPart(std::string_view text, char separator, Visit const& visit) {
-    while (!text.empty()) {
-      std::size_t const end = std::min(text.find(separator), text.size());
-      if (end != 0) {
-        visit(text.substr(0, end));
-      }
-      text.remove_prefix(std::min(end + 1, text.size()));
-    }
-  }
-
-  static SchemaNode& childOf(SchemaNode& node, std::string_view name, std::string_view module) {
+  static SchemaNode& childOf(SchemaNode& node, PathStep const& step) {
     auto const found = std::ranges::find_if(
-        node.children_, [&](auto const& child) { return child->name_ == name; });
+        node.children_, [&](auto const& child) { return child->name() == step.name; });
     if (found != node.children_.end()) {
       return **found;
     }
     SchemaNode& child = *node.children_.emplace_back(std::make_unique<SchemaNode>());
-    child.name_ = name;
-    child.module_ = module;
+    child.step_ = step;
     child.parent_ = &node;
     return child;
   }
@@ -83,8 +69,12 @@ class SchemaBuilder {
 bool SchemaNode::isNamed(std::string_view name) const {
   std::size_t const colon = name.find(':');
   return colon == std::string_view::npos
-             ? name == name_
-             : name.substr(0, colon) == module_ && name.substr(colon + 1) == name_;
+             ? name == step_.name
+             : name.substr(0, colon) == step_.module && name.substr(colon + 1) == step_.name;
+}
+
+std::size_t SchemaNode::lists() const {
+  return (parent_ == nullptr ? 0 : parent_->lists()) + (isList() ? 1 : 0);
 }
 
 SchemaNode const* SchemaNode::child(std::string_view name) const {
@@ -94,7 +84,7 @@ SchemaNode const* SchemaNode::child(std::string_view name) const {
 }
 
 std::string SchemaNode::path() const {
-  return parent_ == nullptr ? "" : parent_->path().append("/").append(name_);
+  return parent_ == nullptr ? "" : parent_->path().append("/").append(name());
 }
 
 SchemaNode const& schema() {
@@ -128,7 +118,7 @@ RowSet rowsOf(std::span<ModelName const> models) {
                                                std::string(model->organization) + " is served");
     }
     for (LeafRow const& row : leafRows()) {
-      if (row.module == model->name) {
+      if (row.module() == model->name) {
         rows.set(row.number);
       }
     }

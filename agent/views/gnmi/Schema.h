@@ -1,6 +1,7 @@
 // The schema as clients may name it: what is served, and what the models have beyond that.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <span>
 #include <string>
@@ -19,15 +20,17 @@ class SchemaNode {
   SchemaNode& operator=(SchemaNode const&) = delete;
   ~SchemaNode() = default;
 
-  std::string_view name() const { return name_; }
-  std::string_view module() const { return module_; }
+  /// The name, its module, and the name of the key of a list.
+  PathStep const& step() const { return step_; }
+  std::string_view name() const { return step_.name; }
+  std::string_view module() const { return step_.module; }
   /// Null for the root.
   SchemaNode const* parent() const { return parent_; }
   std::span<std::unique_ptr<SchemaNode> const> children() const { return children_; }
 
-  /// The name of the list's key; empty for what is no list.
-  std::string_view listKey() const { return listKey_; }
-  bool isList() const { return !listKey_.empty(); }
+  bool isList() const { return !step_.listKey.empty(); }
+  /// How many lists there are at it and above.
+  std::size_t lists() const;
 
   /// The rows at it and below; none where nothing of it is served.
   RowSet const& rows() const { return rows_; }
@@ -41,17 +44,15 @@ class SchemaNode {
   /// The child of this name, bare or behind its module's; null if there is none.
   SchemaNode const* child(std::string_view name) const;
 
-  /// "/stp/interfaces/interface".
+  /// "/stp/interfaces/interface"; with bare names.
   std::string path() const;
 
  private:
   friend class SchemaBuilder;
 
-  std::string_view name_;
-  std::string_view module_;
+  PathStep step_ = {};
   SchemaNode const* parent_ = nullptr;
   std::vector<std::unique_ptr<SchemaNode>> children_;
-  std::string_view listKey_;
   RowSet rows_;
   LeafRow const* row_ = nullptr;
 };

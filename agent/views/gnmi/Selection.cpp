@@ -14,42 +14,51 @@
 
 namespace Agent::Gnmi {
 
-void Selection::add(RowSet const& rows) {
-  everywhere_ |= rows;
-  restrictByKey(~everywhere_);
+bool covers(EntryKey const& pattern, EntryKey const& key) {
+  return std::ranges::equal(pattern, key, [](PlainKey const& any, PlainKey const& plain) {
+    return !isSaid(any) || any == plain;
+  });
 }
 
-void Selection::add(RowSet const& rows, EntryKey const& key) {
-  if (RowSet const further = rows & ~everywhere_; further.any()) {
-    byKey_[key] |= further;
+void Selection::add(RowSet const& rows, EntryKey const& pattern) {
+  RowSet const further = rows & ~this->rows(pattern);
+  if (further.none()) {
+    return;
   }
+  for (auto& [other, ofOther] : byPattern_) {
+    if (covers(pattern, other)) {
+      ofOther &= ~further;
+    }
+  }
+  std::erase_if(byPattern_, [](auto const& entry) { return entry.second.none(); });
+  (pattern == EntryKey() ? everywhere_ : byPattern_[pattern]) |= further;
 }
 
 void Selection::add(Selection const& other) {
   add(other.everywhere_);
-  for (auto const& [key, rows] : other.byKey_) {
-    add(rows, key);
+  for (auto const& [pattern, rows] : other.byPattern_) {
+    add(rows, pattern);
   }
 }
 
 void Selection::restrictTo(RowSet const& rows) {
   everywhere_ &= rows;
-  restrictByKey(rows);
-}
-
-void Selection::restrictByKey(RowSet const& rows) {
-  for (auto& entry : byKey_) {
+  for (auto& entry : byPattern_) {
     entry.second &= rows;
   }
-  std::erase_if(byKey_, [](auto const& entry) { return entry.second.none(); });
+  std::erase_if(byPattern_, [](auto const& entry) { return entry.second.none(); });
 }
 
 RowSet Selection::rows(EntryKey const& key) const {
-  if (byKey_.empty()) {
-    return everywhere_;
+  RowSet rows = everywhere_;
+  if (!byPattern_.empty()) {
+    eachPatternOf(key, [&](EntryKey const& pattern) {
+      if (auto const found = byPattern_.find(pattern); found != byPattern_.end()) {
+        rows |= found->second;
+      }
+    });
   }
-  auto const found = byKey_.find(key);
-  return found == byKey_.end() ? everywhere_ : everywhere_ | found->second;
+  return rows;
 }
 
 namespace {
@@ -59,7 +68,7 @@ constexpr std::string_view anyDepth = "...";
 
 struct MeantLess {
   bool operator()(MeantNode const& a, MeantNode const& b) const {
-    return a.node != b.node ? std::less<>()(a.node, b.node) : a.key < b.key;
+    return a.node != b.node ? std::less<>()(a.node, b.node) : a.pattern < b.pattern;
   }
 };
 using MeantNodes = std::set<MeantNode, MeantLess>;
@@ -86,11 +95,7 @@ class Resolver {
       if (!meant.node->isServed()) {
         continue;
       }
-      if (std::holds_alternative<std::monostate>(meant.key)) {
-        resolved.selection.add(meant.node->rows());
-      } else {
-        resolved.selection.add(meant.node->rows(), meant.key);
-      }
+      resolved.selection.add(meant.node->rows(), meant.pattern);
       if (!isBelowAnother(meant)) {
         resolved.nodes.push_back(meant);
       }
@@ -102,7 +107,7 @@ class Resolver {
     std::ranges::sort(resolved.nodes, [](MeantNode const& a, MeantNode const& b) {
       std::size_t const row = firstRow(*a.node);
       std::size_t const other = firstRow(*b.node);
-      return row != other ? row < other : EntryKeyLess()(a.key, b.key);
+      return row != other ? row < other : EntryKeyLess()(a.pattern, b.pattern);
     });
     return resolved;
   }
@@ -138,7 +143,7 @@ class Resolver {
       for (MeantNode const& meant : meant_) {
         for (auto const& child : meant.node->children()) {
           if (element.name == anyName || child->isNamed(element.name)) {
-            addChild(next, {child.get(), meant.key}, element);
+            addChild(next, {child.get(), meant.pattern}, element);
           }
         }
       }
@@ -163,7 +168,7 @@ class Resolver {
   static void addWithAllBelow(MeantNodes& to, MeantNode const& meant) {
     if (to.insert(meant).second) {
       for (auto const& child : meant.node->children()) {
-        addWithAllBelow(to, {child.get(), meant.key});
+        addWithAllBelow(to, {child.get(), meant.pattern});
       }
     }
   }
@@ -186,9 +191,10 @@ class Resolver {
     std::string const module = std::string(meant.node->module()) + ":";
     for (auto const& [name, value] : element.keys) {
       bool const isQualified = name.starts_with(module);
-      if (std::string_view(name).substr(isQualified ? module.size() : 0) != meant.node->listKey() ||
+      std::string_view const listKey = meant.node->step().listKey;
+      if (std::string_view(name).substr(isQualified ? module.size() : 0) != listKey ||
           element.keys.size() > 1) {
-        malformed_ = "has another key than " + inQuotes(meant.node->listKey()) + " alone";
+        malformed_ = "has another key than " + inQuotes(listKey) + " alone";
         return;
       }
       if (value == anyName) {
@@ -204,9 +210,10 @@ class Resolver {
     if (!meant.node->isServed()) {
       return true;  // nothing is looked up there
     }
-    Leaf const& leaf = leafRows()[firstRow(*meant.node)].table->leaves.front();
+    Leaf const& leaf = *leafRows()[firstRow(*meant.node)].leaf;
+    PlainKey& key = meant.pattern.at(meant.node->lists() - 1);
     if (leaf.type.kind != LeafType::Kind::number) {
-      meant.key = value;
+      key = value;
       return true;
     }
     auto const number = canonicalNumber(value);
@@ -215,20 +222,23 @@ class Resolver {
                    " to " + std::to_string(leaf.type.greatest);
       return false;
     }
-    meant.key = *number;
+    key = *number;
     return true;
   }
 
   bool isBelowAnother(MeantNode const& meant) const {
+    bool isBelow = false;
+    EntryKey pattern = meant.pattern;
     for (SchemaNode const* at = meant.node; at != nullptr; at = at->parent()) {
-      bool const isItself = at == meant.node;
-      bool const isKeyed = !std::holds_alternative<std::monostate>(meant.key);
-      if ((!isItself && meant_.contains({at, meant.key})) ||
-          (isKeyed && meant_.contains({at, {}}))) {
-        return true;
+      eachPatternOf(pattern, [&](EntryKey const& other) {
+        bool const isItself = at == meant.node && other == meant.pattern;
+        isBelow = isBelow || (!isItself && meant_.contains({at, other}));
+      });
+      if (at->isList()) {
+        pattern.at(at->lists() - 1) = {};
       }
     }
-    return false;
+    return isBelow;
   }
 
   static std::size_t firstRow(SchemaNode const& node) {

@@ -12,13 +12,30 @@
 
 namespace Agent::Gnmi {
 
+/// Whether a pattern, a key some or all of which may not be said, has a key, or all keys that
+/// another pattern has.
+bool covers(EntryKey const& pattern, EntryKey const& key);
+
+/// Calls `visit(pattern)` for a key or pattern itself, and for all that have all its keys.
+template <class Visit>
+void eachPatternOf(EntryKey const& key, Visit const& visit) {
+  auto const& [outer, inner] = key;
+  visit(key);
+  if (isSaid(outer) && isSaid(inner)) {
+    visit(EntryKey{outer});
+    visit(EntryKey{PlainKey(), inner});
+  }
+  if (isSaid(outer) || isSaid(inner)) {
+    visit(EntryKey());
+  }
+}
+
 /// A set of leaves, those included that are not there yet. Equal sets are equal, however they were
 /// put together.
 class Selection {
  public:
-  /// Adds rows of all entries, or of that with the key alone.
-  void add(RowSet const& rows);
-  void add(RowSet const& rows, EntryKey const& key);
+  /// Adds rows of all entries whose key the pattern has: those of all, if it says none.
+  void add(RowSet const& rows, EntryKey const& pattern = {});
   void add(Selection const& other);
   /// Leaves only what is among these rows.
   void restrictTo(RowSet const& rows);
@@ -27,25 +44,24 @@ class Selection {
   /// means nothing.
   RowSet rows(EntryKey const& key) const;
 
-  /// The rows of all entries, and those by key beyond them.
+  /// The rows of all entries, and those by pattern beyond them. What a row is selected by is not
+  /// selected by a further pattern again.
   RowSet const& everywhere() const { return everywhere_; }
-  std::map<EntryKey, RowSet> const& byKey() const { return byKey_; }
+  std::map<EntryKey, RowSet> const& byPattern() const { return byPattern_; }
 
-  bool empty() const { return everywhere_.none() && byKey_.empty(); }
+  bool empty() const { return everywhere_.none() && byPattern_.empty(); }
   bool operator==(Selection const&) const = default;
 
  private:
-  void restrictByKey(RowSet const& rows);
-
   RowSet everywhere_;
-  std::map<EntryKey, RowSet> byKey_;
+  std::map<EntryKey, RowSet> byPattern_;
 };
 
-/// One node that a path means, in every entry of the list at or above it, or in the one with the
-/// key.
+/// One node that a path means, in all entries of the lists at and above it whose key the pattern
+/// has.
 struct MeantNode {
   SchemaNode const* node;
-  EntryKey key = {};
+  EntryKey pattern = {};
 };
 
 /// A path that was looked up in the schema.
@@ -53,7 +69,7 @@ struct ResolvedPath {
   Selection selection;
   /// Whether it may mean several things: it has a wildcard, or a list without its key.
   bool isWild = false;
-  /// None lies below another, unless they differ in the key.
+  /// None lies below another, unless in entries that the other does not mean.
   std::vector<MeantNode> nodes;
   /// As pathText says it.
   std::string text;

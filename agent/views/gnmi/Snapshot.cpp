@@ -139,18 +139,36 @@ Snapshot Snapshot::with(ChangeSet const& changes) const {
   return next;
 }
 
-Snapshot::Entries Snapshot::withKeys(Selection const& selection, std::size_t node) const {
+Snapshot::Entries Snapshot::withPatterns(Selection const& selection, std::size_t node) const {
   Entries entries;
-  for (auto const& [key, rows] : selection.byKey()) {
+  for (auto const& [pattern, rows] : selection.byPattern()) {
     if ((rows & nodeRows()[node].rows).any()) {
-      if (EntryPtr entry = find(node, key)) {
-        entries.push_back(std::move(entry));
+      addWith(pattern, *nodes_[node], entries);
+    }
+  }
+  auto const isLess = [](EntryPtr const& a, EntryPtr const& b) { return entryLess(*a, *b); };
+  std::ranges::sort(entries, isLess);
+  auto const again = std::ranges::unique(entries);
+  entries.erase(again.begin(), again.end());
+  return entries;
+}
+
+// Those with one key of the outermost list follow each other.
+void Snapshot::addWith(EntryKey const& pattern, Blocks const& blocks, Entries& to) {
+  bool const isFrom = isSaid(pattern.front());
+  auto block = isFrom ? blockOf(blocks.begin(), blocks.end(), pattern) : blocks.begin();
+  for (; block != blocks.end(); ++block) {
+    Entries const& entries = **block;
+    auto entry = isFrom ? std::lower_bound(entries.begin(), entries.end(), pattern, KeyLess())
+                        : entries.begin();
+    for (; entry != entries.end(); ++entry) {
+      if (covers(pattern, (*entry)->key)) {
+        to.push_back(*entry);
+      } else if (isFrom && (*entry)->key.front() != pattern.front()) {
+        return;
       }
     }
   }
-  std::ranges::sort(entries,
-                    [](EntryPtr const& a, EntryPtr const& b) { return entryLess(*a, *b); });
-  return entries;
 }
 
 }  // namespace Agent::Gnmi

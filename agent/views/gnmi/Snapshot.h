@@ -42,7 +42,7 @@ class Snapshot {
           std::ranges::for_each(*block, visitEntry);
         }
       } else {
-        std::ranges::for_each(withKeys(selection, node), visitEntry);
+        std::ranges::for_each(withPatterns(selection, node), visitEntry);
       }
     }
   }
@@ -61,8 +61,9 @@ class Snapshot {
   using Blocks = std::vector<BlockPtr>;
   class Replacement;
 
-  /// The entries of which a selection has the keys, in their order.
-  Entries withKeys(Selection const& selection, std::size_t node) const;
+  /// The entries whose keys the patterns of a selection have, in their order.
+  Entries withPatterns(Selection const& selection, std::size_t node) const;
+  static void addWith(EntryKey const& pattern, Blocks const& blocks, Entries& to);
 
   std::uint64_t version_ = 0;
   Nanoseconds time_ = 0;

@@ -221,7 +221,7 @@ void Answer::add(gnmi::Notification& to, LeafRef const& leaf, std::uint32_t dupl
   *update.mutable_path() = toWire(pathOf(leaf.row(), leaf.key()));
   update.set_duplicates(duplicates);
   if (isJson()) {
-    write(*update.mutable_val(), jsonOf(leaf.value()));
+    write(*update.mutable_val(), jsonOf(leaf.row().leaf->type, leaf.value()));
   } else {
     std::visit([&](auto const& value) { Gnmi::write(*update.mutable_val(), value); }, leaf.value());
   }

@@ -144,6 +144,138 @@ TEST_F(GnmiCollector, WhatTheModelHasNoKeyForIsNotThere) {
   EXPECT_THAT(taken(*stream), IsEmpty());
 }
 
+TEST_F(GnmiCollector, AnInstanceIsThereAsLongAsOneOfItsPorts) {
+  std::string const instance = "/stp/mstp/mst-instances/mst-instance[mst-id=5]";
+  std::string const port = instance + "/interfaces/interface[name=";
+  auto const stream = subscribe({""});
+  taken(*stream);
+  applyAt(2'000, recordIs("ocTreePortConfigDir", "MST5/E1", "{}"));
+  EXPECT_THAT(taken(*stream), ElementsAre("2000: " + instance + "/config/mst-id=5, " + port +
+                                          "E1]/config/name=\"E1\""));
+  applyAt(3'000, recordIs("ocTreePortStateDir", "MST5/E2", R"({"master":true})"));
+  EXPECT_THAT(taken(*stream),
+              ElementsAre("3000: " + port + "E2]/config/name=\"E2\", " + port +
+                          "E2]/state/name=\"E2\", " + port + "E2]/state/master=true"));
+  applyAt(4'000, recordGone("ocTreePortConfigDir", "MST5/E1"));
+  EXPECT_THAT(taken(*stream), ElementsAre("4000: -" + port + "E1]/config/name"));
+  applyAt(5'000, recordGone("ocTreePortStateDir", "MST5/E2"));
+  EXPECT_THAT(taken(*stream),
+              ElementsAre("5000: -" + instance + "/config/mst-id, -" + port + "E2]/config/name, -" +
+                          port + "E2]/state/name, -" + port + "E2]/state/master"));
+  EXPECT_THAT(document("/stp/mstp"), IsEmpty());
+}
+
+TEST_F(GnmiCollector, AnInstanceStaysWithItsOwnRecord) {
+  std::string const id = "/stp/mstp/mst-instances/mst-instance[mst-id=5]/config/mst-id";
+  apply(recordIs("ocTreePortConfigDir", "MST5/E1", "{}"));
+  apply(recordIs("ocTreeStateDir", "MST5", R"({"rootPort":3})"));
+  hub.step();
+  auto const stream = subscribe({id});
+  taken(*stream);
+  apply(recordGone("ocTreePortConfigDir", "MST5/E1"));
+  apply(recordIs("ocTreePortConfigDir", "MST5/E2", "{}"));
+  apply(recordGone("ocTreeStateDir", "MST5"));
+  hub.step();
+  EXPECT_THAT(taken(*stream), IsEmpty());
+  applyAt(9'000, recordGone("ocTreePortConfigDir", "MST5/E2"));
+  EXPECT_THAT(taken(*stream), ElementsAre("9000: -" + id));
+}
+
+TEST_F(GnmiCollector, TheKeyInTheStateStandsBesideAnyOther) {
+  std::string const state = "/stp/interfaces/interface[name=E1]/state/";
+  auto const stream = subscribe({"/stp/interfaces/interface/state"});
+  taken(*stream);
+  applyAt(2'000, recordIs("ocProtectionStateDir", "E1", R"({"bpduFilter":false})"));
+  EXPECT_THAT(taken(*stream),
+              ElementsAre("2000: " + state + "name=\"E1\", " + state + "bpdu-filter=false"));
+  apply(stateIs("E1", R"({"edgePort":0})"));
+  hub.step();
+  EXPECT_EQ(taken(*stream).size(), 1U);
+  applyAt(4'000, recordGone("ocProtectionStateDir", "E1"));
+  EXPECT_THAT(taken(*stream), ElementsAre("4000: -" + state + "bpdu-filter"));
+}
+
+TEST_F(GnmiCollector, WhatIsNoListGoesWithItsLastLeaf) {
+  std::string const path = "/stp/rstp/config/";
+  auto const stream = subscribe({"/stp/rstp"});
+  taken(*stream);
+  applyAt(2'000, R"({"op":"set","path":["ocRstpConfig","record"],"value":{"helloTime":2}})");
+  EXPECT_THAT(taken(*stream), ElementsAre("2000: " + path + "hello-time=2"));
+  applyAt(3'000, recordIs("ocTreeConfigDir", "Rst", R"({"bridgePriority":4096})"));
+  EXPECT_THAT(taken(*stream), ElementsAre("3000: " + path + "bridge-priority=4096"));
+  applyAt(4'000, R"({"op":"set","path":["ocRstpConfig","record"],"value":{"helloTime":null}})");
+  EXPECT_THAT(taken(*stream), ElementsAre("4000: -" + path + "hello-time"));
+  applyAt(5'000, recordGone("ocTreeConfigDir", "Rst"));
+  EXPECT_THAT(taken(*stream), ElementsAre("5000: -" + path + "bridge-priority"));
+  EXPECT_THAT(document("/stp/rstp"), IsEmpty());
+  applyAt(6'000, recordIs("ocTreeConfigDir", "Rst", R"({"bridgePriority":0})"));
+  EXPECT_THAT(taken(*stream), ElementsAre("6000: " + path + "bridge-priority=0"));
+}
+
+TEST_F(GnmiCollector, SubscriptionsToNestedListsAreToldTheirs) {
+  std::string const list = "/stp/mstp/mst-instances/mst-instance";
+  std::string const role = "/state/role";
+  auto const stream = [&](std::string const& path) {
+    auto made = subscribe({path});
+    taken(*made);
+    return made;
+  };
+  auto const outer = stream(list + "[mst-id=*]/interfaces/interface[name=E1]" + role);
+  auto const inner = stream(list + "[mst-id=5]/interfaces/interface[name=*]" + role);
+  auto const both = stream(list + "/interfaces/interface" + role);
+  auto const one = stream(list + "[mst-id=5]/interfaces/interface[name=E1]" + role);
+  auto const entry = stream(list + "[mst-id=6]");
+  auto const written = [&](char const* key, int number) {
+    std::string const record = R"({"role":)" + std::to_string(number) + "}";
+    apply(recordIs("ocTreePortStateDir", key, record));
+  };
+  auto const told = [](Stream& to) {
+    Client client;
+    client.drain(to);
+    return std::pair(client.updates, client.deletes);
+  };
+  for (char const* const key : {"MST5/E1", "MST5/E2", "MST6/E1", "MST6/E2", "Cist/E1", "MST6/E3"}) {
+    written(key, 1);
+  }
+  hub.step();
+  using Counts = std::pair<std::uint64_t, std::uint64_t>;
+  EXPECT_EQ(told(*outer), Counts(2, 0));
+  EXPECT_EQ(told(*inner), Counts(2, 0));
+  EXPECT_EQ(told(*both), Counts(5, 0));
+  EXPECT_EQ(told(*one), Counts(1, 0));
+  EXPECT_EQ(told(*entry), Counts(1 + 3 * 3, 0));
+  written("MST5/E1", 0);
+  apply(recordGone("ocTreePortStateDir", "MST6/E1"));
+  hub.step();
+  EXPECT_EQ(told(*outer), Counts(1, 1));
+  EXPECT_EQ(told(*inner), Counts(1, 0));
+  EXPECT_EQ(told(*both), Counts(1, 1));
+  EXPECT_EQ(told(*one), Counts(1, 0));
+  EXPECT_EQ(told(*entry), Counts(0, 3));
+  apply(R"({"op":"clear","path":["ocTreePortStateDir","record"]})");
+  hub.step();
+  EXPECT_EQ(told(*outer), Counts(0, 1));
+  EXPECT_EQ(told(*inner), Counts(0, 2));
+  EXPECT_EQ(told(*both), Counts(0, 4));
+  EXPECT_EQ(told(*one), Counts(0, 1));
+  EXPECT_EQ(told(*entry), Counts(0, 1 + 2 * 3));
+}
+
+TEST_F(GnmiCollector, S10CountersAreSampledWhereItIsLeftToTheTarget) {
+  apply(recordIs("ocTreePortCountersDir", "Cist/E1", R"({"bpduSent":1})"));
+  apply(recordIs("ocTreePortStateDir", "Cist/E1", R"({"forwardTransitions":1})"));
+  hub.step();
+  std::string const state = "/stp/mstp/cist/interfaces/interface[name=E1]/state/";
+  auto const stream = subscribe({state}, PathMode::targetDefined);
+  taken(*stream);
+  applyAt(5'000, recordIs("ocTreePortCountersDir", "Cist/E1", R"({"bpduSent":2})"));
+  EXPECT_THAT(taken(*stream), IsEmpty());
+  applyAt(6'000, recordIs("ocTreePortStateDir", "Cist/E1", R"({"forwardTransitions":2})"));
+  EXPECT_THAT(taken(*stream), ElementsAre("6000: " + state + "forward-transisitions=\"2\""));
+  pass(std::chrono::seconds(10));
+  EXPECT_THAT(taken(*stream), ElementsAre("10000006000: " + state + "counters/bpdu-sent=\"2\""));
+}
+
 TEST_F(GnmiCollector, UnchangedValuesAreShared) {
   apply(R"({"op":"set","path":["ocMstiStateDir","state",5],"value":{"vlan":[[1,100],200]}})");
   Snapshot const before = hub.snapshot();

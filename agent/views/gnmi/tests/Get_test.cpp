@@ -109,7 +109,7 @@ TEST_F(GnmiGet, G2TypesPartTheAnswer) {
                           R"({"openconfig-spanning-tree:name":"E2",)"
                           R"("openconfig-spanning-tree:config":{"name":"E2"}})"));
   EXPECT_THAT(subtrees("/stp/interfaces/interface[name=E2]/state", DataType::config), IsEmpty());
-  EXPECT_THAT(subtrees("/stp", DataType::operational), IsEmpty());
+  EXPECT_THAT(subtrees("/stp/interfaces", DataType::operational), IsEmpty());
   ResolvedPath const path = resolve(pathFrom("/stp"));
   std::size_t const all = leavesOf(hub.snapshot(), path, rowsOf(DataType::all)).size();
   std::size_t const config = leavesOf(hub.snapshot(), path, rowsOf(DataType::config)).size();
@@ -147,6 +147,116 @@ TEST_F(GnmiGet, LeavesAreInTheOrderOfPaths) {
                           interface + "E10]/state/link-type",
                           "/stp/mstp/mst-instances/mst-instance[mst-id=20]/state/mst-id",
                           "/stp/mstp/mst-instances/mst-instance[mst-id=20]/state/bridge-priority"));
+}
+
+// With the CIST, and ports in two instances.
+class GnmiGetOfTrees : public GnmiGet {
+ protected:
+  GnmiGetOfTrees() {
+    apply(R"({"op":"set","path":["ocMstpConfig","record"],"value":{"name":"r","helloTime":2}})");
+    apply(recordIs("ocTreeConfigDir", "Cist", R"({"bridgePriority":4096})"));
+    apply(recordIs("ocTreeStateDir", "MST5", R"({"rootPort":1,"topologyChanges":3})"));
+    apply(recordIs("ocTreePortStateDir", "Cist/E1", R"({"role":0,"disputed":true})"));
+    apply(recordIs("ocTreePortCountersDir", "Cist/E1", R"({"bpduSent":18446744073709551615})"));
+    apply(recordIs("ocTreePortStateDir", "MST5/E10", R"({"role":0,"disputed":false})"));
+    apply(recordIs("ocTreePortStateDir", "MST5/E2", R"({"role":1})"));
+    apply(recordIs("ocTreePortConfigDir", "MST7/E2", R"({"portPriority":16})"));
+  }
+
+  static std::string const list;
+  static std::string const module;
+  static std::string const types;
+};
+std::string const GnmiGetOfTrees::list = "/stp/mstp/mst-instances/mst-instance";
+std::string const GnmiGetOfTrees::module = "openconfig-spanning-tree:";
+std::string const GnmiGetOfTrees::types = "openconfig-spanning-tree-types:";
+
+TEST_F(GnmiGetOfTrees, G4RootIsTheDocument) {
+  auto const root = subtreesOf(hub.snapshot(), resolve({}), rowsOf(DataType::all));
+  ASSERT_EQ(root.size(), 1U);
+  EXPECT_EQ(root[0].value.dump(2), openConfigView(targets()).dump(2));
+}
+
+TEST_F(GnmiGetOfTrees, G4EntriesOfTheOuterListHaveTheInnerOneWhole) {
+  OrderedJson const instances = openConfigView(targets()).at(
+      OrderedJson::json_pointer("/openconfig-spanning-tree:stp/mstp/mst-instances/mst-instance"));
+  auto const all = subtreesOf(hub.snapshot(), resolve(pathFrom(list)), rowsOf(DataType::all));
+  ASSERT_EQ(all.size(), 3U);  // 5, 7 and 20
+  for (std::size_t at = 0; at < all.size(); ++at) {
+    OrderedJson bare = OrderedJson::object();
+    for (auto const& [name, value] : all[at].value.items()) {
+      ASSERT_TRUE(name.starts_with(module)) << name;
+      bare[name.substr(module.size())] = value;
+    }
+    EXPECT_EQ(bare.dump(), instances.at(at).dump());
+  }
+  EXPECT_EQ(subtrees(list + "[mst-id=5]").size(), 1U);
+  EXPECT_THAT(
+      subtrees(list + "[mst-id=7]/interfaces"),
+      ElementsAre(list + "[mst-id=7]/interfaces {\"" + module +
+                  R"(interface":[{"name":"E2","config":{"name":"E2","port-priority":16}}]})"));
+}
+
+TEST_F(GnmiGetOfTrees, G4EntriesOfTheInnerListAreOnTheirOwn) {
+  std::string const state =
+      "{\"" + module + R"(name":"E2",")" + module + R"(role":")" + types + "DESIGNATED\"}";
+  std::string const other = "{\"" + module + R"(name":"E10",")" + module + R"(role":")" + types +
+                            R"(ROOT","stp-openconfig-cist:disputed":false})";
+  std::string const ports = "/interfaces/interface";
+  EXPECT_THAT(subtrees(list + ports + "/state"),
+              ElementsAre(list + "[mst-id=5]" + ports + "[name=E2]/state " + state,
+                          list + "[mst-id=5]" + ports + "[name=E10]/state " + other));
+  EXPECT_EQ(subtrees(list + "[mst-id=5]" + ports + "/state"), subtrees(list + ports + "/state"));
+  EXPECT_THAT(subtrees(list + ports + "[name=E10]/state"),
+              ElementsAre(list + "[mst-id=5]" + ports + "[name=E10]/state " + other));
+  EXPECT_THAT(subtrees(list + ports + "[name=E2]/config/name"),
+              ElementsAre(list + "[mst-id=5]" + ports + "[name=E2]/config/name \"E2\"",
+                          list + "[mst-id=7]" + ports + "[name=E2]/config/name \"E2\""));
+  EXPECT_THAT(subtrees(list + "[mst-id=5]" + ports + "[name=E2]/state"),
+              ElementsAre(list + "[mst-id=5]" + ports + "[name=E2]/state " + state));
+}
+
+TEST_F(GnmiGetOfTrees, G4NamesBelowAnotherModulesNodeAreBareButForTheFirst) {
+  EXPECT_THAT(subtrees("/stp/mstp/cist/config"),
+              ElementsAre(R"(/stp/mstp/cist/config {"stp-openconfig-cist:bridge-priority":4096})"));
+  std::string const ports =
+      R"({"interface":[{"name":"E1","config":{"name":"E1"},"state":{"name":"E1","role":")" + types +
+      R"(ROOT","disputed":true,"counters":{"bpdu-sent":"18446744073709551615"}}}]})";
+  EXPECT_THAT(
+      subtrees("/stp/mstp/cist"),
+      ElementsAre(R"(/stp/mstp/cist {"stp-openconfig-cist:config":{"bridge-priority":4096},)"
+                  R"("stp-openconfig-cist:interfaces":)" +
+                  ports + "}"));
+  EXPECT_THAT(subtrees("/stp/mstp/cist/interfaces/interface/state/counters"),
+              ElementsAre("/stp/mstp/cist/interfaces/interface[name=E1]/state/counters "
+                          R"({"stp-openconfig-cist:bpdu-sent":"18446744073709551615"})"));
+  EXPECT_THAT(subtrees("/.../bpdu-sent"),
+              ElementsAre("/stp/mstp/cist/interfaces/interface[name=E1]/state/counters/bpdu-sent "
+                          "\"18446744073709551615\""));
+}
+
+TEST_F(GnmiGetOfTrees, G2OperationalStateHasEntriesWithoutTheirConfiguration) {
+  EXPECT_THAT(subtrees(list + "[mst-id=5]/interfaces", DataType::operational),
+              ElementsAre(list + "[mst-id=5]/interfaces {\"" + module +
+                          R"(interface":[{"name":"E2","state":{"role":")" + types +
+                          R"(DESIGNATED"}},{"name":"E10","state":{"role":")" + types +
+                          R"(ROOT","stp-openconfig-cist:disputed":false}}]})"));
+  EXPECT_THAT(subtrees("/stp/mstp/mst-instances", DataType::operational),
+              ElementsAre(R"(/stp/mstp/mst-instances {")" + module +
+                          R"(mst-instance":[{"mst-id":5,"state":{"root-port":1,)"
+                          R"("topology-changes":"3"},"interfaces":{"interface":[)"
+                          R"({"name":"E2","state":{"role":")" +
+                          types + R"(DESIGNATED"}},{"name":"E10","state":{"role":")" + types +
+                          R"(ROOT","stp-openconfig-cist:disputed":false}}]}}]})"));
+}
+
+TEST_F(GnmiGetOfTrees, G3WhatIsAbsentIsNotFoundUnlessItIsAWildcard) {
+  std::string const port = "/interfaces/interface[name=E1]";
+  EXPECT_EQ(refusalOf(list + "[mst-id=5]" + port),
+            "5 " + list + "[mst-id=5]" + port + ": there is nothing now");
+  EXPECT_THAT(subtrees(list + port), IsEmpty());
+  EXPECT_EQ(refusalOf(list + "[mst-id=9]/interfaces"),
+            "5 " + list + "[mst-id=9]/interfaces: there is nothing now");
 }
 
 }  // namespace

@@ -34,6 +34,10 @@ inline std::string textOf(LeafRef const& leaf) {
   return pathText(elementsOf(leaf));
 }
 
+inline std::string valueOf(LeafRef const& leaf) {
+  return jsonOf(leaf.row().leaf->type, leaf.value()).dump();
+}
+
 /// "1000: -/stp/a, /stp/b=true, /stp/c=1 (2)", the last with two duplicates.
 inline std::string textOf(Notification const& notification) {
   std::string text = std::to_string(notification.time) + ":";
@@ -42,8 +46,7 @@ inline std::string textOf(Notification const& notification) {
     text += std::exchange(separator, ", ") + ("-" + textOf(leaf));
   }
   for (Update const& update : notification.updates) {
-    text += std::exchange(separator, ", ") + textOf(update.leaf) + "=" +
-            jsonOf(update.leaf.value()).dump();
+    text += std::exchange(separator, ", ") + textOf(update.leaf) + "=" + valueOf(update.leaf);
     if (update.duplicates > 0) {
       text += " (" + std::to_string(update.duplicates) + ")";
     }
@@ -92,7 +95,7 @@ using Leaves = std::map<std::string, std::string>;
 inline Leaves leavesIn(std::vector<LeafRef> const& leaves) {
   Leaves all;
   for (LeafRef const& leaf : leaves) {
-    all[textOf(leaf)] = jsonOf(leaf.value()).dump();
+    all[textOf(leaf)] = valueOf(leaf);
   }
   return all;
 }
@@ -105,7 +108,7 @@ class Client {
       leaves.erase(textOf(leaf));
     }
     for (Update const& update : notification.updates) {
-      leaves[textOf(update.leaf)] = jsonOf(update.leaf.value()).dump();
+      leaves[textOf(update.leaf)] = valueOf(update.leaf);
       updates += 1;
       duplicates += update.duplicates;
     }
@@ -192,6 +195,16 @@ class HubTest : public testing::Test, protected TestSession {
   }
   static std::string stateGone(std::string const& name) {
     return R"({"op":"delete","path":["ocInterfaceStateDir","state",)" + Json(name).dump() + "]}";
+  }
+
+  /// Lines that write a record of a tree or of one of its ports: "ocTreePortStateDir", "MST5/E1".
+  static std::string recordIs(std::string const& target, std::string const& key,
+                              std::string const& record) {
+    return R"({"op":"set","path":[")" + target + R"(","record",")" + key + R"("],"value":)" +
+           record + "}";
+  }
+  static std::string recordGone(std::string const& target, std::string const& key) {
+    return R"({"op":"delete","path":[")" + target + R"(","record",")" + key + "\"]}";
   }
 
   Leaves document(std::string const& path = "") {

@@ -14,47 +14,50 @@ std::string refusalOf(std::string const& path, Purpose purpose = Purpose::read) 
 }
 
 // All leaves that there can be with these keys.
-std::vector<std::vector<PathElement>> allLeaves() {
-  std::vector<std::vector<PathElement>> all;
-  for (LeafRow const& row : leafRows()) {
-    if (row.keyed == row.names.size()) {
-      all.push_back(pathOf(row, {}));
-    } else if (row.table->listKey == "name") {
-      for (char const* const name : {"E1", "E10", "a]/b c\\\xC3\xA9"}) {
-        all.push_back(pathOf(row, std::string(name)));
+struct Possible {
+  LeafRow const* row;
+  EntryKey key;
+  std::vector<PathElement> path;
+};
+std::vector<Possible> const& allLeaves() {
+  static std::vector<Possible> const all = [] {
+    std::vector<Possible> made;
+    for (LeafRow const& row : leafRows()) {
+      std::vector<EntryKey> keys{{}};
+      std::size_t list = 0;
+      for (PathStep const& step : row.steps) {
+        if (step.listKey.empty()) {
+          continue;
+        }
+        std::vector<EntryKey> further;
+        for (EntryKey key : keys) {
+          for (PlainKey const& plain :
+               step.listKey == "name" ? std::vector<PlainKey>{std::string("E1"), std::string("E10"),
+                                                              std::string("a]/b c\\\xC3\xA9")}
+                                      : std::vector<PlainKey>{std::uint64_t{1}, std::uint64_t{5},
+                                                              std::uint64_t{4094}}) {
+            key.at(list) = plain;
+            further.push_back(key);
+          }
+        }
+        ++list;
+        keys = further;
       }
-    } else {
-      for (std::uint64_t const id : {1U, 5U, 4094U}) {
-        all.push_back(pathOf(row, id));
+      for (EntryKey const& key : keys) {
+        made.push_back({&row, key, pathOf(row, key)});
       }
     }
-  }
+    return made;
+  }();
   return all;
-}
-
-EntryKey keyOf(std::vector<PathElement> const& leaf) {
-  for (PathElement const& element : leaf) {
-    for (auto const& [name, value] : element.keys) {
-      return name == "name" ? EntryKey(value) : EntryKey(std::uint64_t{std::stoull(value)});
-    }
-  }
-  return {};
-}
-
-LeafRow const& rowOf(std::vector<PathElement> const& leaf) {
-  SchemaNode const* node = &schema();
-  for (PathElement const& element : leaf) {
-    node = node->child(element.name);
-  }
-  return *node->row();
 }
 
 std::set<std::string> selectedBy(RequestPath const& path) {
   Selection const selection = resolve(path).selection;
   std::set<std::string> selected;
-  for (auto const& leaf : allLeaves()) {
-    if (selection.rows(keyOf(leaf))[rowOf(leaf).number]) {
-      selected.insert(pathText(leaf));
+  for (Possible const& leaf : allLeaves()) {
+    if (selection.rows(leaf.key)[leaf.row->number]) {
+      selected.insert(pathText(leaf.path));
     }
   }
   return selected;
@@ -76,53 +79,81 @@ TEST(GnmiPaths, P2PatternsSelectWhatPlainRulesSelect) {
     char const* path;
     std::size_t count;
   };
-  // Of 6 leaves of the bridge, 8 of each of three interfaces, 6 of each of three instances.
+  constexpr std::size_t all = 6 + 3 * 13 + 17 + 3 * 19 + 14 + 3 * 13 + 9 * 17 + 12 + 3 * 19;
+  constexpr std::size_t config = 3 + 3 * 6 + 5 + 3 * 2 + 7 + 3 * 3 + 9 * 2 + 1 + 3 * 2;
+  // Of three ports and three instances: leaves of the bridge 6 and of each interface 13; of RSTP 17
+  // and of each of its ports 19; of MSTP 14, of each instance 13 and of each of its ports 17; of
+  // the CIST 12 and of each of its ports 19.
   for (auto const& [path, count] : std::vector<Case>{
-           {"", 48},
-           {"/...", 48},
-           {"/*", 48},
-           {"/stp", 48},
-           {"/stp/*", 48},
-           {"/*/*", 48},
-           {"/.../...", 48},
+           {"", all},
+           {"/...", all},
+           {"/*", all},
+           {"/stp", all},
+           {"/stp/*", all},
+           {"/*/*", all},
+           {"/.../...", all},
            {"/stp/global", 6},
-           {"/stp/*/config", 3},
-           {"/stp/*/*/config", 12},
-           {"/stp/.../config", 24},
-           {"/.../state", 24},
-           {"/.../state/...", 24},
-           {"/.../state/*", 24},
-           {"/.../bpdu-guard", 8},
-           {"/.../*/bpdu-guard", 8},
+           {"/stp/*/config", 3 + 5 + 7},
+           {"/stp/*/*/config", 3 * 6 + 1},
+           {"/stp/*/interfaces/interface/config", 3 * 2},
+           {"/stp/.../config", config},
+           {"/.../state", all - config},
+           {"/.../state/...", all - config},
+           {"/.../state/*", all - config},
+           {"/.../bpdu-guard", 2 + 3 * 2},
+           {"/.../*/bpdu-guard", 2 + 3 * 2},
            {"/.../disabled-vlan", 2},
            {"/.../stp-openconfig-disabled-vlan:disabled-vlan", 2},
-           {"/stp/interfaces", 24},
-           {"/stp/interfaces/interface", 24},
-           {"/stp/interfaces/interface[name=*]", 24},
-           {"/stp/interfaces/interface[name=E1]", 8},
-           {"/stp/interfaces/interface[name=E1]/...", 8},
+           {"/stp/interfaces", 3 * 13},
+           {"/stp/interfaces/interface", 3 * 13},
+           {"/stp/interfaces/interface[name=*]", 3 * 13},
+           {"/stp/interfaces/interface[name=E1]", 13},
+           {"/stp/interfaces/interface[name=E1]/...", 13},
            {"/stp/interfaces/interface[name=E1]/.../name", 2},
-           {"/stp/interfaces/*[name=E1]", 8},
-           {"/stp/interfaces/*[name=E1]/state", 4},
-           {"/.../*[name=E1]/state", 4},
-           {"/.../interface[name=E1]", 8},
-           {"/.../*[mst-id=5]", 6},
+           {"/stp/interfaces/*[name=E1]", 13},
+           {"/stp/interfaces/*[name=E1]/state", 7},
+           {"/.../*[name=E1]/state", 7 + 17 + 3 * 15 + 17},
+           {"/.../interface[name=E1]", 13 + 19 + 3 * 17 + 19},
+           {"/.../*[mst-id=5]", 13 + 3 * 17},
            {"/.../mst-instance[mst-id=4094]/state/vlan", 1},
            {"/stp/interfaces/interface[name=E3]", 0},
            {"/stp/interfaces/interface[name=a\\]/b c\\\\\xC3\xA9]/config/name", 1},
-           {"/stp/interfaces/interface/*", 24},
+           {"/stp/interfaces/interface/*", 3 * 13},
            {"/stp/mstp/mst-instances/*/config/mst-id", 3},
+           {"/stp/rstp/interfaces/interface[name=E1]/state/counters", 2},
+           {"/.../counters/bpdu-sent", 3 + 3},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces", 3 * 17},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface", 3 * 17},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface[name=*]/state/"
+            "role",
+            3},
+           {"/stp/mstp/mst-instances/mst-instance/interfaces/interface[name=E1]", 3 * 17},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=*]/interfaces/interface[name=E1]/state/"
+            "role",
+            3},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=*]/interfaces/interface[name=*]", 9 * 17},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface[name=E1]", 17},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/.../name", 3 * 2},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=7]/interfaces/interface[name=E1]", 0},
+           {"/.../*[mst-id=5]/.../*[name=E1]", 17},
+           {"/.../master", 3 * 3},
+           {"/.../disputed", 3 + 3 * 3 + 3},
+           {"/.../stp-openconfig-cist:disputed", 3 + 3 * 3 + 3},
+           {"/stp/mstp/cist", 12 + 3 * 19},
+           {"/stp/mstp/stp-openconfig-cist:cist/state", 11},
+           {"/stp/mstp/cist/interfaces/interface[name=E10]/state/disputed", 1},
+           {"/stp/*/state", 3 + 12 + 7},
        }) {
     SCOPED_TRACE(path);
     RequestPath const asked = pathFrom(path);
     std::set<std::string> plain;
-    for (auto const& leaf : allLeaves()) {
-      std::vector<PathElement> bare = asked.elements;
-      for (PathElement& element : bare) {
-        element.name = element.name.substr(element.name.find(':') + 1);
-      }
-      if (selects(bare, leaf)) {
-        plain.insert(pathText(leaf));
+    std::vector<PathElement> bare = asked.elements;
+    for (PathElement& element : bare) {
+      element.name = element.name.substr(element.name.find(':') + 1);
+    }
+    for (Possible const& leaf : allLeaves()) {
+      if (selects(bare, leaf.path)) {
+        plain.insert(pathText(leaf.path));
       }
     }
     EXPECT_EQ(plain.size(), count);
@@ -131,11 +162,11 @@ TEST(GnmiPaths, P2PatternsSelectWhatPlainRulesSelect) {
 }
 
 TEST(GnmiPaths, P3PathsOfLeavesAreBareWithFullKeys) {
-  for (auto const& leaf : allLeaves()) {
-    for (PathElement const& element : leaf) {
+  for (Possible const& leaf : allLeaves()) {
+    for (PathElement const& element : leaf.path) {
       EXPECT_EQ(element.name.find(':'), std::string::npos) << element.name;
     }
-    EXPECT_EQ(pathFrom(pathText(leaf)).elements, leaf);
+    EXPECT_EQ(pathFrom(pathText(leaf.path)).elements, leaf.path);
   }
 }
 
@@ -162,7 +193,9 @@ TEST(GnmiPaths, P4OriginsAndModules) {
             selectedBy(pathFrom("/stp/interfaces/interface[name=E1]")));
   for (char const* const path :
        {"/openconfig-interfaces:stp", "/stp/global/config/openconfig-spanning-tree:disabled-vlan",
-        "/stp/global/config/stp-openconfig-disabled-vlan:bpdu-guard", "/:stp"}) {
+        "/stp/global/config/stp-openconfig-disabled-vlan:bpdu-guard", "/:stp",
+        "/stp/mstp/openconfig-spanning-tree:cist",
+        "/stp/mstp/cist/openconfig-spanning-tree:state"}) {
     EXPECT_THAT(refusalOf(path), HasSubstr("is not in the model")) << path;
   }
 }
@@ -189,6 +222,23 @@ TEST(GnmiPaths, P6WhatIsNotThereIsNamed) {
            {"/stp/interfaces/interface[name=E1]/name",
             "12 /stp/interfaces/interface[name=E1]/name: the model has it, but it is not served",
             "12 /stp/interfaces/interface[name=E1]/name: the model has it, but it is not served"},
+           {"/stp/rstp/state/hold-time",
+            "12 /stp/rstp/state/hold-time: the model has it, but it is not served",
+            "12 /stp/rstp/state/hold-time: the model has it, but it is not served"},
+           {"/stp/mstp/cist/state/hold-time",
+            "12 /stp/mstp/cist/state/hold-time: the model has it, but it is not served",
+            "12 /stp/mstp/cist/state/hold-time: the model has it, but it is not served"},
+           {"/stp/rstp/state/counters",
+            "3 /stp/rstp/state/counters: \"counters\" is not in the model",
+            "5 /stp/rstp/state/counters: \"counters\" is not in the model"},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface", "none",
+            "3 /stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface: \"interface\" "
+            "is "
+            "a list, and needs its key"},
+           {"/stp/mstp/mst-instances/mst-instance/interfaces/interface[name=E1]", "none",
+            "3 /stp/mstp/mst-instances/mst-instance/interfaces/interface[name=E1]: "
+            "\"mst-instance\" "
+            "is a list, and needs its key"},
            {"//stp", "3 //stp: \"\" is no name", "3 //stp: \"\" is no name"},
            {"/stp[name=E1]", "3 /stp[name=E1]: \"stp[name=E1]\" has a key, but is no list",
             "3 /stp[name=E1]: \"stp[name=E1]\" has a key, but is no list"},
@@ -262,18 +312,29 @@ TEST(GnmiPaths, OutermostNodesAreMeant) {
     std::vector<std::string> nodes;
     ResolvedPath const resolved = resolve(pathFrom(path));
     for (MeantNode const& node : resolved.nodes) {
-      nodes.push_back(node.node->path() + (keyText(node.key).empty() ? "" : " ") +
-                      keyText(node.key));
+      nodes.push_back(pathText(pathOf(*node.node, node.pattern)));
     }
     return nodes;
   };
-  EXPECT_THAT(meant("/..."), ElementsAre(""));
-  EXPECT_THAT(meant("/stp/*"), ElementsAre("/stp/global", "/stp/interfaces", "/stp/mstp"));
+  EXPECT_THAT(meant("/..."), ElementsAre("/"));
+  EXPECT_THAT(meant("/stp/*"),
+              ElementsAre("/stp/global", "/stp/interfaces", "/stp/rstp", "/stp/mstp"));
   EXPECT_THAT(meant("/stp/interfaces/interface[name=E1]/..."),
-              ElementsAre("/stp/interfaces/interface E1"));
+              ElementsAre("/stp/interfaces/interface[name=E1]"));
   EXPECT_THAT(meant("/.../config"),
               ElementsAre("/stp/global/config", "/stp/interfaces/interface/config",
-                          "/stp/mstp/mst-instances/mst-instance/config"));
+                          "/stp/rstp/config", "/stp/rstp/interfaces/interface/config",
+                          "/stp/mstp/config", "/stp/mstp/mst-instances/mst-instance/config",
+                          "/stp/mstp/mst-instances/mst-instance/interfaces/interface/config",
+                          "/stp/mstp/cist/config", "/stp/mstp/cist/interfaces/interface/config"));
+  EXPECT_THAT(meant("/stp/mstp/.../*[mst-id=5]/..."),
+              ElementsAre("/stp/mstp/mst-instances/mst-instance[mst-id=5]"));
+  EXPECT_THAT(meant("/stp/mstp/.../interface[name=E1]/..."),
+              ElementsAre("/stp/mstp/mst-instances/mst-instance/interfaces/interface[name=E1]",
+                          "/stp/mstp/cist/interfaces/interface[name=E1]"));
+  EXPECT_THAT(
+      meant("/.../mst-instance[mst-id=5]/.../interface[name=E1]"),
+      ElementsAre("/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface[name=E1]"));
 }
 
 TEST(GnmiPaths, WildIsWhatCanMeanSeveralThings) {
@@ -283,6 +344,10 @@ TEST(GnmiPaths, WildIsWhatCanMeanSeveralThings) {
            {"/stp/interfaces/interface", true},
            {"/stp/interfaces/interface[name=*]/state", true},
            {"/stp/interfaces/interface[name=E1]/state", false},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces", false},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface", true},
+           {"/stp/mstp/mst-instances/mst-instance/interfaces/interface[name=E1]", true},
+           {"/stp/mstp/mst-instances/mst-instance[mst-id=5]/interfaces/interface[name=E1]", false},
            {"/*", true},
            {"/...", true},
        }) {
@@ -299,12 +364,63 @@ TEST(GnmiSelection, EqualHoweverPutTogether) {
   other.add(rows("/stp/interfaces/interface[name=E1]/config/name"));
   other.add(rows("/stp/interfaces/*/config"));
   EXPECT_EQ(one, other);
-  EXPECT_EQ(one.byKey().size(), 1U);
+  EXPECT_EQ(one.byPattern().size(), 1U);
   other.add(rows("/stp/interfaces"));
   EXPECT_NE(one, other);
   EXPECT_EQ(other, rows("/stp/interfaces"));
   other.restrictTo(rowsOf(DataType::config));
   EXPECT_EQ(other, rows("/stp/interfaces/interface/config"));
+}
+
+TEST(GnmiSelection, PatternsOfNestedListsAreEqualHoweverPutTogether) {
+  std::string const list = "/stp/mstp/mst-instances/mst-instance";
+  std::vector<std::string> const paths{
+      list + "[mst-id=5]",
+      list + "[mst-id=5]/interfaces",
+      list + "[mst-id=5]/interfaces/interface[name=E1]",
+      list + "[mst-id=5]/interfaces/interface[name=E1]/state",
+      list + "[mst-id=7]/interfaces/interface[name=E1]",
+      list + "/interfaces/interface[name=E1]",
+      list + "/interfaces/interface[name=E1]/state/role",
+      list + "/interfaces/interface[name=E2]/state",
+      list + "[mst-id=7]/state",
+  };
+  // Whatever the first two are, the rest adds up to the same.
+  std::vector<Selection> sums;
+  for (std::size_t first = 0; first < paths.size(); ++first) {
+    for (std::size_t second = 0; second < paths.size(); ++second) {
+      Selection sum = resolve(pathFrom(paths[first])).selection;
+      sum.add(resolve(pathFrom(paths[second])).selection);
+      for (std::string const& path : paths) {
+        sum.add(resolve(pathFrom(path)).selection);
+      }
+      sums.push_back(std::move(sum));
+    }
+  }
+  for (Selection const& sum : sums) {
+    EXPECT_EQ(sum, sums.front());
+  }
+  // The whole of 5, E1 of all, E2's state of all, and the state of 7.
+  EXPECT_EQ(sums.front().byPattern().size(), 4U);
+  Selection all = sums.front();
+  all.add(resolve(pathFrom("/stp")).selection);
+  EXPECT_EQ(all, resolve({}).selection);
+  EXPECT_TRUE(all.byPattern().empty());
+}
+
+TEST(GnmiSelection, PatternCoversTheKeysThatItHas) {
+  using std::string;
+  EntryKey const both{std::uint64_t{5}, string("E1")};
+  EXPECT_TRUE(covers({}, {}));
+  EXPECT_TRUE(covers({}, both));
+  EXPECT_TRUE(covers({std::uint64_t{5}}, both));
+  EXPECT_TRUE(covers({PlainKey(), string("E1")}, both));
+  EXPECT_TRUE(covers(both, both));
+  EXPECT_FALSE(covers({std::uint64_t{6}}, both));
+  EXPECT_FALSE(covers({PlainKey(), string("E2")}, both));
+  EXPECT_FALSE(covers({std::uint64_t{5}, string("E2")}, both));
+  EXPECT_FALSE(covers(both, {std::uint64_t{5}}));
+  EXPECT_FALSE(covers(both, {}));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -30,8 +31,8 @@ std::set<std::string> namesIn(RowSet const& rows) {
   for (LeafRow const& row : leafRows()) {
     if (rows[row.number]) {
       std::string name;
-      for (std::string_view const part : row.names) {
-        name.append("/").append(part);
+      for (PathStep const& step : row.steps) {
+        name.append("/").append(step.name);
       }
       names.insert(name);
     }
@@ -40,20 +41,38 @@ std::set<std::string> namesIn(RowSet const& rows) {
 }
 
 TEST(GnmiRows, NodesHaveTheirTablesTogether) {
-  std::vector<std::string_view> paths;
+  struct Node {
+    std::string_view path;
+    std::size_t tables;
+    std::size_t rows;
+    std::optional<std::uint16_t> outer;
+
+    bool operator==(Node const&) const = default;
+  };
+  std::vector<Node> nodes;
   RowNumber next = 0;
   for (NodeRows const& node : nodeRows()) {
-    paths.push_back(node.path);
+    nodes.push_back({node.path, node.tables.size(), node.rows.count(), node.outer});
     EXPECT_EQ(node.first, next);
-    EXPECT_EQ(node.tables.size(), 2U);
     for (LeafRow const& row : node.leaves()) {
       EXPECT_EQ(row.number, next++);
       EXPECT_EQ(row.table->node, node.path);
     }
   }
   EXPECT_EQ(next, leafRows().size());
-  EXPECT_THAT(paths, ElementsAre("/stp/global", "/stp/interfaces/interface",
-                                 "/stp/mstp/mst-instances/mst-instance"));
+  EXPECT_EQ(
+      nodes,
+      (std::vector<Node>{
+          {"/stp/global", 2, 6, {}},
+          {"/stp/interfaces/interface[name]", 4, 13, {}},
+          {"/stp/rstp", 4, 17, {}},
+          {"/stp/rstp/interfaces/interface[name]", 3, 19, {}},
+          {"/stp/mstp", 2, 14, {}},
+          {"/stp/mstp/mst-instances/mst-instance[mst-id]", 3, 13, {}},
+          {"/stp/mstp/mst-instances/mst-instance[mst-id]/interfaces/interface[name]", 2, 17, 5},
+          {"/stp/mstp/stp-openconfig-cist:cist", 2, 12, {}},
+          {"/stp/mstp/stp-openconfig-cist:cist/interfaces/interface[name]", 3, 19, {}},
+      }));
 }
 
 TEST(GnmiRows, G2TypesPartThem) {
@@ -61,16 +80,42 @@ TEST(GnmiRows, G2TypesPartThem) {
   RowSet const state = rowsOf(DataType::state);
   EXPECT_EQ((config | state), rowsOf(DataType::all));
   EXPECT_TRUE((config & state).none());
-  EXPECT_EQ(config.count(), 10U);
+  EXPECT_EQ(config.count(), 31U);
   EXPECT_EQ(namesIn(config).count("/stp/interfaces/interface/config/name"), 1U);
-  // Every leaf of the state is configured, too.
-  EXPECT_TRUE(rowsOf(DataType::operational).none());
+  RowSet const operational = rowsOf(DataType::operational);
+  EXPECT_TRUE((operational & config).none());
+  std::set<std::string> const names = namesIn(operational);
+  EXPECT_EQ(names.count("/stp/rstp/state/bridge-priority"), 0U);
+  EXPECT_EQ(names.count("/stp/rstp/state/bridge-address"), 1U);
+  EXPECT_EQ(names.count("/stp/rstp/interfaces/interface/state/port-priority"), 0U);
+  EXPECT_EQ(names.count("/stp/rstp/interfaces/interface/state/cost"), 1U);
+  EXPECT_EQ(names.count("/stp/rstp/interfaces/interface/state/counters/bpdu-sent"), 1U);
+  EXPECT_EQ(names.count("/stp/interfaces/interface/state/bpdu-guard-error"), 1U);
+  // Of RSTP and its ports 7 and 15, of instances and their ports 7 and 13, of the CIST and its
+  // ports 10 and 15, and an interface's trouble.
+  EXPECT_EQ(names.size(), 68U);
+}
+
+TEST(GnmiRows, S10CountersAreThoseOfThePackets) {
+  std::string const counters = "/interfaces/interface/state/counters/bpdu-";
+  EXPECT_EQ(namesIn(counterRows()),
+            (std::set<std::string>{
+                "/stp/rstp" + counters + "sent", "/stp/rstp" + counters + "received",
+                "/stp/mstp/cist" + counters + "sent", "/stp/mstp/cist" + counters + "received"}));
 }
 
 TEST(GnmiModels, G5EachHasItsRows) {
   auto const rows = [](std::vector<ModelName> const& models) { return rowsOf(models); };
   EXPECT_EQ(rows({}), rowsOf(DataType::all));
-  EXPECT_EQ(rows({{"openconfig-spanning-tree", "", ""}}).count(), leafRows().size() - 2);
+  auto const cist = rows({{"stp-openconfig-cist", "StpOpenConfig project", "0.1.0"}});
+  EXPECT_EQ(rows({{"openconfig-spanning-tree", "", ""}}).count(),
+            leafRows().size() - 2 - cist.count());
+  std::set<std::string> const ofCist = namesIn(cist);
+  EXPECT_EQ(ofCist.count("/stp/mstp/cist/state/bridge-priority"), 1U);
+  EXPECT_EQ(ofCist.count("/stp/rstp/interfaces/interface/state/disputed"), 1U);
+  EXPECT_EQ(ofCist.count("/stp/rstp/interfaces/interface/state/role"), 0U);
+  // Of the CIST and its ports 12 and 19, of RSTP's ports 1, of instances' 2, of interfaces 1.
+  EXPECT_EQ(ofCist.size(), 35U);
   EXPECT_EQ(namesIn(rows({{"stp-openconfig-disabled-vlan", "StpOpenConfig project", "0.1.0"}})),
             (std::set<std::string>{"/stp/global/config/disabled-vlan",
                                    "/stp/global/state/disabled-vlan"}));
@@ -112,16 +157,22 @@ void expectModule(Model const& model, std::filesystem::path const& folder) {
   EXPECT_EQ(statement(text, "organization"), model.organization);
 }
 
-TEST(GnmiModels, OursSaysWhatItsModuleSays) {
-  expectModule(models().back(), STP_YANG_DIR);
+TEST(GnmiModels, OursAreAllOfOurModulesAndSayWhatTheseSay) {
+  std::size_t files = 0;
+  for (auto const& file : std::filesystem::directory_iterator(STP_YANG_DIR)) {
+    files += file.path().extension() == ".yang" ? 1 : 0;
+  }
+  EXPECT_EQ(models().size(), 2 + files);
+  for (Model const& model : models().subspan(2)) {
+    expectModule(model, STP_YANG_DIR);
+  }
 }
 
 // The schema as yanglint draws it: paths of all nodes, each with the name of its key if it is a
 // list.
 std::map<std::string, std::string> nodesOf(std::string const& models) {
-  std::string const command =
-      "yanglint -f tree -p '" + models + "' -p '" STP_YANG_DIR "' '" + models +
-      "/openconfig-spanning-tree.yang' '" STP_YANG_DIR "/stp-openconfig-disabled-vlan.yang'";
+  std::string const command = "yanglint -f tree -p '" + models + "' -p '" STP_YANG_DIR "' '" +
+                              models + "/openconfig-spanning-tree.yang' '" STP_YANG_DIR "'/*.yang";
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> const output(::popen(command.c_str(), "r"),
                                                                &::pclose);
   std::map<std::string, std::string> nodes;
@@ -147,7 +198,7 @@ std::map<std::string, std::string> nodesOf(std::string const& models) {
 
 void addNodes(SchemaNode const& node, std::map<std::string, std::string>& to) {
   for (auto const& child : node.children()) {
-    to[child->path()] = child->listKey();
+    to[child->path()] = child->step().listKey;
     addNodes(*child, to);
   }
 }
@@ -166,20 +217,47 @@ TEST(GnmiSchema, P6HasTheNodesOfThePublicModelAndNoOthers) {
   expectModule(models()[1], folder);
 }
 
+TEST(GnmiSchema, ModulesAreThoseOfTheNodes) {
+  auto const moduleOf = [](std::vector<std::string_view> const& names) {
+    SchemaNode const* node = &schema();
+    for (std::string_view const name : names) {
+      node = node->child(name);
+    }
+    return std::string(node->module());
+  };
+  EXPECT_EQ(moduleOf({"stp", "mstp"}), "openconfig-spanning-tree");
+  EXPECT_EQ(moduleOf({"stp", "mstp", "cist"}), "stp-openconfig-cist");
+  EXPECT_EQ(moduleOf({"stp", "mstp", "cist", "interfaces", "interface", "state", "role"}),
+            "stp-openconfig-cist");
+  EXPECT_EQ(moduleOf({"stp", "mstp", "cist", "state", "hold-time"}), "stp-openconfig-cist");
+  EXPECT_EQ(moduleOf({"stp", "rstp", "interfaces", "interface", "state", "disputed"}),
+            "stp-openconfig-cist");
+}
+
+TEST(GnmiSchema, ListsAreCountedFromTheRoot) {
+  SchemaNode const& instances = *schema().child("stp")->child("mstp")->child("mst-instances");
+  SchemaNode const& instance = *instances.child("mst-instance");
+  EXPECT_EQ(instances.lists(), 0U);
+  EXPECT_EQ(instance.lists(), 1U);
+  EXPECT_EQ(instance.child("interfaces")->lists(), 1U);
+  EXPECT_EQ(instance.child("interfaces")->child("interface")->child("state")->lists(), 2U);
+}
+
 TEST(GnmiSchema, ServedLeavesHaveTheirRows) {
   std::size_t leaves = 0;
   for (LeafRow const& row : leafRows()) {
     SchemaNode const* node = &schema();
-    for (std::string_view const name : row.names) {
-      node = node->child(name);
-      ASSERT_NE(node, nullptr) << name;
+    for (PathStep const& step : row.steps) {
+      node = node->child(step.name);
+      ASSERT_NE(node, nullptr) << step.name;
       EXPECT_TRUE(node->rows()[row.number]);
+      EXPECT_EQ(node->step(), step);
     }
     EXPECT_EQ(node->row(), &row);
-    EXPECT_EQ(node->module(), row.module);
+    EXPECT_EQ(node->module(), row.module());
     ++leaves;
   }
-  EXPECT_EQ(leaves, 20U);
+  EXPECT_EQ(leaves, 130U);
   EXPECT_EQ(schema().rows(), rowsOf(DataType::all));
 }
 

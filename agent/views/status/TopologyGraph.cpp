@@ -20,7 +20,7 @@ constexpr std::string_view opening = R"(graph topology {
 )";
 
 // As Graphviz takes it, whatever is in it; a line feed begins a new line.
-std::string quoted(std::string_view text) {
+std::string dotText(std::string_view text) {
   std::string result = "\"";
   for (char const c : text) {
     if (c == '"' || c == '\\') {
@@ -40,8 +40,8 @@ class TreeGraph {
  public:
   TreeGraph(std::string_view bridge, BridgeStatus const& status, TreeStatus const& tree)
       : status_(status), tree_(tree), name_(textOf(tree.state.tree)) {
-    text_.append("  subgraph ").append(quoted("cluster " + name_)).append(" {\n");
-    text_.append("    label=").append(quoted(name_)).append(";\n");
+    text_.append("  subgraph ").append(dotText("cluster " + name_)).append(" {\n");
+    text_.append("    label=").append(dotText(name_)).append(";\n");
     addSelf(bridge);
     for (Stp::OCTreePortState const& port : tree_.ports) {
       addPort(port);
@@ -53,7 +53,7 @@ class TreeGraph {
 
  private:
   // The name of a node: nodes of two trees are two.
-  std::string node(std::string const& what) const { return quoted(name_ + " " + what); }
+  std::string node(std::string const& what) const { return dotText(name_ + " " + what); }
   std::string self() const { return node("bridge"); }
 
   // The root has a double border.
@@ -67,7 +67,7 @@ class TreeGraph {
     std::optional<Stp::BridgeId> const& own = tree_.state.bridge;
     std::string const label =
         Programs::printable(name) + (own ? "\n" + bridgeText(*own) : std::string());
-    text_.append("    ").append(self()).append(" [label=").append(quoted(label));
+    text_.append("    ").append(self()).append(" [label=").append(dotText(label));
     text_.append(R"(, style="rounded,filled", fillcolor="#cfe2f3")").append(border(own));
     text_ += "];\n";
   }
@@ -76,7 +76,7 @@ class TreeGraph {
   std::string bridgeNode(Stp::BridgeId bridge) {
     std::string const name = node(textOf(bridge));
     if (added_.insert(name).second) {
-      text_.append("    ").append(name).append(" [label=").append(quoted(bridgeText(bridge)));
+      text_.append("    ").append(name).append(" [label=").append(dotText(bridgeText(bridge)));
       text_.append(border(bridge)).append("];\n");
     }
     return name;
@@ -100,9 +100,9 @@ class TreeGraph {
                              port.designatedBridge != tree_.state.bridge;
     std::string const end = isElsewhere ? bridgeNode(*port.designatedBridge) : segmentNode(port);
     text_.append("    ").append(self()).append(" -- ").append(end);
-    text_.append(" [label=").append(quoted(labelOf(port)));
+    text_.append(" [label=").append(dotText(labelOf(port)));
     if (isElsewhere && port.designatedPort) {
-      text_.append(", headlabel=").append(quoted(textOf(*port.designatedPort)));
+      text_.append(", headlabel=").append(dotText(textOf(*port.designatedPort)));
     }
     text_.append(styleOf(port)).append("];\n");
     if (isElsewhere && port.designatedRoot) {

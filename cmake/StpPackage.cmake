@@ -59,7 +59,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "spanning-tree state in OpenConfig shape: development
 ${about}
 .
-This package holds the headers, the CMake package and the pkg-config file.")
+This package holds the headers, the CMake package and the pkg-config files.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_DEBIAN_AGENT_PACKAGE_NAME stp-openconfig-agent)
 set(CPACK_DEBIAN_AGENT_PACKAGE_SECTION net)
@@ -71,6 +71,6 @@ set(CPACK_COMPONENT_AGENT_DESCRIPTION "spanning-tree state in OpenConfig shape: 
 ${about}
 .
 This package holds the agent, which follows a running MSTP engine, the reader
-of its fast trace, and the YANG module.")
+of its fast trace, and the YANG modules.")
 set(CPACK_COMPONENT_AGENT_DEPENDS runtime)
 include(CPack)

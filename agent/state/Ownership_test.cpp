@@ -31,7 +31,7 @@ EngineSnapshot withPorts(std::vector<Lumo::String> const& names) {
   EngineSnapshot snapshot;
   snapshot.activeProtocol = snapshot.mode = Stp::Mode::rstp;
   for (Lumo::String const& name : names) {
-    snapshot.ports.push_back({.name = name});
+    snapshot.ports.emplace_back().name = name;
   }
   return snapshot;
 }

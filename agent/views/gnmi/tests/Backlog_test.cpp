@@ -21,7 +21,7 @@ class GnmiBacklog : public testing::Test {
                               ->child("mst-id")
                               ->row();
     auto const entry = std::make_shared<Entry const>(Entry{
-        row.node, id, {{row.number, std::make_shared<LeafValue const>(id), created, created}}});
+        row.node, {id}, {{row.number, std::make_shared<LeafValue const>(id), created, created}}});
     return {entry, entry->leaves[0]};
   }
   void updated(Nanoseconds time, LeafRef const& which, std::uint32_t duplicates = 0) {

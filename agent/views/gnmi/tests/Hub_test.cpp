@@ -262,8 +262,8 @@ TEST_F(GnmiHub, SnapshotsStayWhatTheyAre) {
             "\"openconfig-spanning-tree-types:EDGE_ENABLE\"");
   // What did not change is shared.
   EXPECT_EQ(before.find(0, {}), after.find(0, {}));
-  EXPECT_NE(before.find(1, std::string("E1")), after.find(1, std::string("E1")));
-  EXPECT_EQ(before.find(1, std::string("E2")), nullptr);
+  EXPECT_NE(before.find(1, {"E1"}), after.find(1, {"E1"}));
+  EXPECT_EQ(before.find(1, {"E2"}), nullptr);
 }
 
 }  // namespace

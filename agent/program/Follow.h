@@ -18,7 +18,7 @@ struct Following {
   std::string bridge;
   /// From one look at the engine to the next; positive.
   std::chrono::nanoseconds interval = std::chrono::seconds(1);
-  /// From one look at what is looked at less often to the next; positive.
+  /// From one look at counters to the next (SeldomAsked.h); positive.
   std::chrono::nanoseconds slowInterval = SeldomAsked::usualInterval;
   /// The engine's control program.
   std::string program = "mstpctl";

@@ -253,9 +253,7 @@ int follow(Words const& words) {
   CLI::App command("Applies what changes in a running engine, until it is interrupted.",
                    "stp-openconfig-agent follow");
   addEngine(command, following, seconds);
-  command
-      .add_option("--slow-interval", slowSeconds,
-                  "The same for counters, and ports of MST instances without a sign of a change")
+  command.add_option("--slow-interval", slowSeconds, "The same for counters")
       ->check(wrongInterval)
       ->type_name("SECONDS")
       ->capture_default_str();

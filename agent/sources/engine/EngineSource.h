@@ -45,8 +45,7 @@ class EngineSource {
   static constexpr std::chrono::seconds lasting{1};
   static constexpr int fewAttempts = 5;
 
-  /// `program` as EngineProcess takes it. What is asked seldom is so at least every
-  /// `slowInterval`.
+  /// `program` as EngineProcess takes it; `slowInterval` as SeldomAsked does.
   EngineSource(Loop& loop, std::string program, std::string bridge,
                Loop::Clock::duration slowInterval = SeldomAsked::usualInterval);
 

@@ -84,13 +84,14 @@ std::vector<TreePortPair> SeldomAsked::due(EngineSnapshot& snapshot, Time now, b
                           *before != alike);
   }
 
+  bool const isAllDue = isAll || (isOver(now) && untilAll_ == 0);
   std::vector<TreePortPair> pairs;
   for (Tree const& tree : snapshot.trees) {
     if (tree.id == 0) {
       continue;
     }
     Tree const* const before = find(trees_, tree.id);
-    bool const isWhole = isAll || isOver(now) || before == nullptr || !isSame(*before, tree);
+    bool const isWhole = isAllDue || before == nullptr || !isSame(*before, tree);
     Finder portsInTreeBefore(portsOf(before));
     for (std::size_t at = 0; at < snapshot.ports.size(); ++at) {
       auto const& name = snapshot.ports[at].name;
@@ -124,6 +125,7 @@ void SeldomAsked::complete(EngineSnapshot& snapshot, Time asked) {
   trees_ = snapshot.trees;
   if (isOver(asked)) {
     over_ = asked + interval_;
+    untilAll_ = (untilAll_ + intervalsOfAll - 1) % intervalsOfAll;
   }
 }
 

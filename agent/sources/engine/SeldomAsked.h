@@ -3,7 +3,7 @@
 // There is a question for each port and MST instance: many times as many as all others together,
 // about what seldom changes and then seldom alone. So they are asked where something else tells of
 // a change (what is said of the port or of the instance), where a port has not come to rest, after
-// an event, and otherwise after an interval. The same interval holds for counters: they come with
+// an event, and otherwise after a few intervals. The interval is that of counters, which come with
 // every answer, and change with nearly each.
 #pragma once
 
@@ -24,6 +24,9 @@ class SeldomAsked {
 
   static constexpr std::chrono::seconds usualInterval{10};
 
+  /// After so many of them all is asked.
+  static constexpr int intervalsOfAll = 3;
+
   explicit SeldomAsked(Duration interval) : interval_(interval) {}
 
   /// What is to be asked beside the questions that are always asked, which were so at `now` and
@@ -40,6 +43,7 @@ class SeldomAsked {
 
   Duration interval_;
   std::optional<Time> over_;  // when the interval is; absent before the first snapshot
+  int untilAll_ = 0;          // so many further ones until all is asked
   std::vector<EngineSnapshot::Port> ports_;
   std::vector<EngineSnapshot::Tree> trees_;
 };

@@ -86,9 +86,9 @@ TEST_F(ObjectTree, EntityThatLeftTheDatabaseIsNoneOfIts) {
 }
 
 TEST_F(ObjectTree, AllocationsAreCountedByClass) {
-  EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm       | 0    | "));
+  EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm             | 0    | "));
   start("OCGlobalConfigSm");
-  EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm       | 1    | "));
+  EXPECT_THAT(allocationTable(), HasSubstr("| Stp::OCGlobalConfigSm             | 1    | "));
 }
 
 TEST(TextTable, ColumnsAreAsWideAsTheirWidestCell) {

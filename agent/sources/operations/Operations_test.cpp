@@ -133,7 +133,7 @@ TEST_F(OperationNotation, TextsAreShownWholeUpToALength) {
 
 class OperationOnTheMirror : public SessionTest {
  protected:
-  // Whether each of the seven exists, in their order.
+  // Whether each of the ten exists, in their order.
   std::string objects() const {
     std::string present;
     for (TopLevelClass const& topLevel : topLevelClasses) {
@@ -144,7 +144,7 @@ class OperationOnTheMirror : public SessionTest {
 };
 
 TEST_F(OperationOnTheMirror, NothingExistsBeforeItIsStarted) {
-  EXPECT_EQ(objects(), "0000000");
+  EXPECT_EQ(objects(), "0000000000");
   apply(R"({"op":"set","path":["input","mode"],"value":3})");
   EXPECT_EQ(printed(), std::vector<std::string>());
 }
@@ -153,25 +153,26 @@ TEST_F(OperationOnTheMirror, EachObjectStartsAndStopsByItsName) {
   std::vector<std::string> const names{"OCGlobalConfigSm",      "OCGlobalStateSm",
                                        "OCGlobalVlanSyncher",   "OCInterfaceConfigDirSm",
                                        "OCInterfaceStateDirSm", "OCMstpConfigWrapperSm",
-                                       "OCMstpMainStateSm"};
+                                       "OCMstpMainStateSm",     "OCProtocolParametersSm",
+                                       "OCTreeDirSm",           "OCProtectionDirSm"};
   for (std::size_t at = 0; at < names.size(); ++at) {
-    std::string expected = "0000000";
+    std::string expected = "0000000000";
     expected[at] = '1';
     apply(R"({"op":"start","object":")" + names[at] + "\"}");
     EXPECT_EQ(objects(), expected);
     apply(R"({"op":"stop","object":")" + names[at] + "\"}");
-    EXPECT_EQ(objects(), "0000000");
+    EXPECT_EQ(objects(), "0000000000");
   }
 }
 
 TEST_F(OperationOnTheMirror, AllStartAndStopTogether) {
   apply(R"({"op":"start"})");
-  EXPECT_EQ(objects(), "1111111");
+  EXPECT_EQ(objects(), "1111111111");
   apply(R"({"op":"stop","object":"OCGlobalStateSm"})");
-  EXPECT_EQ(objects(), "1011111");
+  EXPECT_EQ(objects(), "1011111111");
   apply(R"({"op":"stop","object":"OCGlobalStateSm"})");
   apply(R"({"op":"stop"})");
-  EXPECT_EQ(objects(), "0000000");
+  EXPECT_EQ(objects(), "0000000000");
   apply(R"({"op":"stop"})");
 }
 

@@ -11,14 +11,11 @@
 #include <string>
 #include <vector>
 
+#include "FollowTestSupport.h"
 #include "Process.h"
 
 namespace Test {
 namespace {
-
-std::string capture(char const* name) {
-  return std::string(STP_CAPTURES_DIR) + "/" + name;
-}
 
 std::vector<std::string> replayOf(std::vector<std::string> const& folders) {
   std::vector<std::string> arguments{"replay", "--bridge", "br0", "--show", "entities"};
@@ -90,8 +87,8 @@ TEST(Replay, RefusedSnapshotLeavesWhatWasThere) {
   EXPECT_THAT(outcome.err,
               testing::MatchesRegex(folder.path("cut") + "/showportdetail.json: [^\n]+\n" +
                                     missing + "/showbridge.json: [^\n]+\n"));
-  EXPECT_EQ(outcome.out,
-            runAgent(replayOf({capture("01-converged"), capture("02-admin-edge")})).out);
+  EXPECT_EQ(timeless(outcome.out),
+            timeless(runAgent(replayOf({capture("01-converged"), capture("02-admin-edge")})).out));
 }
 
 TEST(Replay, StringThatIsNotUtf8IsReportedWithItsFile) {
@@ -102,12 +99,16 @@ TEST(Replay, StringThatIsNotUtf8IsReportedWithItsFile) {
   std::string text(std::istreambuf_iterator<char>(stream), {});
   text.replace(text.find("campus-west"), 11, "campus-w\xE4st");
   folder.file("latin/showmstconfid.json", text);
+  std::string const readable = "campus-w\xEF\xBF\xBDst";
   Outcome const outcome = runAgent(replayOf({latin}));
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, latin +
                              "/showmstconfid.json: member \"configuration-name\" is not UTF-8, "
-                             "shown as \"campus-w\xEF\xBF\xBDst\"\n");
-  EXPECT_EQ(outcome.out, runAgent(replayOf({capture("01-converged")})).out);
+                             "shown as \"" +
+                             readable + "\"\n");
+  std::string const plain = runAgent(replayOf({capture("01-converged")})).out;
+  EXPECT_EQ(timeless(outcome.out),
+            timeless(std::regex_replace(plain, std::regex("campus-west"), readable)));
 }
 
 TEST(Replay, AnotherBridgeIsRefused) {

@@ -9,7 +9,7 @@
 
 #include "Format.h"
 #include "agent/text/Identifiers.h"
-#include "agent/views/document/DocumentBuilder.h"
+#include "agent/views/document/EntryKey.h"
 
 namespace Agent {
 

@@ -19,7 +19,7 @@ constexpr std::string_view heading = "\033[1m";
 constexpr std::string_view trouble = "\033[31m";
 constexpr std::string_view blocked = "\033[33m";
 constexpr std::string_view unused = "\033[2m";
-constexpr std::string_view plain = "";
+constexpr std::string_view plain;
 constexpr std::string_view nothing = "-";
 
 std::string shown(std::string const& text) {
@@ -267,6 +267,7 @@ class Screen {
 
   void addTable(std::vector<Row> const& rows) {
     std::vector<std::vector<std::string>> cells;
+    cells.reserve(rows.size());
     for (Row const& row : rows) {
       cells.push_back(row.cells);
     }

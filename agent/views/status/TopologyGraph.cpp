@@ -74,7 +74,7 @@ class TreeGraph {
 
   // Another bridge, once.
   std::string bridgeNode(Stp::BridgeId bridge) {
-    std::string const name = node(textOf(bridge));
+    std::string name = node(textOf(bridge));
     if (added_.insert(name).second) {
       text_.append("    ").append(name).append(" [label=").append(dotText(bridgeText(bridge)));
       text_.append(border(bridge)).append("];\n");
@@ -87,7 +87,7 @@ class TreeGraph {
   std::string segmentNode(Stp::OCTreePortState const& port) {
     bool const isAnothers = roleOf(port) == "backup" && port.designatedPort;
     std::optional<Stp::PortId> const& id = isAnothers ? port.designatedPort : port.port;
-    std::string const name =
+    std::string name =
         node(id ? "segment " + textOf(*id) : "port " + port.id.port.stringValue().toString());
     if (added_.insert(name).second) {
       text_.append("    ").append(name).append(" [shape=point];\n");

@@ -1,6 +1,6 @@
 #include "Plain.h"
 
-#include <algorithm>
+#include <unordered_map>
 
 namespace Harness {
 
@@ -33,6 +33,12 @@ void leavesAdd(Leaves& to, OrderedJson const& node, std::vector<PathElement> con
   }
 }
 
+// Which leaves a path selects, as far as that was asked: it is asked again and again.
+std::unordered_map<std::string, bool>& knownTo(RequestPath const& path) {
+  static std::unordered_map<std::string, std::unordered_map<std::string, bool>> all;
+  return all[Agent::Gnmi::pathText(path.elements)];
+}
+
 }  // namespace
 
 Leaves leavesOf(OrderedJson const& document) {
@@ -43,12 +49,17 @@ Leaves leavesOf(OrderedJson const& document) {
 
 Leaves selected(Leaves const& leaves, std::vector<RequestPath> const& paths) {
   Leaves found;
-  for (auto const& [text, value] : leaves) {
-    std::vector<PathElement> const leaf = Agent::Gnmi::pathFrom(text).elements;
-    if (std::ranges::any_of(paths, [&](RequestPath const& path) {
-          return Agent::Gnmi::selects(path.elements, leaf);
-        })) {
-      found[text] = value;
+  for (RequestPath const& path : paths) {
+    auto& known = knownTo(path);
+    for (auto const& leaf : leaves) {
+      auto [isSelected, isNew] = known.try_emplace(leaf.first);
+      if (isNew) {
+        auto const elements = Agent::Gnmi::pathFrom(leaf.first).elements;
+        isSelected->second = Agent::Gnmi::selects(path.elements, elements);
+      }
+      if (isSelected->second) {
+        found.insert(leaf);
+      }
     }
   }
   return found;

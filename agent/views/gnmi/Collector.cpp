@@ -5,7 +5,6 @@
 #include <memory>
 #include <string_view>
 #include <tuple>
-#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -39,19 +38,19 @@ std::size_t recordTypeOf(std::string_view target) {
   return static_cast<std::size_t>(std::ranges::find(names, target) - names.begin());
 }
 
-// What a key is known by among those of one node.
+// What a key is known by among those of one node: the bridge's own, of which there is one, by 0.
 std::uint64_t number(Key const& key) {
-  return std::visit(
-      [](auto const& of) -> std::uint64_t {
-        if constexpr (requires { of.value(); }) {
-          return of.value();
-        } else if constexpr (std::is_integral_v<std::remove_cvref_t<decltype(of)>>) {
-          return of;
-        } else {
-          return 0;
-        }
-      },
-      key);
+  if (auto const* const port = std::get_if<Lanx::IntfId>(&key)) {
+    return port->value();
+  }
+  if (auto const* const treePort = std::get_if<Stp::TreePortId>(&key)) {
+    return treePort->value();
+  }
+  if (auto const* const tree = std::get_if<Stp::TreeId>(&key)) {
+    return tree->kind() == Stp::TreeId::Kind::mst ? tree->value() : 0;
+  }
+  auto const* const id = std::get_if<std::uint16_t>(&key);
+  return id == nullptr ? 0 : *id;
 }
 
 // The key of the entry in whose lists that of a key is.

@@ -217,7 +217,7 @@ TEST_F(GnmiSampling, S10TargetDefinedIsOnChange) {
 TEST_F(GnmiSampling, S10CountersAreSampledWhereTheTargetDefines) {
   SubscribeLimits limits;
   limits.counters = resolve(pathFrom("/.../bridge-priority")).selection.everywhere();
-  SubscribeRequest const request = streamOf({"/stp/mstp"}, PathMode::targetDefined);
+  SubscribeRequest const request = streamOf({"/stp"}, PathMode::targetDefined);
   auto const planned = [&] { return planOf(request, limits); };
   ASSERT_THAT(planned().samplings, SizeIs(1));
   EXPECT_EQ(planned().samplings[0].interval, 10s);

@@ -330,7 +330,8 @@ TEST_F(GnmiStream, S14OverlappingPathsGiveEachLeafOnce) {
 
 TEST_F(GnmiStream, EqualFiltersShareOneObject) {
   auto const one = subscribe({"/stp/interfaces"});
-  auto const other = subscribe({"/stp/interfaces/interface[name=E1]", "/.../interface/*"});
+  auto const other =
+      subscribe({"/stp/interfaces/interface[name=E1]", "/stp/interfaces/interface/*"});
   auto const third = subscribe({"/stp/global"});
   for (auto const& stream : {one, other, third}) {
     taken(*stream);

@@ -212,6 +212,22 @@ TEST_F(GnmiCollector, WhatIsNoListGoesWithItsLastLeaf) {
   EXPECT_THAT(taken(*stream), ElementsAre("6000: " + path + "bridge-priority=0"));
 }
 
+TEST_F(GnmiCollector, RecordsUnderDifferentKeysAreOneEntryOfTheModel) {
+  apply(R"({"op":"set","path":["ocRstpConfig","record"],"value":{"helloTime":2}})");
+  apply(recordIs("ocTreeConfigDir", "Rst", R"({"bridgePriority":4096})"));
+  apply(R"({"op":"create","path":["ocMstiConfigDir","mstInstance",5]})");
+  apply(recordIs("ocTreeStateDir", "MST5", R"({"rootPort":0})"));
+  Hub other({}, time.clocks());
+  Collector const collecting(session.observed(), other);
+  for (char const* const path : {"/stp/rstp", "/stp/mstp/mst-instances/mst-instance"}) {
+    auto const leaves = other.snapshot().leaves(resolve(pathFrom(path)).selection);
+    ASSERT_GE(leaves.size(), 2U) << path;
+    for (LeafRef const& leaf : leaves) {
+      EXPECT_EQ(&leaf.entry(), &leaves.front().entry()) << textOf(leaf);
+    }
+  }
+}
+
 TEST_F(GnmiCollector, SubscriptionsToNestedListsAreToldTheirs) {
   std::string const list = "/stp/mstp/mst-instances/mst-instance";
   std::string const role = "/state/role";

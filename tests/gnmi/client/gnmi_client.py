@@ -252,6 +252,20 @@ class Client:
             **{"encoding": gnmi.PROTO, **members}))
 
 
+def timeless(value):
+    """A document, or values by path, without the times of the last topology changes: each agent
+    reckons them from its own start."""
+    name = "last-topology-change"
+    if isinstance(value, dict):
+        return {key: timeless(member) for key, member in value.items() if not key.endswith(name)}
+    return [timeless(entry) for entry in value] if isinstance(value, list) else value
+
+
+def uncounted(values):
+    """Values by path without counters, which a subscriber has by samples."""
+    return {text: value for text, value in values.items() if "/counters/" not in text}
+
+
 def fold(state, notification):
     """Has a notification take effect on what is known, path by path."""
     for gone in notification.delete:

@@ -42,7 +42,7 @@ Paths containers() {
     std::string const path = table.path(table.leaves.front());
     all.push_back(path.substr(0, path.rfind('/')));
   }
-  all.erase(std::ranges::unique(all).begin(), all.end());
+  all.erase(std::unique(all.begin(), all.end()), all.end());
   return all;
 }
 

@@ -148,8 +148,7 @@ Snapshot::Entries Snapshot::withPatterns(Selection const& selection, std::size_t
   }
   auto const isLess = [](EntryPtr const& a, EntryPtr const& b) { return entryLess(*a, *b); };
   std::ranges::sort(entries, isLess);
-  auto const again = std::ranges::unique(entries);
-  entries.erase(again.begin(), again.end());
+  entries.erase(std::unique(entries.begin(), entries.end()), entries.end());
   return entries;
 }
 

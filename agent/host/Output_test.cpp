@@ -85,8 +85,9 @@ class OutputTest : public testing::TestWithParam<Kind> {
     bool isOver = false;
     auto const limit = loop.after(milliseconds(200), [&isOver] { isOver = true; });
     int turns = 0;
-    for (; !isOver; ++turns) {
+    while (!isOver) {
       loop.turn();
+      ++turns;
     }
     return turns;
   }

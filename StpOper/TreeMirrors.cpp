@@ -28,7 +28,7 @@ Lumo::Ptr<TreeScope> scopeOf(Mode mode, Lumo::String const& treeName, bool runni
     Lumo::RangeException::throwException("the configured protocol has no tree " +
                                          treeName.toString());
   }
-  auto const scope = Lumo::make<TreeScope>();
+  auto scope = Lumo::make<TreeScope>();
   scope->valueIs<TreeScope::Id::tree, &TreeScopeTold::tree>(*tree);
   scope->valueIs<TreeScope::Id::running, &TreeScopeTold::running>(running);
   return scope;

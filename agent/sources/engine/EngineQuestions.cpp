@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace Agent {
 
@@ -74,10 +75,14 @@ std::vector<EngineQuestion> treePortQuestions(std::string const& bridge,
   for (TreePortPair const& pair : pairs) {
     std::string const port = pair.port.toString();
     std::string const id = std::to_string(pair.tree);
-    questions.push_back(
-        {"showtreeport " + bridge + " " + port + " " + id,
-         "showtreeport-" + port + "-" + id + ".json",
-         R"({"port":")" + port + R"(","bridge":")" + bridge + R"(","mstid":")" + id + "\""});
+    std::string command = "showtreeport ";
+    command.append(bridge).append(" ").append(port).append(" ").append(id);
+    std::string file = "showtreeport-";
+    file.append(port).append("-").append(id).append(".json");
+    std::string opening = R"({"port":")";
+    opening.append(port).append(R"(","bridge":")").append(bridge);
+    opening.append(R"(","mstid":")").append(id).append("\"");
+    questions.push_back({std::move(command), std::move(file), std::move(opening)});
   }
   questions.push_back(listQuestion(bridge));
   return questions;

@@ -16,10 +16,11 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 
 add_library(StpOptions INTERFACE)
 target_compile_options(StpOptions INTERFACE -Wall -Wextra -Wpedantic)
-# At -O3, GCC 12 takes strings that are joined for copies that overlap or overflow.
+# At -O3, GCC 12 takes strings that are joined for copies that overlap or overflow, and what an optional
+# or a variant does not hold for read.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(StpOptions INTERFACE
-                         "$<$<CONFIG:Release>:-Wno-restrict;-Wno-array-bounds>")
+                         "$<$<CONFIG:Release>:-Wno-restrict;-Wno-array-bounds;-Wno-maybe-uninitialized>")
 endif()
 # A library calls its own functions directly, and may inline them, although they are exported.
 target_compile_options(StpOptions INTERFACE -fno-semantic-interposition)

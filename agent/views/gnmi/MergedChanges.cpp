@@ -7,7 +7,8 @@ namespace Agent::Gnmi {
 namespace {
 
 void merge(ChangedEntry& waiting, ChangedEntry& next) {
-  for (RowNumber row = 0; row < next.updates.size(); ++row) {
+  for (LeafRow const& leafRow : leafRows()) {
+    RowNumber const row = leafRow.number;
     if (next.deletes[row]) {
       waiting.updates.reset(row);
       waiting.skipped.erase(row);

@@ -31,7 +31,8 @@ void Selection::add(RowSet const& rows, EntryKey const& pattern) {
     }
   }
   std::erase_if(byPattern_, [](auto const& entry) { return entry.second.none(); });
-  (pattern == EntryKey() ? everywhere_ : byPattern_[pattern]) |= further;
+  bool const saysAKey = std::ranges::any_of(pattern, isSaid);
+  (saysAKey ? byPattern_[pattern] : everywhere_) |= further;
 }
 
 void Selection::add(Selection const& other) {

@@ -237,9 +237,9 @@ class Client:
                 for update in notification.update}
 
     def until_there(self):
-        """Until something is served: a folder is applied before or after a call, not between two
-        leaves of it."""
-        while not self.values("/"):
+        """Until a folder is served: it is applied before or after a call, not between two leaves of
+        it. What is there before any folder has no ports."""
+        while not any("/interface[" in text for text in self.values("/")):
             pass
 
     def set(self, **members):
@@ -259,6 +259,21 @@ def timeless(value):
     if isinstance(value, dict):
         return {key: timeless(member) for key, member in value.items() if not key.endswith(name)}
     return [timeless(entry) for entry in value] if isinstance(value, list) else value
+
+
+def leaves_of(value, text="", key=""):
+    """The leaves of a document by path, as in answers: bare, and not a list's own key."""
+    lists = {"interface": "name", "mst-instance": "mst-id"}
+    if isinstance(value, dict):
+        parts = (leaves_of(member, f"{text}/{name.split(':')[-1]}", name)
+                 for name, member in value.items())
+    elif isinstance(value, list) and key in lists:
+        name = lists[key]
+        parts = (leaves_of({each: entry[each] for each in entry if each != name},
+                           f"{text}[{name}={entry[name]}]") for entry in value)
+    else:
+        return {text: value}
+    return {place: leaf for part in parts for place, leaf in part.items()}
 
 
 def uncounted(values):

@@ -1,6 +1,7 @@
 #include "StpOper/ProtectionMirrors.h"
 
 #include "StpOper/Amendment.h"
+#include "StpOper/EntityChild.h"
 
 namespace Stp::Oper {
 
@@ -76,19 +77,17 @@ void OCProtectionDirSm::handleInitialized() {
 
 void OCProtectionDirSm::handlePort(Lumo::String const& portName) {
   auto const traced = trace<"handlePort", 77>(portName);
-  Lumo::Ptr<OCProtectionSm> const* const present = ocProtectionSm.members().find(portName);
-  if (present != nullptr && !(*present)->mirrors(bridge->port(portName))) {
-    ocProtectionSmDel(portName);
-    ocProtectionConfigDir->recordDel(Lanx::IntfId::of(portName));
-    ocProtectionStateDir->recordDel(Lanx::IntfId::of(portName));
-  }
-  if (Lumo::Ptr<Operational::Port const> const port = bridge->port(portName)) {
-    auto const child =
-        ocProtectionSmIs(portName, bridge, port, ocProtectionConfigDir, ocProtectionStateDir);
-    if (!child->mirrors(bridge->port(portName))) {  // a reader of the records took it away
-      handlePort(portName);
-    }
-  }
+  entityChildIs(
+      ocProtectionSm, portName, [&] { return bridge->port(portName); },
+      [&] {
+        ocProtectionSmDel(portName);
+        ocProtectionConfigDir->recordDel(Lanx::IntfId::of(portName));
+        ocProtectionStateDir->recordDel(Lanx::IntfId::of(portName));
+      },
+      [&](Lumo::Ptr<Operational::Port const> const& port) {
+        return ocProtectionSmIs(portName, bridge, port, ocProtectionConfigDir,
+                                ocProtectionStateDir);
+      });
 }
 
 Lumo::Ptr<OCProtectionDirSm> oCProtectionDirSmFactory(

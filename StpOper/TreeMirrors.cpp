@@ -5,6 +5,7 @@
 #include "Lumo/RangeException.h"
 #include "Stp/vlans/InstanceName.h"
 #include "StpOper/Amendment.h"
+#include "StpOper/EntityChild.h"
 
 namespace Stp::Oper {
 
@@ -112,17 +113,12 @@ void OCTreeSm::handleRunning() {
 
 void OCTreeSm::handlePort(Lumo::String const& portName) {
   auto const traced = trace<"handlePort", 94>(portName);
-  Lumo::Ptr<OCTreePortSm> const* const present = ocTreePortSm.members().find(portName);
-  if (present != nullptr && !(*present)->mirrors(tree->port(portName))) {
-    portWithdraw(portName);
-  }
-  if (Lumo::Ptr<Operational::TreePort const> const port = tree->port(portName)) {
-    auto const child = ocTreePortSmIs(portName, scope_, port, ocTreePortConfigDir,
-                                      ocTreePortStateDir, ocTreePortCountersDir);
-    if (!child->mirrors(tree->port(portName))) {  // a reader of the records took it away
-      handlePort(portName);
-    }
-  }
+  entityChildIs(
+      ocTreePortSm, portName, [&] { return tree->port(portName); }, [&] { portWithdraw(portName); },
+      [&](Lumo::Ptr<Operational::TreePort const> const& port) {
+        return ocTreePortSmIs(portName, scope_, port, ocTreePortConfigDir, ocTreePortStateDir,
+                              ocTreePortCountersDir);
+      });
 }
 
 void OCTreeSm::withdraw() {
@@ -182,19 +178,16 @@ void OCTreeDirSm::handleMode() {
 
 void OCTreeDirSm::handleTree(Lumo::String const& treeName) {
   auto const traced = trace<"handleTree", 164>(treeName);
-  Lumo::Ptr<OCTreeSm> const* const present = ocTreeSm.members().find(treeName);
-  if (present != nullptr && !(*present)->mirrors(bridge->tree(treeName))) {
-    treeWithdraw(treeName);
-  }
-  Lumo::Ptr<Operational::Tree const> const tree = bridge->tree(treeName);
-  if (tree && treeIdOf(stpInputConfig->mode(), treeName)) {
-    auto const child =
-        ocTreeSmIs(treeName, stpInputConfig, bridge, tree, ocTreeConfigDir, ocTreeStateDir,
-                   ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir);
-    if (!child->mirrors(bridge->tree(treeName))) {  // a reader of the records took it away
-      handleTree(treeName);
-    }
-  }
+  auto const tree = [&]() -> Lumo::Ptr<Operational::Tree const> {
+    bool const isOfProtocol = treeIdOf(stpInputConfig->mode(), treeName).has_value();
+    return isOfProtocol ? bridge->tree(treeName) : nullptr;
+  };
+  entityChildIs(
+      ocTreeSm, treeName, tree, [&] { treeWithdraw(treeName); },
+      [&](Lumo::Ptr<Operational::Tree const> const& of) {
+        return ocTreeSmIs(treeName, stpInputConfig, bridge, of, ocTreeConfigDir, ocTreeStateDir,
+                          ocTreePortConfigDir, ocTreePortStateDir, ocTreePortCountersDir);
+      });
 }
 
 void OCTreeDirSm::treeWithdraw(Lumo::String const& treeName) {

@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
-#include <cmath>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -20,19 +18,17 @@
 #include "CommandLine.h"
 #include "agent/host/Fatal.h"
 #include "agent/program/Follow.h"
-#include "agent/program/GnmiTarget.h"
 #include "agent/program/Inspect.h"
 #include "agent/program/OperationFiles.h"
+#include "agent/program/Options.h"
 #include "agent/program/SnapshotFolders.h"
 #include "agent/program/Status.h"
-#include "agent/sources/engine/EngineQuestions.h"
 
 namespace {
 
 using Words = std::vector<std::string>;
 
 constexpr int wrongCommandLine = 2;
-constexpr char const* versionText = "stp-openconfig-agent " AGENT_VERSION;
 
 // A file opened later must not come to stand for a standard stream that the caller closed.
 void occupyStandardStreams() {
@@ -67,100 +63,6 @@ std::optional<int> parseCommand(CLI::App& command, Words const& words) {
   }
 }
 
-void addManualStart(CLI::App& command, Agent::Settings& settings) {
-  command.add_flag("--manual-start", settings.manualStart,
-                   "Create no top-level object until a start operation");
-}
-
-void addRunSettings(CLI::App& command, Agent::Settings& settings) {
-  command.add_flag("--trace", settings.trace,
-                   "Write the text trace of the mirror to standard error");
-  command
-      .add_option_function<std::string>(
-          "--flashlog", [&settings](std::string const& file) { settings.flashlog = file; },
-          "Record the fast trace into a file")
-      ->type_name("FILE");
-  command.set_version_flag("--version", versionText);
-}
-
-void addSettings(CLI::App& command, Agent::Settings& settings) {
-  auto const setShow = [&settings](std::string const& what) {
-    settings.show = what == "entities" ? Agent::Show::entities
-                    : what == "none"   ? Agent::Show::none
-                                       : Agent::Show::openConfig;
-  };
-  command
-      .add_option_function<std::string>("--show", setShow,
-                                        "What to print at the end, and when asked to")
-      ->check(CLI::IsMember({"openconfig", "entities", "none"}))
-      ->type_name("WHAT")
-      ->default_str("openconfig");
-  command.add_flag("--watch", settings.watch,
-                   "Print every change of a target entity as it is published");
-  addRunSettings(command, settings);
-}
-
-std::string wrongMilliseconds(std::string const& text) {
-  std::uint32_t number = 0;
-  auto const* const end = text.data() + text.size();
-  auto const [stop, error] = std::from_chars(text.data(), end, number);
-  return error == std::errc() && stop == end && number > 0
-             ? ""
-             : text + " is no number of milliseconds above 0";
-}
-
-void addGnmi(CLI::App& command, Agent::Settings& settings) {
-  if (!Agent::hasGnmi) {
-    return;
-  }
-  auto& server = settings.gnmi.server;
-  auto* const gnmi = command.add_option(
-      "--gnmi", server.addresses,
-      "Serve gNMI on HOST:PORT, [V6]:PORT or unix:PATH, until interrupted; may be given several "
-      "times");
-  gnmi->take_all()->allow_extra_args(false)->type_name("ADDRESS");
-  auto const addFile = [&command, gnmi](char const* option, std::optional<std::string>& file,
-                                        char const* text) {
-    command
-        .add_option_function<std::string>(
-            option, [&file](std::string const& name) { file = name; }, text)
-        ->needs(gnmi)
-        ->type_name("FILE");
-  };
-  addFile("--gnmi-cert", server.certificate, "The chain of certificates to show, in PEM");
-  addFile("--gnmi-key", server.key, "Its key, in PEM");
-  addFile("--gnmi-client-ca", server.clientAuthority,
-          "The authority of which clients must show a certificate, in PEM");
-  addFile("--gnmi-users", server.users, "Who may do what: lines NAME:HASH:ROLE");
-  command
-      .add_flag("--gnmi-insecure", server.isInsecure,
-                "Plaintext and no users on loopback and unix: addresses")
-      ->needs(gnmi);
-  command
-      .add_option("--gnmi-max-clients", settings.gnmi.mostClients,
-                  "How many subscriptions there may be at a time")
-      ->needs(gnmi)
-      ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 20U))
-      ->type_name("N")
-      ->capture_default_str();
-  command
-      .add_option_function<std::string>(
-          "--gnmi-min-sample-interval",
-          [&settings](std::string const& text) {
-            settings.gnmi.leastSampleInterval = std::chrono::milliseconds(std::stoul(text));
-          },
-          "The shortest interval at which a client may sample")
-      ->needs(gnmi)
-      ->check(wrongMilliseconds)
-      ->type_name("MS")
-      ->default_str("1000");
-}
-
-void addForgetDeparted(CLI::App& command, Agent::Settings& settings) {
-  command.add_flag("--forget-departed", settings.forgetDeparted,
-                   "Delete the state of ports that have left the engine and the configuration");
-}
-
 int run(Words const& words) {
   Agent::Settings settings;
   Words files;
@@ -168,9 +70,9 @@ int run(Words const& words) {
   command
       .add_option("FILE", files, "Files of operations, in order; - is standard input, the default")
       ->type_name("");
-  addManualStart(command, settings);
-  addSettings(command, settings);
-  addGnmi(command, settings);
+  Agent::addManualStart(command, settings);
+  Agent::addSettings(command, settings);
+  Agent::addGnmi(command, settings);
   auto const status = parseCommand(command, words);
   return status ? *status : Agent::runOperations(settings, files);
 }
@@ -189,60 +91,17 @@ int replay(Words const& words) {
       ->type_name("");
   std::string pace;
   command.add_option("--pace", pace, "How long to wait between one snapshot and the next")
-      ->check(wrongMilliseconds)
+      ->check(Agent::wrongMilliseconds)
       ->type_name("MS");
-  addForgetDeparted(command, settings);
-  addManualStart(command, settings);
-  addSettings(command, settings);
-  addGnmi(command, settings);
+  Agent::addForgetDeparted(command, settings);
+  Agent::addManualStart(command, settings);
+  Agent::addSettings(command, settings);
+  Agent::addGnmi(command, settings);
   if (auto const status = parseCommand(command, words)) {
     return *status;
   }
   std::chrono::milliseconds const between(pace.empty() ? 0 : std::stoul(pace));
   return Agent::replaySnapshots(settings, bridge, folders, between);
-}
-
-// The number of seconds that a text is, if it is a decimal one above 0 and not too small or large
-// for a clock.
-std::optional<std::chrono::nanoseconds> interval(std::string const& text) {
-  constexpr double perSecond = 1e9;
-  constexpr double longest = 1e9;
-  double seconds = 0;
-  auto const* const end = text.data() + text.size();
-  bool const isDecimal = text.find_first_not_of("0123456789.") == std::string::npos &&
-                         std::from_chars(text.data(), end, seconds).ptr == end;
-  if (!isDecimal || seconds * perSecond < 1 || seconds > longest) {
-    return std::nullopt;
-  }
-  return std::chrono::nanoseconds(std::llround(seconds * perSecond));
-}
-
-std::string wrongInterval(std::string const& text) {
-  return interval(text) ? "" : text + " is no decimal number of seconds above 0";
-}
-
-std::string wrongBridge(std::string const& text) {
-  return Agent::isInterfaceName(text) ? "" : text + " is no name of a bridge";
-}
-
-// The interval is given in `seconds`.
-struct EngineOptions {
-  CLI::Option* interval;
-  CLI::Option* program;
-};
-EngineOptions addEngine(CLI::App& command, Agent::Following& following, std::string& seconds) {
-  command.add_option("--bridge", following.bridge, "The bridge that the engine runs")
-      ->required()
-      ->check(wrongBridge)
-      ->type_name("NAME");
-  return {
-      command.add_option("--interval", seconds, "The time from one look at the engine to the next")
-          ->check(wrongInterval)
-          ->type_name("SECONDS")
-          ->capture_default_str(),
-      command.add_option("--mstpctl", following.program, "The engine's control program")
-          ->type_name("PROGRAM")
-          ->capture_default_str()};
 }
 
 int follow(Words const& words) {
@@ -252,19 +111,19 @@ int follow(Words const& words) {
   std::string slowSeconds = "10";
   CLI::App command("Applies what changes in a running engine, until it is interrupted.",
                    "stp-openconfig-agent follow");
-  addEngine(command, following, seconds);
+  Agent::addEngine(command, following, seconds);
   command.add_option("--slow-interval", slowSeconds, "The same for counters")
-      ->check(wrongInterval)
+      ->check(Agent::wrongInterval)
       ->type_name("SECONDS")
       ->capture_default_str();
-  addForgetDeparted(command, settings);
-  addSettings(command, settings);
-  addGnmi(command, settings);
+  Agent::addForgetDeparted(command, settings);
+  Agent::addSettings(command, settings);
+  Agent::addGnmi(command, settings);
   if (auto const status = parseCommand(command, words)) {
     return *status;
   }
-  following.interval = *interval(seconds);
-  following.slowInterval = *interval(slowSeconds);
+  following.interval = Agent::interval(seconds);
+  following.slowInterval = Agent::interval(slowSeconds);
   return Agent::followEngine(settings, following);
 }
 
@@ -282,7 +141,7 @@ int status(Words const& words) {
               "DIR", [&request](std::string const& name) { request.folder = name; },
               "The folder of a snapshot, in the place of the running engine")
           ->type_name("");
-  auto const engine = addEngine(command, request.engine, seconds);
+  auto const engine = Agent::addEngine(command, request.engine, seconds);
   engine.program->excludes(folder);
   auto* const watch =
       command.add_flag("--watch", request.watch, "Print it anew whenever it changes");
@@ -291,11 +150,11 @@ int status(Words const& words) {
   auto* const jsonOption = command.add_flag("--json", json, "Print it as JSON, on one line");
   command.add_flag("--dot", dot, "Print the active topology as a graph for Graphviz")
       ->excludes(jsonOption);
-  addRunSettings(command, settings);
+  Agent::addRunSettings(command, settings);
   if (auto const ended = parseCommand(command, words)) {
     return *ended;
   }
-  request.engine.interval = *interval(seconds);
+  request.engine.interval = Agent::interval(seconds);
   request.form = json  ? Agent::StatusForm::json
                  : dot ? Agent::StatusForm::graph
                        : Agent::StatusForm::screen;
@@ -322,8 +181,8 @@ int inspect(Words const& words) {
       command.add_flag("--wiring", wiring, "Apply nothing, and print only what runs what");
   wiringOption->excludes(input)->excludes(bridgeOption);
   command.add_flag("--dot", dot, "Print it as a graph for Graphviz")->needs(wiringOption);
-  addManualStart(command, settings);
-  addRunSettings(command, settings);
+  Agent::addManualStart(command, settings);
+  Agent::addRunSettings(command, settings);
   if (auto const status = parseCommand(command, words)) {
     return *status;
   }
@@ -364,7 +223,7 @@ int main(int argc, char** argv) {
 
   CLI::App app("Mirrors spanning-tree state into OpenConfig entities, and shows them.",
                "stp-openconfig-agent COMMAND");
-  app.set_version_flag("--version", versionText);
+  app.set_version_flag("--version", Agent::versionText);
   app.footer(commandList());
   app.prefix_command();  // what follows the command is its own affair
   try {

@@ -25,24 +25,12 @@ grpc::ByteBuffer syncBytes() {
 SubscribeCall* SubscribeCall::begin(Hub& hub, AwaitedRequests& awaited, Callers& callers,
                                     grpc::CallbackServerContext const& context) {
   std::shared_ptr<SubscribeCall> const call(new SubscribeCall(hub));
-  call->self_ = call;
-  try {
-    call->call_ = callers.begins(context.peer());
-    call->wait_ = awaited.begins([weak = call->weak_from_this()] {
-      if (auto const late = weak.lock()) {
-        late->fail(requestIsLate());
-      }
-    });
-    call->StartRead(&call->read_);
-  } catch (Failure const& failure) {
-    call->fail(failure);
-  }
-  return call.get();
+  return Call::begin(call, awaited, callers, context);
 }
 
 // A client that has said all that it has to say may still listen.
 void SubscribeCall::OnReadDone(bool isRead) {
-  wait_.reset();
+  requestCame();
   if (!isRead) {
     {
       std::lock_guard const lock(mutex_);
@@ -53,14 +41,14 @@ void SubscribeCall::OnReadDone(bool isRead) {
   }
   gnmi::SubscribeRequest request;
   try {
-    parse(read_, request);
+    parse(read(), request);
     checkExtensions(request.extension());
     receive(request);
   } catch (Failure const& failure) {
     fail(failure);
     return;
   }
-  StartRead(&read_);
+  StartRead(&read());
   send();
 }
 
@@ -241,11 +229,6 @@ void SubscribeCall::OnWriteDone(bool isWritten) {
 
 void SubscribeCall::OnCancel() {
   fail(Failure(Code::unavailable, "the client is gone"));
-}
-
-void SubscribeCall::OnDone() {
-  call_.reset();
-  auto const last = std::move(self_);
 }
 
 }  // namespace Agent::Gnmi

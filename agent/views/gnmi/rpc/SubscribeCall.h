@@ -3,7 +3,6 @@
 
 #include <grpcpp/server_context.h>
 #include <grpcpp/support/byte_buffer.h>
-#include <grpcpp/support/server_callback.h>
 
 #include <deque>
 #include <memory>
@@ -13,16 +12,14 @@
 #include <vector>
 
 #include "agent/views/gnmi/Hub.h"
-#include "agent/views/gnmi/rpc/AwaitedRequests.h"
-#include "agent/views/gnmi/rpc/Callers.h"
+#include "agent/views/gnmi/rpc/Call.h"
 #include "agent/views/gnmi/rpc/Wire.h"
 
 namespace Agent::Gnmi {
 
 /// Takes from a stream of the hub what is to be sent, one message at a time: the next when the one
 /// before has been taken by the connection, or is about to be, so that they can go out together.
-class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grpc::ByteBuffer>,
-                            public std::enable_shared_from_this<SubscribeCall> {
+class SubscribeCall final : public Call<SubscribeCall> {
  public:
   /// Lives until the call is over.
   static SubscribeCall* begin(Hub& hub, AwaitedRequests& awaited, Callers& callers,
@@ -31,9 +28,10 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
   void OnReadDone(bool isRead) override;
   void OnWriteDone(bool isWritten) override;
   void OnCancel() override;
-  void OnDone() override;
 
  private:
+  friend Call;
+
   using Bytes = std::vector<grpc::ByteBuffer>;
 
   explicit SubscribeCall(Hub& hub) : hub_(hub) {}
@@ -49,11 +47,6 @@ class SubscribeCall final : public grpc::ServerBidiReactor<grpc::ByteBuffer, grp
   std::shared_ptr<Bytes const> serialised(SharedChange const& change) const;
 
   Hub& hub_;
-  std::unique_ptr<Callers::Call> call_;
-  std::unique_ptr<AwaitedRequests::Wait> wait_;
-  std::shared_ptr<SubscribeCall> self_;
-
-  grpc::ByteBuffer read_;
   std::shared_ptr<Stream> stream_;
   std::optional<Answer> answer_;
 

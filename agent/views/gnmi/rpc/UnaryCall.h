@@ -2,24 +2,20 @@
 #pragma once
 
 #include <google/protobuf/message.h>
-#include <grpcpp/generic/async_generic_service.h>
 #include <grpcpp/support/byte_buffer.h>
 
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <utility>
 
 #include "agent/views/gnmi/Failure.h"
-#include "agent/views/gnmi/rpc/AwaitedRequests.h"
-#include "agent/views/gnmi/rpc/Callers.h"
+#include "agent/views/gnmi/rpc/Call.h"
 
 namespace Agent::Gnmi {
 
 /// Begins before its request is there, and so counts, and may be given up, while that comes; the
 /// library's own would not.
-class UnaryCall final : public grpc::ServerGenericBidiReactor,
-                        public std::enable_shared_from_this<UnaryCall> {
+class UnaryCall final : public Call<UnaryCall> {
  public:
   /// Answers the request, or has that done later; throws a Failure instead.
   using Serve = std::function<void(grpc::ByteBuffer& request, UnaryCall& call)>;
@@ -34,16 +30,13 @@ class UnaryCall final : public grpc::ServerGenericBidiReactor,
   void fail(Failure const& failure);
 
   void OnReadDone(bool isRead) override;
-  void OnDone() override;
 
  private:
+  friend Call;
+
   explicit UnaryCall(Serve serve) : serve_(std::move(serve)) {}
 
   Serve const serve_;
-  std::unique_ptr<Callers::Call> call_;
-  std::unique_ptr<AwaitedRequests::Wait> wait_;
-  std::shared_ptr<UnaryCall> self_;
-  grpc::ByteBuffer read_;
   grpc::ByteBuffer written_;
   std::atomic<bool> isOver_ = false;
 };

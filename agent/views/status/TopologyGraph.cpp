@@ -65,8 +65,10 @@ class TreeGraph {
 
   void addSelf(std::string_view name) {
     std::optional<Stp::BridgeId> const& own = tree_.state.bridge;
-    std::string const label =
-        Programs::printable(name) + (own ? "\n" + bridgeText(*own) : std::string());
+    std::string label = Programs::printable(name);
+    if (own) {
+      label.append("\n").append(bridgeText(*own));
+    }
     text_.append("    ").append(self()).append(" [label=").append(dotText(label));
     text_.append(R"(, style="rounded,filled", fillcolor="#cfe2f3")").append(border(own));
     text_ += "];\n";

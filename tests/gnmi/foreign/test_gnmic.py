@@ -7,7 +7,8 @@ import unittest
 import urllib.request
 
 from foreign import (GUARD, PATIENCE, VLANS, Agent, Listening, Secured, captures, documents,
-                     final_state, fold, free_port, guard, installed, needs, replaying_all, running)
+                     final_state, fold, free_port, gnmi, guard, installed, needs, replaying_all,
+                     running)
 
 GNMIC = installed("bin", "gnmic")
 
@@ -119,12 +120,13 @@ class Gnmic(unittest.TestCase):
                     client.until(lambda document: changes(document) == ({GUARD: True}, []))
 
     def test_S3_all_captures_fold_to_the_final_state_and_all_is_read(self):
-        for encoding in ("json_ietf", "proto"):
+        for encoding in (gnmi.JSON_IETF, gnmi.PROTO):
             state = {}
+            name = gnmi.Encoding.Name(encoding).lower()
             with replaying_all() as agent, subscribing(
-                    agent, "--encoding", encoding, "--stream-mode", "on-change", "--path",
+                    agent, "--encoding", name, "--stream-mode", "on-change", "--path",
                     "/") as client:
-                expected = final_state(agent)
+                expected = final_state(agent, encoding)
                 told = client.settled()
             for document in told:
                 self.assertTrue(is_sync(document) or document["timestamp"] > 0, document)

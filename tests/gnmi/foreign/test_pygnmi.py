@@ -4,8 +4,8 @@ streams is in JSON_IETF."""
 import json
 import unittest
 
-from foreign import (FOLDER, GUARD, VLANS, Listening, Secured, final_state, fold, guard, installed,
-                     needs, replaying_all, running)
+from foreign import (FOLDER, GUARD, VLANS, Listening, Secured, final_state, fold, gnmi, guard,
+                     installed, needs, replaying_all, running)
 
 PYTHON = installed("python", "bin", "python3")
 MODULE = "openconfig-spanning-tree:"
@@ -93,7 +93,7 @@ class PyGnmi(unittest.TestCase):
         state = {}
         with replaying_all() as agent, connected(agent) as client:
             subscribe(client, "stream", {"path": "/", "mode": "on_change"})
-            expected = final_state(agent)
+            expected = final_state(agent, gnmi.JSON_IETF)
             for document in client.settled():
                 fold(state, *changes(document))
         self.assertTrue(state)

@@ -2,8 +2,10 @@
 //
 // The engine hears of an event when the agent does, and may take a moment to act on it; and one
 // event is seldom alone. So a first ask gathers for a moment what comes together, and a few follow
-// it after longer and longer pauses. However many events come, at most half of the time goes into
-// asking.
+// it after longer and longer pauses. However many events come, those that they cause rest as long
+// as they took, so that at most half of the time goes into them. One of the interval's own makes no
+// event wait: it may have taken long because the engine or the machine stood still, and has asked
+// before the event.
 #pragma once
 
 #include <array>
@@ -45,8 +47,9 @@ class AskingTimes {
   Time due_;
   Time begun_;
   Time ended_;
-  Duration took_{};
+  Duration rest_{};  // after the last ask, before one that an event causes
   bool isAsking_ = false;
+  bool isOfEvent_ = false;            // that ask
   std::size_t step_ = pauses.size();  // the pause that comes next; behind the last, none
   std::optional<Time> followUp_;
 };

@@ -107,12 +107,27 @@ TEST_F(AskingTimesTest, EventDuringAnAskIsAskedAboutSoonAfter) {
   EXPECT_EQ(due(), 4);
 }
 
-TEST_F(AskingTimesTest, AtMostHalfOfTheTimeGoesIntoAsking) {
+TEST_F(AskingTimesTest, AtMostHalfOfTheTimeGoesIntoAskingForEvents) {
+  ask();
+  times.event(now += milliseconds(100));
   ask(milliseconds(50));
+  EXPECT_EQ(due(), 50);
   times.event(now);
   EXPECT_EQ(due(), 50);
   ask(milliseconds(50));
   EXPECT_EQ(due(), 50);
+}
+
+TEST_F(AskingTimesTest, AskOfTheIntervalPutsNoEventOffHoweverLongItTook) {
+  ask(milliseconds(400));
+  times.event(now);
+  EXPECT_EQ(due(), 1);
+  settle();
+  now = times.next();
+  times.asks(now);
+  times.event(now += milliseconds(1));
+  times.answered(now += milliseconds(400));
+  EXPECT_EQ(due(), 4);
 }
 
 TEST_F(AskingTimesTest, ShortIntervalIsNotMadeLongerByAnEvent) {

@@ -151,6 +151,12 @@ def replaying(*folders, options=()):
                  *map(str, folders or captures()))
 
 
+def is_last(state):
+    """Whether all captures have been replayed: the last one alone is of RSTP."""
+    protocol = state.get("/stp/global/config/enabled-protocol")
+    return protocol == ["openconfig-spanning-tree-types:RSTP"]
+
+
 def elem(element, **keys):
     return gnmi.PathElem(name=element, key=keys)
 

@@ -18,7 +18,7 @@ import unittest
 FOLDER = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(FOLDER.parent / "client"))
 
-from gnmi_client import PATIENCE, Agent, Client, captures, gnmi, replaying  # noqa: E402,F401
+from gnmi_client import PATIENCE, Agent, Client, captures, gnmi, is_last, replaying  # noqa: E402,F401
 
 INSTALLED = pathlib.Path(os.environ.get("STP_FOREIGN_CLIENTS", "nowhere"))
 EXAMPLES = FOLDER.parents[2] / "examples"
@@ -177,11 +177,9 @@ def fold(state, updates, deletes):
 
 def final_state(agent, encoding=gnmi.PROTO):
     """What the agent serves when it has replayed all captures, as an independent client reads it."""
-    protocol = "/stp/global/config/enabled-protocol"
-    last = ["openconfig-spanning-tree-types:RSTP"]  # the last one's alone
     end = time.monotonic() + PATIENCE
     with Client(agent.addresses[0]) as client:
-        while client.values("/").get(protocol) != last:
+        while not is_last(client.values("/")):
             assert time.monotonic() < end, "the replay does not end"
             time.sleep(0.1)
         with client.subscribe("/", mode=gnmi.SubscriptionList.ONCE, encoding=encoding) as stream:

@@ -111,6 +111,7 @@ extern "C" [[gnu::visibility("default")]] void* grpc_call_arena_alloc(grpc_call*
   Ref();
   std::thread([this, reactor] {
     reactor->OnCancel();
+    __tsan_release(&calls);
     MaybeDone();
   }).detach();
 }

@@ -32,11 +32,10 @@ struct ChangedEntry {
 class ChangeSet {
  public:
   /// `changed` is in the order of paths, and nothing in it is without change.
-  ChangeSet(std::uint64_t version, Nanoseconds time, std::vector<ChangedEntry> changed)
-      : version_(version), time_(time), changed_(std::move(changed)) {}
+  ChangeSet(Nanoseconds time, std::vector<ChangedEntry> changed)
+      : time_(time), changed_(std::move(changed)) {}
 
-  /// That of the state behind it; versions follow each other without a gap, times rise.
-  std::uint64_t version() const { return version_; }
+  /// Rises from each to the next.
   Nanoseconds time() const { return time_; }
   std::vector<ChangedEntry> const& changed() const { return changed_; }
 
@@ -53,7 +52,6 @@ class ChangeSet {
   std::shared_ptr<void const> keep(std::string const& key,
                                    std::function<std::shared_ptr<void const>()> const& make) const;
 
-  std::uint64_t version_;
   Nanoseconds time_;
   std::vector<ChangedEntry> changed_;
   mutable std::mutex mutex_;

@@ -50,8 +50,7 @@ void Hub::publish(std::vector<EntryDraft> changed) {
     }
     if (waiting_ < settings_.mostWaiting) {
       waiting_ += entries.size();
-      published_.push_back(
-          std::make_shared<ChangeSet const>(++version_, time_, std::move(entries)));
+      published_.push_back(std::make_shared<ChangeSet const>(time_, std::move(entries)));
     } else {
       merged_.add(std::move(entries));
     }
@@ -181,7 +180,7 @@ Nanoseconds Hub::apply(Streams& ready) {
     changeSets.swap(published_);
     waiting_ = 0;
     if (!merged_.empty()) {
-      changeSets.push_back(std::make_shared<ChangeSet const>(++version_, time_, merged_.take()));
+      changeSets.push_back(std::make_shared<ChangeSet const>(time_, merged_.take()));
     }
     time = time_ = std::max(clocks_.wall(), time_ + 1);
   }

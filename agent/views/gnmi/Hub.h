@@ -58,8 +58,8 @@ class Hub {
   /// Starts the thread, which lives until shutdown. Without one, step() does its work.
   void start();
 
-  /// Makes a change set of what changed, with version and time, the times of its leaves included,
-  /// and hands it over; that is all that is done. `changed` is in the order of paths, and new
+  /// Makes a change set of what changed, with its time, the times of its leaves included, and
+  /// hands it over; that is all that is done. `changed` is in the order of paths, and new
   /// values of leaves that were there have the time of their creation. From the notification thread
   /// alone. Change sets that come too fast are made one, of the time of the last.
   void publish(std::vector<EntryDraft> changed);
@@ -127,7 +127,6 @@ class Hub {
   std::vector<ChangeSetPtr> published_;
   std::size_t waiting_ = 0;  // entries in it
   MergedChanges merged_;     // what came behind it
-  std::uint64_t version_ = 0;
   Nanoseconds time_ = 0;
   bool isWoken_ = false;
   bool stops_ = false;

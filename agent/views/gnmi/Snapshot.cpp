@@ -87,7 +87,6 @@ class Snapshot::Replacement {
       after_.push_back(std::make_shared<Entries const>(begin, end));
     }
     open_.clear();
-    isOpen_ = false;
   }
 
   Blocks const& before_;
@@ -125,7 +124,6 @@ std::vector<LeafRef> Snapshot::leaves(Selection const& selection) const {
 
 Snapshot Snapshot::with(ChangeSet const& changes) const {
   Snapshot next = *this;
-  next.version_ = changes.version();
   next.time_ = changes.time();
   auto change = changes.changed().begin();
   while (change != changes.changed().end()) {

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -16,10 +15,9 @@ namespace Agent::Gnmi {
 /// It never changes; copies share everything, and what a change set leads to shares what stayed.
 class Snapshot {
  public:
-  /// Empty, of version 0.
+  /// Empty.
   Snapshot();
 
-  std::uint64_t version() const { return version_; }
   /// That of its last change set.
   Nanoseconds time() const { return time_; }
 
@@ -65,7 +63,6 @@ class Snapshot {
   Entries withPatterns(Selection const& selection, std::size_t node) const;
   static void addWith(EntryKey const& pattern, Blocks const& blocks, Entries& to);
 
-  std::uint64_t version_ = 0;
   Nanoseconds time_ = 0;
   std::vector<std::shared_ptr<Blocks const>> nodes_;
 };

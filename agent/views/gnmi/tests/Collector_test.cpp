@@ -54,12 +54,12 @@ TEST_F(GnmiCollector, S4CapturesTellJustTheLeavesThatDiffer) {
     SCOPED_TRACE(capture.filename());
     Leaves const before = client.leaves;
     std::uint64_t const told = client.updates + client.deletes;
-    std::uint64_t const version = hub.snapshot().version();
+    std::uint64_t const changeSets = client.changeSets;
     replay(capture);
     client.drain(*stream);
     EXPECT_EQ(client.leaves, document());
     EXPECT_EQ(client.updates + client.deletes - told, difference(before, client.leaves));
-    EXPECT_EQ(hub.snapshot().version(), version + (client.leaves == before ? 0 : 1));
+    EXPECT_EQ(client.changeSets - changeSets, client.leaves == before ? 0U : 1U);
     EXPECT_EQ(subtreesOf(hub.snapshot(), resolve({}), rowsOf(DataType::all)).at(0).value.dump(),
               openConfigView(targets()).dump());
   }
@@ -96,12 +96,13 @@ TEST_F(GnmiCollector, S6TheMirrorsStartIsOneChangeSet) {
   apply(R"({"op":"create","path":["input","portConfig","E1"]})");
   apply(R"({"op":"create","path":["input","portConfig","E2"]})");
   auto const stream = subscribe({""});
-  taken(*stream);
-  std::uint64_t const version = hub.snapshot().version();
+  Client client;
+  client.drain(*stream);
   session.start();
   hub.step();
-  EXPECT_EQ(hub.snapshot().version(), version + 1);
-  EXPECT_EQ(taken(*stream).size(), 1U);
+  client.drain(*stream);
+  EXPECT_EQ(client.changeSets, 1U);
+  EXPECT_GT(client.updates, 0U);
 }
 
 TEST_F(GnmiCollector, WhatIsThereBeforeItComesIsPublishedAtOnce) {

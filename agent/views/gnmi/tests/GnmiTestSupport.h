@@ -115,6 +115,7 @@ class Client {
     deletes += notification.deletes.size();
   }
   void apply(StreamMessage const& message) {
+    changeSets += std::holds_alternative<SharedChange>(message) ? 1 : 0;
     for (Notification const& notification : notificationsOf(message)) {
       apply(notification);
     }
@@ -127,6 +128,7 @@ class Client {
   }
 
   Leaves leaves;
+  std::uint64_t changeSets = 0;
   std::uint64_t updates = 0;
   std::uint64_t duplicates = 0;
   std::uint64_t deletes = 0;

@@ -63,9 +63,7 @@ class GnmiSnapshot : public testing::Test {
       }
       changes.push_back(std::move(entry));
     }
-    ++version_;
-    state_ =
-        state_.with(ChangeSet(version_, static_cast<Nanoseconds>(version_), std::move(changes)));
+    state_ = state_.with(ChangeSet(++time_, std::move(changes)));
   }
 
   std::vector<EntryPtr> entries(Snapshot const& state) const { return entries(state, all_); }
@@ -80,7 +78,7 @@ class GnmiSnapshot : public testing::Test {
   Selection all_;
   Plain plain_;
   Snapshot state_;
-  std::uint64_t version_ = 0;
+  Nanoseconds time_ = 0;
 };
 
 TEST_F(GnmiSnapshot, IsWhatAPlainMapIs) {

@@ -127,17 +127,14 @@ void Write::add(WriteRequest const& request) {
       steps_.push_back({Step::Kind::clear});
     } else {
       steps_.push_back({request.kind == Kind::replace ? Step::Kind::set : Step::Kind::add,
-                        readVlans(path.text, request.value.json)});
+                        readVlans(path.text, request.value)});
     }
     return;
   }
   if (node.isLeaf() || request.kind != Kind::update) {
     refuseOwned(path.text);
   }
-  if (!request.value.isJson) {
-    refuse(path.text, "a container takes JSON alone");
-  }
-  if (auto const vlans = readContainer(node, path.text, request.value.json)) {
+  if (auto const vlans = readContainer(node, path.text, request.value)) {
     steps_.push_back({Step::Kind::add, *vlans});
   }
 }

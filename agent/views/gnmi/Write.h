@@ -18,20 +18,13 @@
 
 namespace Agent::Gnmi {
 
-/// A value as it was sent: JSON, or a scalar or a list of them, which then stands here as JSON,
-/// too.
-struct WriteValue {
-  Json json;
-  bool isJson = true;
-};
-
 struct WriteRequest {
   enum class Kind : std::uint8_t { remove, replace, update };
 
   Kind kind;
   RequestPath path;
-  /// Of a replace and an update.
-  WriteValue value = {};
+  /// Of a replace and an update; a scalar or a list of them stands here as JSON, too.
+  Json value = {};
 };
 
 /// One write of a client, checked: it can't fail any more.

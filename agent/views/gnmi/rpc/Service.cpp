@@ -60,7 +60,7 @@ Requested requested(gnmi::SetRequest const& request) {
   RequestPath const prefix = fromWire(request.prefix());
   Requested result;
   auto const add = [&](Kind kind, gnmi::UpdateResult::Operation operation, gnmi::Path const& path,
-                       WriteValue value) {
+                       Json value) {
     result.writes.push_back({kind, joined(prefix, fromWire(path)), std::move(value)});
     result.results.emplace_back(operation, path);
   };

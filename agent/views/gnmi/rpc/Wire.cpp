@@ -121,14 +121,14 @@ SubscribeRequest fromWire(gnmi::SubscriptionList const& list) {
   return request;
 }
 
-WriteValue fromWire(gnmi::Update const& update) {
+Json fromWire(gnmi::Update const& update) {
   if (update.has_value()) {
     throw Failure(Code::invalidArgument, "an update has its value in val, value is deprecated");
   }
   gnmi::TypedValue const& value = update.val();
   switch (value.value_case()) {
-    case gnmi::TypedValue::kJsonVal: return {readJson(value.json_val())};
-    case gnmi::TypedValue::kJsonIetfVal: return {readJson(value.json_ietf_val())};
+    case gnmi::TypedValue::kJsonVal: return readJson(value.json_val());
+    case gnmi::TypedValue::kJsonIetfVal: return readJson(value.json_ietf_val());
     case gnmi::TypedValue::kAsciiVal:
       throw Failure(Code::unimplemented, "a value in the encoding ASCII can't be set");
     case gnmi::TypedValue::kAnyVal:
@@ -143,9 +143,9 @@ WriteValue fromWire(gnmi::Update const& update) {
       for (gnmi::TypedValue const& element : value.leaflist_val().element()) {
         list.push_back(readScalar(element));
       }
-      return {std::move(list), false};
+      return list;
     }
-    default: return {readScalar(value), false};
+    default: return readScalar(value);
   }
 }
 

@@ -29,7 +29,7 @@ RequestPath fromWire(gnmi::Path const& path);
 std::vector<ModelName> fromWire(google::protobuf::RepeatedPtrField<gnmi::ModelData> const& models);
 SubscribeRequest fromWire(gnmi::SubscriptionList const& list);
 /// Its value. Throws a Failure for one that can't be set, or read.
-WriteValue fromWire(gnmi::Update const& update);
+Json fromWire(gnmi::Update const& update);
 
 /// Throws a Failure for an extension that changes what a request means; others are ignored.
 void checkExtensions(google::protobuf::RepeatedPtrField<gnmi_ext::Extension> const& extensions);

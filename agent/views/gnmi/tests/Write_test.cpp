@@ -18,9 +18,8 @@ class GnmiWrite : public HubTest {
   Changes changes(std::vector<std::pair<Kind, std::string>> const& steps) const {
     std::vector<WriteRequest> requests;
     for (auto const& [kind, value] : steps) {
-      requests.push_back({kind,
-                          pathFrom("/stp/global/config/disabled-vlan"),
-                          {kind == Kind::remove ? Json() : Json::parse(value)}});
+      requests.push_back({kind, pathFrom("/stp/global/config/disabled-vlan"),
+                          kind == Kind::remove ? Json() : Json::parse(value)});
     }
     return Write(requests).changes(targets());
   }
@@ -53,6 +52,28 @@ TEST_F(GnmiWrite, W2RangesMayBeOfOneVlanAndReachBothEnds) {
                 testing::StartsWith("3 /stp/global/config/disabled-vlan"))
         << wrong;
   }
+}
+
+TEST_F(GnmiWrite, W2ContainerTakesAnObjectOfWhatIsWritableAndNothingElse) {
+  auto const written = [this](std::string const& path, std::string const& value) {
+    std::array const request{WriteRequest{Kind::update, pathFrom(path), Json::parse(value)}};
+    return failureOf([&] { session.write(Write(request).changes(targets())); });
+  };
+  for (char const* const wrong : {"5", "\"5\"", "[5]", "null", "true"}) {
+    EXPECT_THAT(written("/stp/global/config", wrong),
+                testing::AllOf(testing::StartsWith("3 /stp/global/config: "),
+                               testing::EndsWith(" is no object")));
+  }
+  EXPECT_EQ(written("/stp/global", R"({"config":{"disabled-vlan":[5]}})"), "none");
+  EXPECT_EQ(written("/stp/global", R"({"config":{}})"), "none");
+  EXPECT_EQ(vlansAfter({}), "[5]");
+  EXPECT_THAT(written("/stp/global", R"({"config":{"disabled-vlan":[6],"bpdu-guard":true}})"),
+              testing::StartsWith("7 /stp/global/config/bpdu-guard: "));
+  EXPECT_THAT(written("/stp", R"({"interfaces":{"interface":[]}})"),
+              testing::StartsWith("7 /stp/interfaces/interface: "));
+  EXPECT_EQ(written("/stp", R"({"global":{"nope":{}}})"), "3 /stp/global/nope: not in the model");
+  EXPECT_THAT(written("/stp", R"({"rapid-pvst":{}})"), testing::StartsWith("12 /stp/rapid-pvst: "));
+  EXPECT_EQ(vlansAfter({}), "[5]");
 }
 
 }  // namespace

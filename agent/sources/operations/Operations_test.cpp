@@ -120,6 +120,18 @@ TEST_F(OperationNotation, ReasonIsShortAndOnOneLine) {
   EXPECT_LT(reason.size(), 100U);
 }
 
+TEST_F(OperationNotation, MemberThatIsNoPlainWordIsQuoted) {
+  auto const refusal = [this](std::string const& name) {
+    return refusalOf(R"({"op":"show",")" + name + R"(":1})");
+  };
+  EXPECT_EQ(refusal("azAZ09_-"), "azAZ09_-: unknown member of \"show\"");
+  // What stands beside letters, digits and those two, and what would end a line or a name.
+  for (char const* const no : {"`", "{", "@", "[", "/", ":", "^", ",", ".", " ", "\\n", "\\\""}) {
+    std::string const name = std::string("a") + no + "b";
+    EXPECT_EQ(refusal(name), "\"" + name + "\": unknown member of \"show\"");
+  }
+}
+
 TEST_F(OperationNotation, TextsAreShownWholeUpToALength) {
   std::string const most(60, 'x');
   EXPECT_EQ(refusalOf(R"({"op":")" + most + "\"}"), "op: \"" + most + "\" is no operation");

@@ -1,5 +1,8 @@
 #include "agent/views/status/StatusScreen.h"
 
+#include <algorithm>
+#include <string>
+
 #include "agent/views/status/StatusTestSupport.h"
 
 namespace Agent {
@@ -7,6 +10,7 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 class StatusScreenTest : public StatusTest {
  protected:
@@ -121,9 +125,18 @@ TEST_F(StatusScreenTest, TimeSinceAChangeIsCoarse) {
 
 TEST_F(StatusScreenTest, ColoursAreForWhatNeedsAttention) {
   stageRegion();
-  EXPECT_THAT(coloured(), HasSubstr("\033[1mBridge br4: MSTP, 32768 3E:7A:D2:FA:71:E9\033[0m\n"));
-  EXPECT_THAT(coloured(), HasSubstr("\033[33m| Eth2 "));
-  EXPECT_THAT(coloured(), Not(HasSubstr("\033[31m")));
+  auto const learns = [](Stp::OCTreePortState& state) { state.portState = State::learning; };
+  treePortAmend(Stp::TreeId(), "Eth1", learns);
+  treePortAmend(Stp::TreeId::mst(2), "Eth10", learns);
+  std::string const text = coloured();
+  EXPECT_THAT(text, StartsWith("\033[1mBridge br4: MSTP, 32768 3E:7A:D2:FA:71:E9\033[0m\n"));
+  EXPECT_THAT(text, HasSubstr("\n\033[33m| Eth1 "));
+  EXPECT_THAT(text, HasSubstr("\n\033[33m| Eth2 "));
+  EXPECT_THAT(text, HasSubstr("\n\033[33m|       | MST2 "));
+  EXPECT_THAT(text, HasSubstr("\n\033[1m| Tree "));
+  EXPECT_THAT(text, HasSubstr("\n\033[1m| Port "));
+  EXPECT_EQ(std::ranges::count(text, '\033'), 12) << "two a line, of three headings and rows";
+  EXPECT_THAT(text, Not(HasSubstr("\033[31m")));
   targets.protectionStateDir->recordIs({port("Eth2"), Stp::OcGuard::none, false, true});
   EXPECT_THAT(coloured(), HasSubstr("\033[31m| Eth2 "));
   treePortAmend(Stp::TreeId(), "Eth10", [](Stp::OCTreePortState& state) {

@@ -118,6 +118,12 @@ class Agent:
         with open(f"/proc/{self.process.pid}/statm", encoding="ascii") as file:
             return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
 
+    def seconds_of_work(self):
+        """What it has had of processors."""
+        with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as file:
+            ticks = file.read().rpartition(")")[2].split()[11:13]
+        return sum(map(int, ticks)) / os.sysconf("SC_CLK_TCK")
+
     def stop(self, signal_number=signal.SIGTERM):
         """Its exit status."""
         if self.process.poll() is None:

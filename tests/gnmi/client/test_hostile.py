@@ -3,6 +3,7 @@
 import contextlib
 import os
 import random
+import resource
 import socket
 import struct
 import threading
@@ -176,6 +177,23 @@ class FewDescriptors(unittest.TestCase):
                     except grpc.RpcError:
                         self.assertLess(time.monotonic(), end)
                         time.sleep(0.1)
+
+    def test_A6_without_any_descriptor_the_target_waits_for_one(self):
+        with Agent("run", "--show", "none", gnmi_options=[
+                "--gnmi", "127.0.0.1:0", "--gnmi-insecure"]) as agent:
+            pid = agent.process.pid
+            limits = resource.prlimit(pid, resource.RLIMIT_NOFILE)
+            taken = 1 + max(int(number) for number in os.listdir(f"/proc/{pid}/fd"))
+            resource.prlimit(pid, resource.RLIMIT_NOFILE, (taken, limits[1]))
+            with contextlib.ExitStack() as context:
+                for _ in range(20):
+                    context.enter_context(Connection(agent.addresses[0]))
+                before = agent.seconds_of_work()
+                time.sleep(1)
+                self.assertLess(agent.seconds_of_work() - before, 0.3)
+                resource.prlimit(pid, resource.RLIMIT_NOFILE, limits)
+                with Client(agent.addresses[0]) as client:
+                    self.assertTrue(client.get("/").notification)
 
 
 if __name__ == "__main__":

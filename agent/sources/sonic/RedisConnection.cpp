@@ -54,9 +54,10 @@ struct RedisConnection::Hooks {
 };
 
 RedisConnection::RedisConnection(Loop& loop, RedisAddress const& address, OnLost onLost)
-    : loop_(loop), onLost_(std::move(onLost)) {
-  context_ = address.path.empty() ? ::redisAsyncConnect(address.host.c_str(), address.port)
-                                  : ::redisAsyncConnectUnix(address.path.c_str());
+    : loop_(loop),
+      onLost_(std::move(onLost)),
+      context_(address.path.empty() ? ::redisAsyncConnect(address.host.c_str(), address.port)
+                                    : ::redisAsyncConnectUnix(address.path.c_str())) {
   if (context_ == nullptr) {
     throw std::bad_alloc();
   }

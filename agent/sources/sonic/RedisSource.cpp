@@ -47,6 +47,7 @@ RedisSource::RedisSource(Loop& loop, RedisSettings settings, RowListener& listen
 void RedisSource::connect() {
   link_.emplace(loop_, settings_, listener_, [this](std::string const& reason) { fail(reason); });
   hasBegun_ = false;
+  hasScanned_ = false;
   watch(0);
   link_->listening.onMessageIs([this](redisReply const& message) { told(message); });
   link_->listening.command({"CLIENT", "ID"}, [this](redisReply const& reply) {
@@ -100,8 +101,7 @@ void RedisSource::told(redisReply const& message) {
   } else if (kind == "message" && message.elements == 3) {
     // Keys would be named.
     if (message.element[2]->type == REDIS_REPLY_NIL) {
-      isScanDue_ = true;
-      readSoon();
+      rescan();
     }
   } else if ((kind == "psubscribe" || kind == "subscribe") && --unconfirmed_ == 0 && !hasBegun_) {
     hasBegun_ = true;
@@ -196,6 +196,7 @@ void RedisSource::deliver() {
   delivery_.drop();
   if (isAll_) {
     pause_ = shortestPause;
+    hasScanned_ = true;
     listener_.scanned(std::exchange(rows_, {}));
   } else {
     listener_.changed(std::exchange(rows_, {}));
@@ -215,6 +216,26 @@ void RedisSource::rest() {
   if (isScanDue_ || !changed_.empty()) {
     readSoon();
   }
+}
+
+void RedisSource::rescan() {
+  isScanDue_ = true;
+  readSoon();
+}
+
+void RedisSource::write(RowWriter::Decide decide, RowWriter::Done done) {
+  if (!link_ || !hasScanned_) {
+    done(describe("the databases can't be reached"));
+    return;
+  }
+  // A server that tells of no changes tells of this neither.
+  link_->writer.write(std::move(decide),
+                      [this, done = std::move(done)](std::string const& refusal) {
+                        if (refusal.empty() && !isHearing_) {
+                          rescan();
+                        }
+                        done(refusal.empty() ? refusal : describe(refusal));
+                      });
 }
 
 // A connection that can't be made, and a server that hangs, are lost as well. `owing` is what had
@@ -242,6 +263,8 @@ void RedisSource::reconnectLater(std::string const& reason) {
   for (Loop::Registration* const pending : {&next_, &soon_, &delivery_, &watching_, &failing_}) {
     pending->drop();
   }
+  hasScanned_ = false;
+  link_->writer.giveUp("lost while writing: " + reason);
   link_.reset();
   changed_.clear();
   isScanDue_ = false;

@@ -17,12 +17,14 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "agent/host/Loop.h"
 #include "agent/sources/sonic/RedisConnection.h"
 #include "agent/sources/sonic/RedisDatabases.h"
 #include "agent/sources/sonic/RowReader.h"
+#include "agent/sources/sonic/RowWriter.h"
 #include "agent/sources/sonic/Rows.h"
 
 namespace Agent::Sonic {
@@ -60,17 +62,27 @@ class RedisSource {
   /// Begins as the loop turns. `listener` must outlive this.
   RedisSource(Loop& loop, RedisSettings settings, RowListener& listener);
 
+  /// Writes (RowWriter.h); one write at a time. The rows that the decision rests on are given to
+  /// the listener as changed before, and what was written after.
+  void write(RowWriter::Decide decide, RowWriter::Done done);
+
+  /// Reads all rows anew, soon; where they are read already, once more.
+  void rescan();
+
  private:
   struct Link {
     Link(Loop& loop, RedisSettings const& settings, RowListener& listener,
          std::function<void(std::string const&)> const& onLost)
         : listening(loop, settings.address, onLost),
           asking(loop, settings.address, onLost),
-          reader(asking, settings.databases, listener, onLost) {}
+          reader(asking, settings.databases, listener, onLost),
+          writer(loop, asking, reader,
+                 [&listener](std::vector<RowRead> rows) { listener.changed(std::move(rows)); }) {}
 
     RedisConnection listening;
     RedisConnection asking;
     RowReader reader;
+    RowWriter writer;
   };
 
   void connect();
@@ -101,6 +113,7 @@ class RedisSource {
   std::optional<Link> link_;
   std::size_t unconfirmed_ = 0;  // of the subscriptions
   bool hasBegun_ = false;        // to read, since it is connected
+  bool hasScanned_ = false;      // since then
   bool isHearing_ = true;
   bool isTracking_ = true;
   bool isScanDue_ = false;

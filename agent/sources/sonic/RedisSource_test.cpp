@@ -17,6 +17,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Pair;
 using testing::UnorderedElementsAre;
+using namespace std::string_literals;
 
 TEST_F(RedisSourceTest, ReadsAllRowsOfTheThreeDatabases) {
   server.command(application, {"HSET", "_STP_PORT_TABLE:Ethernet0", "port_fast", "yes"});
@@ -80,7 +81,7 @@ TEST_F(RedisSourceTest, HearsOfEveryChangeOfARow) {
 }
 
 TEST_F(RedisSourceTest, KeysAndValuesAreBytes) {
-  std::string const odd("a\0\r\n\xFF __:\"", 12);
+  std::string const odd = "a\0\r\n\xFF __:\""s;
   server.command(configuration, {"HSET", odd, odd, odd});
   follow();
   ASSERT_TRUE(scanComes());

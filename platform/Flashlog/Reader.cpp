@@ -22,10 +22,6 @@ using Bytes = std::span<std::byte const>;
   throw ReadError(name + ": " + what);
 }
 
-[[noreturn]] void damaged(std::string const& name, std::string const& what) {
-  unreadable(name, "is damaged: " + what);
-}
-
 // The object that was stored at the beginning of `bytes`, which hold all of it.
 template <class Object>
 Object objectAt(Bytes bytes) noexcept {

@@ -12,10 +12,6 @@ namespace {
 
 using Bytes = std::span<std::byte const>;
 
-[[noreturn]] void damaged(std::string const& name, std::string const& what) {
-  throw ReadError(name + ": is damaged: " + what);
-}
-
 // Parses the slots of a ring into records. All slots up to some point are of the newest lap, all
 // behind it are of the lap before, or were never written if there was none.
 class RingParser {
@@ -130,6 +126,10 @@ class RingParser {
 };
 
 }  // namespace
+
+void damaged(std::string const& name, std::string const& what) {
+  throw ReadError(name + ": is damaged: " + what);
+}
 
 void parseRing(std::string const& name, std::span<std::byte const> slots, std::uint64_t headerLap,
                Trace& trace) {

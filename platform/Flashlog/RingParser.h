@@ -16,4 +16,7 @@ namespace Flashlog {
 void parseRing(std::string const& name, std::span<std::byte const> slots, std::uint64_t headerLap,
                Trace& trace);
 
+/// Throws the ReadError of a file whose parts can't be true together.
+[[noreturn]] void damaged(std::string const& name, std::string const& what);
+
 }  // namespace Flashlog

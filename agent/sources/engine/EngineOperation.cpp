@@ -101,14 +101,14 @@ void readRootPort(std::optional<std::uint16_t>& value, Json const& entry,
 
 /// A member, what it tells, and how it is read.
 template <class Record, class Value>
-struct Row {
+struct MemberRow {
   char const* member;
   std::optional<Value> Record::*value;
   void (*read)(std::optional<Value>&, Json const&, char const*);
 };
 
 template <class Record, class Value>
-constexpr Row<Record, Value> row(char const* member, std::optional<Value> Record::*value) {
+constexpr MemberRow<Record, Value> row(char const* member, std::optional<Value> Record::*value) {
   return {member, value, &read};
 }
 
@@ -125,7 +125,7 @@ constexpr std::tuple treeRows{
     row("bridge-id", &TreeTold::bridgeId),
     row("regional-root", &TreeTold::regionalRoot),
     row("internal-path-cost", &TreeTold::internalRootCost),
-    Row<TreeTold, std::uint16_t>{"root-port", &TreeTold::rootPort, &readRootPort},
+    MemberRow<TreeTold, std::uint16_t>{"root-port", &TreeTold::rootPort, &readRootPort},
     row("topology-change-count", &TreeTold::topologyChanges),
     row("time-since-topology-change", &Tree::sinceTopologyChange),
 };

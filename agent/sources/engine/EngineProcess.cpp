@@ -11,8 +11,9 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <system_error>
 #include <utility>
+
+#include "agent/host/SystemCall.h"
 
 namespace Agent {
 
@@ -20,16 +21,10 @@ namespace {
 
 using Base::FileDescriptor;
 
-void require(bool holds, char const* what) {
-  if (!holds) {
-    throw std::system_error(errno, std::system_category(), what);
-  }
-}
-
 struct Pipe {
   Pipe() {
     std::array<int, 2> ends{};
-    require(::pipe2(ends.data(), O_CLOEXEC) == 0, "pipe2");
+    requireSuccess(::pipe2(ends.data(), O_CLOEXEC) == 0, "pipe2");
     reading = FileDescriptor(ends[0]);
     writing = FileDescriptor(ends[1]);
   }
@@ -121,10 +116,10 @@ int EngineProcess::start(std::string const& program) {
     return error;
   }
   for (FileDescriptor const* const mine : {&input.writing, &output.reading, &errors.reading}) {
-    require(::fcntl(mine->number(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
+    requireSuccess(::fcntl(mine->number(), F_SETFL, O_NONBLOCK) == 0, "fcntl");
   }
   ended_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
-  require(ended_.isOpen(), "pidfd_open");
+  requireSuccess(ended_.isOpen(), "pidfd_open");
   input_ = std::move(input.writing);
   output_ = std::move(output.reading);
   errors_ = std::move(errors.reading);

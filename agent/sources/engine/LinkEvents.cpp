@@ -8,20 +8,11 @@
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
+#include "agent/host/SystemCall.h"
+
 namespace Agent {
-
-namespace {
-
-void require(bool holds, char const* what) {
-  if (!holds) {
-    throw std::system_error(errno, std::system_category(), what);
-  }
-}
-
-}  // namespace
 
 void LinkEvents::Close::operator()(mnl_socket* socket) const noexcept {
   (void)::mnl_socket_close(socket);
@@ -32,8 +23,8 @@ LinkEvents::LinkEvents(Loop& loop, std::string bridge, Loop::Call onEvent)
       onEvent_(std::move(onEvent)),
       buffer_(std::size_t{64} << 10U),
       socket_(::mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK)) {
-  require(socket_ != nullptr, "netlink");
-  require(::mnl_socket_bind(socket_.get(), RTMGRP_LINK, MNL_SOCKET_AUTOPID) == 0, "netlink");
+  requireSuccess(socket_ != nullptr, "netlink");
+  requireSuccess(::mnl_socket_bind(socket_.get(), RTMGRP_LINK, MNL_SOCKET_AUTOPID) == 0, "netlink");
   lookForBridge();
   reading_ = loop.whenReady(::mnl_socket_get_fd(socket_.get()), EPOLLIN,
                             [this](std::uint32_t /*events*/) { read(); });

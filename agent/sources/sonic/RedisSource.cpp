@@ -3,9 +3,10 @@
 #include <hiredis/hiredis.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <utility>
+
+#include "agent/sources/sonic/RedisReply.h"
 
 namespace Agent::Sonic {
 
@@ -13,7 +14,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr std::array stores{Store::application, Store::configuration, Store::state};
 constexpr std::string_view eventsSetting = "notify-keyspace-events";
 constexpr std::string_view invalidations = "__redis__:invalidate";
 constexpr std::string_view eventsBegin = "__keyspace@";
@@ -24,11 +24,6 @@ constexpr std::string_view noKey = "stp-openconfig-agent tracks no key";
 constexpr milliseconds quiet{1};
 // ... but none waits for longer than this.
 constexpr milliseconds longestWait{100};
-
-std::string_view textOf(redisReply const& reply) {
-  return reply.str == nullptr ? std::string_view()
-                              : std::string_view(reply.str, static_cast<std::size_t>(reply.len));
-}
 
 // Whether the flags have the server tell of all that becomes of rows under their keys: of hashes,
 // of strings that take their place, of what is deleted or renamed, and of what expires.

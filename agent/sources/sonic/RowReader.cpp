@@ -2,20 +2,16 @@
 
 #include <hiredis/hiredis.h>
 
-#include <array>
 #include <span>
+
+#include "agent/sources/sonic/RedisReply.h"
 
 namespace Agent::Sonic {
 
 namespace {
 
-constexpr std::array stores{Store::application, Store::configuration, Store::state};
 // So many keys are looked at by the server in one step.
 constexpr std::string_view step = "1000";
-
-std::string_view textOf(redisReply const& reply) {
-  return {reply.str, static_cast<std::size_t>(reply.len)};
-}
 
 bool isText(redisReply const& reply) {
   return reply.type == REDIS_REPLY_STRING;

@@ -4,6 +4,7 @@
 // Neither knows the other.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -14,6 +15,7 @@ namespace Agent::Sonic {
 
 /// The databases that are followed: APPL_DB, CONFIG_DB and STATE_DB.
 enum class Store : std::uint8_t { application, configuration, state };
+inline constexpr std::array stores{Store::application, Store::configuration, Store::state};
 
 /// The fields of a hash, by their names.
 using Fields = std::map<std::string, std::string, std::less<>>;

@@ -20,7 +20,7 @@ bool isWritable(SchemaNode const& node) {
   return node.path() == writable;
 }
 
-[[noreturn]] void refuse(std::string const& path, std::string const& reason) {
+[[noreturn]] void refuseAt(std::string const& path, std::string const& reason) {
   throw Failure(Code::invalidArgument, path + ": " + reason);
 }
 
@@ -68,8 +68,8 @@ void addEntry(Stp::VlanSet& vlans, std::string const& path, Json const& entry) {
       return;
     }
   }
-  refuse(path,
-         brief(entry) + " is neither a VLAN from 1 to 4094 nor a range of them as \"10..12\"");
+  refuseAt(path,
+           brief(entry) + " is neither a VLAN from 1 to 4094 nor a range of them as \"10..12\"");
 }
 
 Stp::VlanSet readVlans(std::string const& path, Json const& value) {
@@ -88,14 +88,14 @@ Stp::VlanSet readVlans(std::string const& path, Json const& value) {
 std::optional<Stp::VlanSet> readContainer(SchemaNode const& node, std::string const& path,
                                           Json const& value) {
   if (!value.is_object()) {
-    refuse(path, brief(value) + " is no object");
+    refuseAt(path, brief(value) + " is no object");
   }
   std::optional<Stp::VlanSet> vlans;
   for (auto const& [name, member] : value.items()) {
     SchemaNode const* const child = node.child(name);
     std::string const at = (path == "/" ? "" : path) + "/" + name;
     if (child == nullptr) {
-      refuse(at, "not in the model");
+      refuseAt(at, "not in the model");
     }
     if (isWritable(*child)) {
       vlans = readVlans(at, member);

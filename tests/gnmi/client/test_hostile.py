@@ -190,7 +190,7 @@ class FewDescriptors(unittest.TestCase):
                     context.enter_context(Connection(agent.addresses[0]))
                 before = agent.seconds_of_work()
                 time.sleep(1)
-                self.assertLess(agent.seconds_of_work() - before, 0.3)
+                self.assertLess(agent.seconds_of_work() - before, 0.1)
                 resource.prlimit(pid, resource.RLIMIT_NOFILE, limits)
                 with Client(agent.addresses[0]) as client:
                     self.assertTrue(client.get("/").notification)

@@ -94,7 +94,7 @@ TEST_F(GnmiHub, B1WhatChangesFasterThanItCanBeToldIsOneChangeSetWithTheLastValue
   settings.mostWaiting = 1;
   Hub busy(settings, time.clocks());
   Collector const its(session.observed(), busy);
-  for (char const* const name : {"E1", "E2", "E3"}) {
+  for (char const* const name : {"E1", "E2", "E3", "E6"}) {
     apply(stateIs(name, R"({"edgePort":1})"));
   }
   auto const stream =
@@ -115,15 +115,17 @@ TEST_F(GnmiHub, B1WhatChangesFasterThanItCanBeToldIsOneChangeSetWithTheLastValue
   at(2'008, stateIs("E4", R"({"edgePort":0})"));
   at(2'009, stateIs("E5", R"({"edgePort":0})"));
   at(2'010, stateGone("E5"));
+  at(2'011, stateIs("E6", R"({"edgePort":0})"));
+  at(2'012, stateGone("E6"));
   busy.step();
   std::string const interface = "/stp/interfaces/interface[name=";
   std::string const value = "]/state/edge-port=\"openconfig-spanning-tree-types:EDGE_";
   EXPECT_THAT(taken(*stream),
               ElementsAre("2000: " + interface + "E1" + value + "ENABLE\"",
-                          "2010: -" + interface + "E2]/state/edge-port, -" + interface +
-                              "E3]/state/edge-port, " + interface + "E1" + value +
-                              "DISABLE\" (2), " + interface + "E3" + value + "ENABLE\" (1), " +
-                              interface + "E4" + value + "ENABLE\""));
+                          "2012: -" + interface + "E2]/state/edge-port, -" + interface +
+                              "E3]/state/edge-port, -" + interface + "E6]/state/edge-port, " +
+                              interface + "E1" + value + "DISABLE\" (2), " + interface + "E3" +
+                              value + "ENABLE\" (1), " + interface + "E4" + value + "ENABLE\""));
   // As many as before are told one by one again.
   at(3'000, stateGone("E4"));
   busy.step();

@@ -113,9 +113,9 @@ void RedisConnection::lose(std::string reason) {
   losing_ = loop_.at(loop_.now(), [this, reason = std::move(reason)] { onLost_(reason); });
 }
 
-void RedisConnection::command(std::span<std::string_view const> words, OnReply onReply) {
+bool RedisConnection::send(std::span<std::string_view const> words, Taker taker) {
   if (context_ == nullptr) {
-    return;  // whoever sends will be told
+    return false;  // whoever sends will be told
   }
   std::vector<char const*> texts;
   std::vector<std::size_t> sizes;
@@ -125,24 +125,18 @@ void RedisConnection::command(std::span<std::string_view const> words, OnReply o
     texts.push_back(word.data());
     sizes.push_back(word.size());
   }
-  if (::redisAsyncCommandArgv(context_, &Hooks::answered, nullptr, static_cast<int>(words.size()),
-                              texts.data(), sizes.data()) == REDIS_OK) {
+  return ::redisAsyncCommandArgv(context_, taker, nullptr, static_cast<int>(words.size()),
+                                 texts.data(), sizes.data()) == REDIS_OK;
+}
+
+void RedisConnection::command(std::span<std::string_view const> words, OnReply onReply) {
+  if (send(words, &Hooks::answered)) {
     replies_.push_back(std::move(onReply));
   }
 }
 
 void RedisConnection::subscribe(std::initializer_list<std::string_view> words) {
-  if (context_ == nullptr) {
-    return;
-  }
-  std::vector<char const*> texts;
-  std::vector<std::size_t> sizes;
-  for (std::string_view const word : words) {
-    texts.push_back(word.data());
-    sizes.push_back(word.size());
-  }
-  (void)::redisAsyncCommandArgv(context_, &Hooks::said, nullptr, static_cast<int>(words.size()),
-                                texts.data(), sizes.data());
+  (void)send(std::span(words.begin(), words.size()), &Hooks::said);
 }
 
 std::string RedisConnection::errorOf(redisAsyncContext const& context) {

@@ -60,7 +60,9 @@ class RedisConnection {
 
  private:
   struct Hooks;
+  using Taker = void (*)(redisAsyncContext* context, void* reply, void* data);
 
+  bool send(std::span<std::string_view const> words, Taker taker);
   void attach();
   void awaits(std::uint32_t events);
   void ready(std::uint32_t events);

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "agent/sources/sonic/RedisReply.h"
 #include "agent/text/Refusal.h"
 
 namespace Agent::Sonic {
@@ -109,7 +110,7 @@ void RowWriter::again() {
 void RowWriter::fail(std::string const& command, redisReply const& reply) {
   if (reply.type == REDIS_REPLY_ERROR && failure_.empty()) {
     failure_ = command;
-    failure_.append(": ").append(reply.str, static_cast<std::size_t>(reply.len));
+    failure_.append(": ").append(textOf(reply));
   }
 }
 

@@ -10,7 +10,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <optional>
 #include <span>
 #include <tuple>
 #include <type_traits>
@@ -75,22 +77,8 @@ class Difference {
     for (Record const& record : records) {
       auto const& key = keyOf(record);
       Lumo::Ptr<Member const> member = Stp::memberFind(present, key);
-      if (member) {
-        ++stay;
-        attributesCompare(member, record, rows);
-      } else {
-        auto const fresh = Lumo::make<Member>();
-        member = fresh;
-        if (coming == Coming::whole) {
-          std::apply(
-              [&](auto const&... told) { (((*fresh).*told.row.set)(record.*told.member), ...); },
-              rows);
-        }
-        appearing_.push_back(Change::put(Change::Kind::create, owner, row, key, fresh));
-        if (coming == Coming::bare) {
-          attributesCompare(member, record, rows);
-        }
-      }
+      stay += member ? 1 : 0;
+      member = memberCompare(owner, row, member, key, record, coming, rows);
       below(member, &record);
     }
     if (stay < present.size()) {
@@ -104,6 +92,62 @@ class Difference {
                KeyOf const& keyOf, Coming coming, Rows const& rows) {
     members<id>(owner, records, keyOf, coming, rows,
                 [](auto const& /*member*/, auto* /*record*/) {});
+  }
+
+  /// One member of a collection: as `record` tells of it, or none where that is null. Gives the
+  /// member that is there then.
+  template <auto id, class Entity, class Record, class Rows>
+  auto member(Lumo::Ptr<Entity const> const& owner, Lumo::String const& key, Record const* record,
+              Coming coming, Rows const& rows) {
+    requireOwned<Entity, id>();
+    constexpr auto const& row = rowOf<Entity, id>();
+    using Member = typename std::remove_cvref_t<decltype(row)>::MemberType;
+    Lumo::Ptr<Member const> member = Stp::memberFind(((*owner).*row.members)(), key);
+    if (record != nullptr) {
+      return memberCompare(owner, row, member, key, *record, coming, rows);
+    }
+    if (member) {
+      disappearing_.push_back(Change::erase(owner, row, key));
+    }
+    return Lumo::Ptr<Member const>();
+  }
+
+  /// A member that is there goes, and a new one comes in its place: for those whose watchers look
+  /// only at their start at something else, which has come since.
+  template <auto id, class Entity, class Record, class Rows>
+  void memberAnew(Lumo::Ptr<Entity const> const& owner, Lumo::String const& key,
+                  Record const& record, Rows const& rows) {
+    requireOwned<Entity, id>();
+    constexpr auto const& row = rowOf<Entity, id>();
+    using Member = typename std::remove_cvref_t<decltype(row)>::MemberType;
+    appearing_.push_back(Change::erase(owner, row, key));
+    memberCompare(owner, row, Lumo::Ptr<Member const>(), key, record, Coming::whole, rows);
+  }
+
+  /// The entry of a VLAN in a table: what it is, and what it is to be.
+  template <auto id, class Entity>
+  void entry(Lumo::Ptr<Entity const> const& owner, std::uint16_t vlan, std::optional<bool> present,
+             std::optional<bool> wanted) {
+    requireOwned<Entity, id>();
+    constexpr auto const& row = rowOf<Entity, id>();
+    if (wanted && present != wanted) {
+      appearing_.push_back(Change::setEntry(owner, row, vlan, *wanted));
+    } else if (present && !wanted) {
+      disappearing_.push_back(Change::erase(owner, row, vlan));
+    }
+  }
+
+  /// Whether there is to be an entry of a VLAN in a table without values.
+  template <auto id, class Entity>
+  void entry(Lumo::Ptr<Entity const> const& owner, std::uint16_t vlan, bool isWanted) {
+    requireOwned<Entity, id>();
+    constexpr auto const& row = rowOf<Entity, id>();
+    bool const isPresent = ((*owner).*row.entries)().contains(vlan);
+    if (isWanted && !isPresent) {
+      appearing_.push_back(Change::createEntry(owner, row, vlan));
+    } else if (isPresent && !isWanted) {
+      disappearing_.push_back(Change::erase(owner, row, vlan));
+    }
   }
 
   Changes take() {
@@ -131,6 +175,29 @@ class Difference {
                          Rows const& rows) {
     std::apply([&](auto const&... told) { (compare(entity, told.row, record.*told.member), ...); },
                rows);
+  }
+
+  // Makes the member that is there as the record tells, or a new one come. Gives it.
+  template <class Entity, class Row, class Member, class Record, class Rows>
+  Lumo::Ptr<Member const> memberCompare(Lumo::Ptr<Entity const> const& owner, Row const& row,
+                                        Lumo::Ptr<Member const> const& present,
+                                        typename Row::KeyType const& key, Record const& record,
+                                        Coming coming, Rows const& rows) {
+    if (present) {
+      attributesCompare(present, record, rows);
+      return present;
+    }
+    auto const fresh = Lumo::make<Member>();
+    Lumo::Ptr<Member const> member = fresh;
+    if (coming == Coming::whole) {
+      std::apply([&](auto const&... told) { (((*fresh).*told.row.set)(record.*told.member), ...); },
+                 rows);
+    }
+    appearing_.push_back(Change::put(Change::Kind::create, owner, row, key, fresh));
+    if (coming == Coming::bare) {
+      attributesCompare(member, record, rows);
+    }
+    return member;
   }
 
   template <class Entity, class Row, class Record, class KeyOf, class Below>

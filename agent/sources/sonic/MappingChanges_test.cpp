@@ -1,0 +1,264 @@
+// How the sources are led: what is compared, in which order changes come, what is told of what
+// can't be read, and that whoever follows arrives where whoever begins does.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+
+#include "agent/sources/sonic/SonicTestSupport.h"
+#include "agent/state/EntityPaths.h"
+
+namespace Agent::Sonic {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class SonicChanges : public SonicTest {
+ protected:
+  // The changes that rows make, each as "kind path", applied one by one.
+  std::vector<std::string> changesOf(std::vector<RowRead> const& rows) {
+    for (RowRead const& row : rows) {
+      if (row.fields) {
+        databases.write(row.store, row.key, *row.fields);
+      } else {
+        databases.erase(row.store, row.key);
+      }
+    }
+    mapping.changed(rows);
+    return oneByOne(mapping.differences(sources()));
+  }
+  std::vector<std::string> oneByOne(Changes const& changes) {
+    constexpr std::array kinds{"set", "create", "replace", "touch", "delete", "clear"};
+    std::vector<std::string> told;
+    for (Change const& change : changes) {
+      auto path = Json::parse(EntityPaths(session.database()).of(change.entity()));
+      path.push_back(change.attribute());
+      if (auto const* const name = std::get_if<Lumo::String>(&change.key())) {
+        path.push_back(name->view());
+      } else if (auto const* const id = std::get_if<std::uint16_t>(&change.key())) {
+        path.push_back(std::to_string(*id));
+      }
+      std::string text = kinds.at(static_cast<std::size_t>(change.kind()));
+      for (auto const& step : path) {
+        text += (text.find(' ') == std::string::npos ? " " : ".") + step.get<std::string>();
+      }
+      told.push_back(text);
+      session.apply(Changes{change});
+    }
+    return told;
+  }
+
+  std::vector<RowRead> mst() const {
+    return {{configuration, "STP|GLOBAL", Fields{{"mode", "mst"}}},
+            {configuration, "STP_PORT|E1", Fields{{"bpdu_guard", "true"}}},
+            {configuration, "STP_MST_INST|5", Fields{{"vlan@", "10"}}},
+            {application, "_STP_MST_INST_TABLE:5", Fields{}},
+            {application, "_STP_MST_INST_TABLE:0", Fields{}},
+            {application, "_STP_MST_PORT_TABLE:0:E1", Fields{}},
+            {configuration, "VLAN|Vlan10", Fields{}}};
+  }
+};
+
+TEST_F(SonicChanges, WhatAppearsComesBeforeWhatUsesItAndGoesAfterIt) {
+  EXPECT_THAT(
+      changesOf(mst()),
+      ElementsAre("create vlanConfigDir.vlanConfig.10", "create input.portConfig.E1",
+                  "set input.portConfig.E1.bpduguard", "create input.stpiConfig.Mst",
+                  "create input.stpiConfig.Mst.mstiConfig.MST5", "set input.mode",
+                  "set input.mstConfig", "create config.portConfig.E1",
+                  "create status.stpiStatus.Mst", "create status.stpiStatus.Mst.mstiStatus.Cist",
+                  "create status.stpiStatus.Mst.mstiStatus.MST5",
+                  "create status.stpiStatus.Mst.stpiPortStatus.E1", "set status.activeProtocol",
+                  "set operational.running", "create operational.tree.Cist",
+                  "create operational.tree.MST5", "create operational.tree.Cist.port.E1"));
+  mapping.scanned({});
+  databases = {};
+  EXPECT_THAT(
+      oneByOne(mapping.differences(sources())),
+      ElementsAre("set input.mode", "set input.mstConfig", "set status.activeProtocol",
+                  "set operational.running", "delete operational.tree.MST5",
+                  "delete operational.tree.Cist.port.E1", "delete operational.tree.Cist",
+                  "delete status.stpiStatus.Mst.stpiPortStatus.E1",
+                  "delete status.stpiStatus.Mst.mstiStatus.MST5",
+                  "delete status.stpiStatus.Mst.mstiStatus.Cist", "delete status.stpiStatus.Mst",
+                  "delete config.portConfig.E1", "delete input.stpiConfig.Mst.mstiConfig.MST5",
+                  "delete input.stpiConfig.Mst", "delete input.portConfig.E1",
+                  "delete vlanConfigDir.vlanConfig.10"));
+}
+
+TEST_F(SonicChanges, AChangeCostsWhatItIs) {
+  changesOf(mst());
+  EXPECT_THAT(
+      changesOf({{configuration, "STP_PORT|E1", Fields{{"bpdu_guard", "false"}}}}),
+      ElementsAre("set input.portConfig.E1.bpduguard", "set config.portConfig.E1.bpduguard"));
+  EXPECT_THAT(changesOf({{application, "_STP_MST_PORT_TABLE:0:E1", Fields{{"role", "ROOT"}}}}),
+              ElementsAre("set operational.tree.Cist.port.E1.role"));
+  EXPECT_THAT(changesOf({{application, "_STP_MST_PORT_TABLE:0:E1",
+                          Fields{{"role", "ROOT"}, {"rem_time", "5"}}}}),
+              IsEmpty());
+  EXPECT_THAT(changesOf({{application, "_STP_MST_INST_TABLE:5", Fields{{"vlan@", "10,"}}}}),
+              ElementsAre("set config.mstConfig"));
+}
+
+TEST_F(SonicChanges, AStatusThatWasThereFirstIsMadeAnewAfterTheConfiguration) {
+  apply(R"({"op":"start"})");
+  changesOf(mst());
+  changesOf({{configuration, "STP_PORT|E1", std::nullopt}});
+  EXPECT_THAT(
+      changesOf({{configuration, "STP_PORT|E1", Fields{{"bpdu_guard", "true"}}}}),
+      ElementsAre("create input.portConfig.E1", "set input.portConfig.E1.bpduguard",
+                  "create config.portConfig.E1", "delete status.stpiStatus.Mst.stpiPortStatus.E1",
+                  "create status.stpiStatus.Mst.stpiPortStatus.E1"));
+  EXPECT_EQ(Json::parse(target("ocInterfaceStateDir")).at("E1").at("bpduGuard"), 1);
+  changesOf({{configuration, "STP_PORT|E1", Fields{{"bpdu_guard", "false"}}}});
+  EXPECT_NE(Json::parse(target("ocInterfaceStateDir")).at("E1").at("bpduGuard"), 1);
+}
+
+TEST_F(SonicChanges, AScanComparesAllWhateverWasWrittenMeanwhile) {
+  changesOf(mst());
+  apply(R"({"op":"delete","path":["config","portConfig","E1"]})");
+  apply(R"({"op":"set","path":["input","disabledVlan",7],"value":true})");
+  apply(R"({"op":"create","path":["status","stpiStatus","Mst","stpiPortStatus","E9"]})");
+  apply(R"({"op":"create","path":["operational","tree","Cist","port","E9"]})");
+  apply(R"({"op":"create","path":["vlanConfigDir","vlanConfig",9]})");
+  mapping.scanned(databases.all());
+  follow();
+  EXPECT_EQ(ShownSources::of(sources()), fresh());
+}
+
+TEST_F(SonicChanges, OfARowGivenTwiceTheLastCounts) {
+  std::vector<RowRead> const rows{{configuration, "STP|GLOBAL", Fields{{"mode", "mst"}}},
+                                  {configuration, "STP|GLOBAL", Fields{{"mode", "rstp"}}}};
+  mapping.scanned(rows);
+  follow();
+  EXPECT_EQ(at("/input/mode"), 2);
+}
+
+class SonicComplaints : public SonicTest {};
+
+TEST_F(SonicComplaints, AreToldOnceUntilTheBytesChange) {
+  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}, {"edge_port", "perhaps"}});
+  EXPECT_THAT(complaints(),
+              ElementsAre("CONFIG_DB \"STP_PORT|E1\": bpdu_guard: \"maybe\" can't be read",
+                          "CONFIG_DB \"STP_PORT|E1\": edge_port: \"perhaps\" can't be read"));
+  write(configuration, "STP_PORT|E1", {{"link_type", "shared"}});
+  mapping.scanned(databases.all());
+  EXPECT_THAT(complaints(), IsEmpty());
+  EXPECT_EQ((follow(), at("/input/portConfig/E1/linkType")), 2);  // the other fields apply
+  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "never"}});
+  EXPECT_THAT(complaints(),
+              ElementsAre("CONFIG_DB \"STP_PORT|E1\": bpdu_guard: \"never\" can't be read"));
+}
+
+TEST_F(SonicComplaints, AreToldAgainWhenWhatIsWrongWentAndCameBack) {
+  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}});
+  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "true"}});
+  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}});
+  EXPECT_EQ(complaints().size(), 2U);
+  erase(configuration, "STP_PORT|E1");
+  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}});
+  EXPECT_EQ(complaints().size(), 1U);
+  mapping.scanned({});
+  mapping.scanned(databases.all());
+  EXPECT_EQ(complaints().size(), 1U);
+}
+
+TEST_F(SonicComplaints, SomethingElseThanAHashIsAsNoRow) {
+  write(configuration, "STP_PORT|E1");
+  RowRead const list{configuration, "STP_PORT|E1", std::nullopt, true};
+  mapping.changed({&list, 1});
+  follow();
+  EXPECT_EQ(at("/input/portConfig/E1"), absent());
+  mapping.changed({&list, 1});
+  EXPECT_THAT(complaints(),
+              ElementsAre("CONFIG_DB \"STP_PORT|E1\": this is no hash, and is left out"));
+}
+
+TEST_F(SonicComplaints, FieldsThatAreNotReadDontCount) {
+  write(configuration, "STP_PORT|E1", {{"priority", "many"}, {"enabled", "?"}, {"NULL", "NULL"}});
+  write(application, "_STP_MST_INST_TABLE:0", {{"bridge_address", "?"}});
+  EXPECT_THAT(complaints(), IsEmpty());
+}
+
+// Rows of few ports, instances and VLANs, so that they meet often, some of which can't be read.
+class RandomRows {
+ public:
+  explicit RandomRows(std::uint64_t seed) : random_(seed) {}
+
+  RowRead next(Databases& databases) {
+    Store const store =
+        oneOf<Store>({application, application, configuration, configuration, state});
+    std::string const key = keyIn(store);
+    if (oneIn(3)) {
+      return databases.erase(store, key);
+    }
+    Fields fields;
+    for (int count = static_cast<int>(random_() % 4); count > 0; --count) {
+      fields.insert_or_assign(
+          oneOf<char const*>({"mode", "name", "revision", "bridge_priority", "vlan_list", "vlan@",
+                              "edge_port", "portfast", "bpdu_guard", "link_type", "enabled",
+                              "state", "role", "port_state", "path_cost", "port_fast"}),
+          oneOf<char const*>({"true", "false", "yes", "no", "shared", "auto", "4096", "1-3", "2,",
+                              "3", "ok", "ROOT", "FORWARDING", "DISABLED", "", "?", "\xFF"}));
+    }
+    if (key == "STP|GLOBAL") {
+      fields["mode"] = oneOf<char const*>({"mst", "mst", "mst", "pvst", "rpvst", "rstp", "?"});
+    }
+    return databases.write(store, key, fields);
+  }
+
+  bool oneIn(unsigned count) { return random_() % count == 0; }
+
+ private:
+  template <class Value>
+  Value oneOf(std::vector<Value> const& values) {
+    return values.at(random_() % values.size());
+  }
+  std::string port() { return oneOf<char const*>({"E1", "E2", "E3"}); }
+  std::string id() { return std::to_string(random_() % 4); }
+  std::string vlan() { return "Vlan" + std::to_string(1 + random_() % 3); }
+  std::string keyIn(Store store) {
+    if (store == state) {
+      return "VLAN_TABLE|" + vlan();
+    }
+    if (store == configuration) {
+      return oneOf<std::string>({"STP|GLOBAL", "STP_MST|GLOBAL",
+                                 "STP_MST_INST|MST_INSTANCE|" + id(),
+                                 "STP_MST_INST|MST_INSTANCE:Instance" + id(),
+                                 "STP_MST_INST|" + id(), "STP_PORT|" + port(), "STP_PORT|" + port(),
+                                 "STP_VLAN|" + vlan(), "VLAN|" + vlan(), "STP_VLAN|VlanX"});
+    }
+    return oneOf<std::string>({"_", "_", ""}) +
+           oneOf<std::string>(
+               {"STP_MST_INST_TABLE:" + id(), "STP_MST_PORT_TABLE:" + id() + ":" + port(),
+                "STP_MST_PORT_TABLE:0:" + port(), "STP_VLAN_TABLE:" + vlan(),
+                "STP_VLAN_PORT_TABLE:" + vlan() + ":" + port(), "STP_PORT_TABLE:" + port()});
+  }
+
+  std::mt19937_64 random_;
+};
+
+TEST_F(SonicChanges, WhoFollowsArrivesWhereWhoBeginsDoes) {
+  apply(R"({"op":"start"})");
+  RandomRows random(13);
+  for (int step = 0; step < 500; ++step) {
+    std::vector<RowRead> batch;
+    do {
+      batch.push_back(random.next(databases));
+    } while (!random.oneIn(3));
+    mapping.changed(batch);
+    if (random.oneIn(20)) {
+      mapping.scanned(databases.all());
+    }
+    if (random.oneIn(4)) {
+      continue;  // the next batch comes before the sources are compared
+    }
+    follow();
+    ASSERT_EQ(ShownSources::of(sources()), fresh()) << "step " << step;
+  }
+}
+
+}  // namespace
+}  // namespace Agent::Sonic

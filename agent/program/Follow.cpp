@@ -11,6 +11,7 @@
 
 #include "agent/host/Diagnostics.h"
 #include "agent/host/ServiceManager.h"
+#include "agent/program/ReadersBrake.h"
 #include "agent/program/Run.h"
 #include "agent/sources/engine/AskingTimes.h"
 #include "agent/sources/engine/EngineSource.h"
@@ -98,7 +99,7 @@ class Follower {
     if (auto const* const error = std::get_if<EngineError>(&taken.result)) {
       outage_.continues(error->kind(), error->what());
       service_.working(error->what());
-    } else if (isRead()) {
+    } else if (brake_.isRead(run_.output())) {
       outage_.ends(following_.bridge);
       remark(taken.remarks);
       apply(std::get<EngineSnapshot>(taken.result));
@@ -112,17 +113,6 @@ class Follower {
     } else {
       schedule();
     }
-  }
-
-  // Whether somebody reads what following prints. Who does not gets no more before he has read:
-  // what changed in between is then printed as one change.
-  bool isRead() {
-    constexpr std::size_t enough = std::size_t{16} << 20U;
-    bool const was = std::exchange(isRead_, run_.output().waiting() < enough);
-    if (was && !isRead_) {
-      Diagnostics::error("standard output: nobody reads, no further changes until somebody does");
-    }
-    return isRead_;
   }
 
   void apply(EngineSnapshot const& snapshot) {
@@ -153,9 +143,9 @@ class Follower {
   AskingTimes times_;
   std::optional<LinkEvents> events_;
   Outage outage_;
+  ReadersBrake brake_;
   std::vector<std::string> remarks_;
   bool hasBegun_ = false;
-  bool isRead_ = true;
   Loop::Registration next_;
 };
 

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "agent/host/Diagnostics.h"
 #include "agent/views/gnmi/Collector.h"
+#include "agent/views/gnmi/Failure.h"
 #include "agent/views/gnmi/Hub.h"
 #include "agent/views/gnmi/rpc/Server.h"
 
@@ -34,18 +36,24 @@ std::size_t mostConnections(GnmiSettings const& settings) {
 
 // The way of writes from the threads of the server to the loop's.
 struct Writes {
-  void post(Loop& loop, Session& session, Gnmi::Write write, std::function<void(bool)> done) {
+  using Done = std::function<void(std::optional<Gnmi::Failure> failure)>;
+
+  void post(Loop& loop, Session& session, Gnmi::Write write, Done done) {
     {
       std::lock_guard const lock(mutex);
       if (isOpen) {
         loop.post([&session, write = std::move(write), done = std::move(done)] {
-          session.write(write.changes(session.database().targets()));
-          done(true);
+          session.write(write.changes(session.database().targets()),
+                        [done](std::optional<std::string> const& refusal) {
+                          done(refusal ? std::optional(Gnmi::Failure(Gnmi::Code::failedPrecondition,
+                                                                     *refusal))
+                                       : std::nullopt);
+                        });
         });
         return;
       }
     }
-    done(false);
+    done(Gnmi::Failure(Gnmi::Code::unavailable, "the target is shutting down"));
   }
   void close() {
     std::lock_guard const lock(mutex);
@@ -63,7 +71,7 @@ class ServingTarget final : public GnmiTarget {
     hub_.start();
     server_ = std::make_unique<Gnmi::Server>(
         settings.server, mostConnections(settings), hub_,
-        [this, &session](Gnmi::Write write, std::function<void(bool)> done) {
+        [this, &session](Gnmi::Write write, Writes::Done done) {
           writes_.post(loop_, session, std::move(write), std::move(done));
         });
     for (std::string const& address : server_->addresses()) {

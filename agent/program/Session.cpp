@@ -1,10 +1,26 @@
 #include "agent/program/Session.h"
 
+#include "Stp/vlans/VlanList.h"
 #include "agent/state/Departed.h"
+#include "agent/state/TargetRecord.h"
 #include "agent/views/document/OpenConfigView.h"
 #include "agent/views/entities/EntitiesView.h"
 
 namespace Agent {
+
+namespace {
+
+// Those that the configuration is to have, whether they exist or not.
+Stp::VlanSet disabledVlans(TargetView const& targets) {
+  Stp::VlanSet vlans;
+  for (Stp::VlanIdOrRange const& entry : recordOf(*targets.globalConfig).disabledVlan) {
+    Stp::expandVlans(
+        entry, [&vlans](std::uint16_t vlan) { vlans.insert(vlan); }, __FILE__, __LINE__, __func__);
+  }
+  return vlans;
+}
+
+}  // namespace
 
 Session::Session(Settings const& settings, Output& output)
     : shown_(settings.show),
@@ -39,13 +55,20 @@ void Session::apply(Changes const& changes) {
   observed_.changeSetEnds();
 }
 
-void Session::write(Changes const& changes) {
+void Session::write(Changes const& changes, Written const& written) {
   if (changes.empty()) {
+    written(std::nullopt);
     return;
   }
   database_.apply(changes);
+  auto const disabled = disabledVlans(database_.targets());
   mirror_.syncDisabledVlans();
   observed_.changeSetEnds();
+  if (keeper_) {
+    keeper_(disabled, written);
+  } else {
+    written(std::nullopt);
+  }
 }
 
 void Session::show() {

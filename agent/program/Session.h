@@ -2,9 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "StpTypes/VlanTable.h"
 #include "agent/host/Output.h"
 #include "agent/program/GnmiSettings.h"
 #include "agent/sources/operations/Operations.h"
@@ -54,8 +57,18 @@ class Session {
   /// Applies what a source found to have changed, all of it one moment of that source.
   void apply(Changes const& changes);
 
-  /// Applies what a client wrote into targets, and carries it back into the engine's configuration.
-  void write(Changes const& changes);
+  /// Is told why what was written did not become the switch's; nothing if it did.
+  using Written = std::function<void(std::optional<std::string> const& refusal)>;
+  /// Takes the VLANs that are to be disabled to where the switch has its configuration.
+  using Keeper = std::function<void(Stp::VlanSet const& disabled, Written written)>;
+
+  /// Applies what a client wrote into targets, carries it back into the engine's configuration,
+  /// and has the keeper keep it, if there is one.
+  void write(
+      Changes const& changes,
+      Written const& written = [](std::optional<std::string> const& /*refusal*/) {});
+
+  void keeperIs(Keeper keeper) { keeper_ = std::move(keeper); }
 
   /// Prints the targets.
   void show();
@@ -69,6 +82,7 @@ class Session {
   ObservedTargets observed_;
   std::optional<Watch> watch_;
   Operations operations_;
+  Keeper keeper_;
 };
 
 }  // namespace Agent

@@ -15,6 +15,7 @@ enum class Code : std::uint8_t {
   notFound = 5,
   permissionDenied = 7,
   resourceExhausted = 8,
+  failedPrecondition = 9,
   unimplemented = 12,
   unavailable = 14,
   unauthenticated = 16,

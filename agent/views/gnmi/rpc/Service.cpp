@@ -145,9 +145,9 @@ void Service::set(grpc::ByteBuffer& bytes, UnaryCall& call,
   access_.requireWriter(context);
   Requested asked = requested(request);
   auto const finish = [call = call.shared_from_this(), prefix = request.prefix(),
-                       results = std::move(asked.results)](bool isApplied) {
-    if (!isApplied) {
-      call->fail(Failure(Code::unavailable, "the target is shutting down"));
+                       results = std::move(asked.results)](std::optional<Failure> const& failure) {
+    if (failure) {
+      call->fail(*failure);
       return;
     }
     gnmi::SetResponse response;

@@ -4,7 +4,9 @@
 #include <grpcpp/generic/async_generic_service.h>
 
 #include <functional>
+#include <optional>
 
+#include "agent/views/gnmi/Failure.h"
 #include "agent/views/gnmi/Hub.h"
 #include "agent/views/gnmi/Write.h"
 #include "agent/views/gnmi/rpc/Access.h"
@@ -17,7 +19,8 @@ namespace Agent::Gnmi {
 
 /// Has a write take effect on the notification thread, and calls `done` from there when the mirror
 /// has run; with false if there is no such thread any more.
-using Apply = std::function<void(Write write, std::function<void(bool isApplied)> done)>;
+using Apply =
+    std::function<void(Write write, std::function<void(std::optional<Failure> failure)> done)>;
 
 // What is generic comes through CreateReactor.
 using ServiceBase = gnmi::gNMI::WithGenericMethod_Capabilities<

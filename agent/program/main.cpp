@@ -16,13 +16,16 @@
 #include <vector>
 
 #include "CommandLine.h"
+#include "agent/host/Diagnostics.h"
 #include "agent/host/Fatal.h"
 #include "agent/program/Follow.h"
 #include "agent/program/Inspect.h"
 #include "agent/program/OperationFiles.h"
 #include "agent/program/Options.h"
 #include "agent/program/SnapshotFolders.h"
+#include "agent/program/Sonic.h"
 #include "agent/program/Status.h"
+#include "agent/text/Refusal.h"
 
 namespace {
 
@@ -127,6 +130,61 @@ int follow(Words const& words) {
   return Agent::followEngine(settings, following);
 }
 
+// What is wrong with an address; empty if nothing is.
+std::string wrongRedisAddress(std::string const& text) {
+  try {
+    (void)Agent::Sonic::parseRedisAddress(text);
+    return "";
+  } catch (Agent::Refusal const& refusal) {
+    return refusal.what();
+  }
+}
+
+int sonic(Words const& words) {
+  Agent::Settings settings;
+  std::optional<std::string> address;
+  std::optional<std::string> file;
+  std::string seconds = "60";
+  CLI::App command("Applies what changes in the databases of SONiC, until it is interrupted.",
+                   "stp-openconfig-agent sonic");
+  command.add_option("--redis", address, "Where the databases are: unix:PATH or HOST:PORT")
+      ->check(wrongRedisAddress)
+      ->type_name("ADDRESS")
+      ->default_str(std::string(Agent::Sonic::usualRedisAddress));
+  command.add_option("--database-config", file, "The database_config.json of the switch")
+      ->type_name("FILE");
+  command
+      .add_option("--resync", seconds,
+                  "The time from one reading of all rows to the next; 0: never")
+      ->check([](std::string const& text) { return text == "0" ? "" : Agent::wrongInterval(text); })
+      ->type_name("SECONDS")
+      ->capture_default_str();
+  Agent::addForgetDeparted(command, settings);
+  Agent::addSettings(command, settings);
+  Agent::addGnmi(command, settings);
+  if (auto const status = parseCommand(command, words)) {
+    return *status;
+  }
+  Agent::Sonic::RedisSettings redis;
+  try {
+    if (file) {
+      redis.databases = Agent::Sonic::readDatabaseConfig(*file);
+    }
+  } catch (Agent::Refusal const& refusal) {
+    Agent::Diagnostics::error(refusal.what());
+    return wrongCommandLine;
+  }
+  for (std::string const& remark : redis.databases.remarks) {
+    Agent::Diagnostics::error(*file + ": " + remark);
+  }
+  std::string const usual(Agent::Sonic::usualRedisAddress);
+  redis.address = !address && redis.databases.address
+                      ? *redis.databases.address
+                      : Agent::Sonic::parseRedisAddress(address.value_or(usual));
+  redis.resync = seconds == "0" ? std::chrono::nanoseconds::zero() : Agent::interval(seconds);
+  return Agent::followSonic(settings, redis);
+}
+
 int status(Words const& words) {
   Agent::Settings settings;
   Agent::StatusRequest request;
@@ -202,6 +260,8 @@ constexpr std::array commands{
     Command{"run", "apply operations, one JSON object a line", &run},
     Command{"replay", "apply what changes from each snapshot of an engine to the next", &replay},
     Command{"follow", "apply what changes in a running engine, until it is interrupted", &follow},
+    Command{"sonic", "apply what changes in the databases of SONiC, until it is interrupted",
+            &sonic},
     Command{"status", "print the roots, the trees and the ports of a bridge", &status},
     Command{"inspect", "print the objects of the mirror as they live, and what runs what",
             &inspect},

@@ -258,6 +258,7 @@ void RedisSource::reconnectLater(std::string const& reason) {
   for (Loop::Registration* const pending : {&next_, &soon_, &delivery_, &watching_, &failing_}) {
     pending->drop();
   }
+  hasBegun_ = false;
   hasScanned_ = false;
   link_->writer.giveUp("lost while writing: " + reason);
   link_.reset();

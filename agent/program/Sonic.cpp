@@ -1,0 +1,160 @@
+#include "agent/program/Sonic.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "StpTypes/VlanTable.h"
+#include "agent/host/Diagnostics.h"
+#include "agent/host/Fatal.h"
+#include "agent/host/ServiceManager.h"
+#include "agent/program/ReadersBrake.h"
+#include "agent/program/Run.h"
+#include "agent/sources/sonic/Mapping.h"
+
+namespace Agent {
+
+namespace {
+
+using Sonic::RowRead;
+using Sonic::Store;
+
+Sonic::Separators separatorsOf(Sonic::DatabaseConfig const& databases) {
+  return {databases.layout(Store::application).separator,
+          databases.layout(Store::configuration).separator,
+          databases.layout(Store::state).separator};
+}
+
+class SonicFollower final : public Sonic::RowListener {
+ public:
+  SonicFollower(Run& run, Sonic::RedisSettings const& redis)
+      : run_(run),
+        address_(redis.address.text()),
+        mapping_(separatorsOf(redis.databases)),
+        service_(run.loop()),
+        source_(run.loop(), redis, *this) {
+    constexpr std::chrono::seconds patience{2};
+    run_.readersPatienceIs(patience);
+    run_.output().readerIsWatched();
+  }
+
+  // Whoever waits for a write is answered.
+  ~SonicFollower() override {
+    run_.session().keeperIs({});
+    kept_.insert(kept_.end(), waiting_.begin(), waiting_.end());
+    for (Session::Written const& written : kept_) {
+      written(address_ + ": the agent is shutting down");
+    }
+  }
+
+  void follow() {
+    run_.session().keeperIs([this](Stp::VlanSet const& disabled, Session::Written written) {
+      keep(disabled, std::move(written));
+    });
+    run_.wait();
+    ServiceManager::stopping();
+    if (!hasBegun_) {
+      run_.unseen(address_ + ": the databases were not read, nothing is mirrored");
+    }
+  }
+
+  bool isMapped(Store store, std::string_view key) const override {
+    return mapping_.isMapped(store, key);
+  }
+  std::vector<std::string> patterns(Store store) const override { return mapping_.patterns(store); }
+
+  void scanned(std::vector<RowRead> rows) override {
+    if (std::exchange(isLost_, false)) {
+      Diagnostics::notice(address_ + ": the databases are read again");
+    }
+    mapping_.scanned(rows);
+    apply();
+  }
+  void changed(std::vector<RowRead> rows) override {
+    mapping_.changed(rows);
+    apply();
+  }
+  void lost(std::string const& reason) override {
+    if (!std::exchange(isLost_, true)) {
+      Diagnostics::error(reason);
+    }
+    service_.working(reason);
+  }
+  void remark(std::string const& text) override { Diagnostics::error(text); }
+
+ private:
+  void apply() {
+    for (std::string const& complaint : mapping_.takeComplaints()) {
+      Diagnostics::error(complaint);
+    }
+    if (!brake_.isRead(run_.output())) {
+      constexpr std::chrono::seconds betweenLooks{1};
+      service_.working("Waiting for the reader of standard output");
+      later_ = run_.loop().after(betweenLooks, [this] { apply(); });
+      return;
+    }
+    later_.drop();
+    if (!hasBegun_) {
+      run_.session().start();
+      hasBegun_ = true;
+    }
+    applyingIs(address_, 0);
+    run_.session().apply(mapping_.differences(run_.session().database().sources()));
+    applyingIs("", 0);
+    if (!isLost_) {
+      service_.working("Following " + address_);
+    }
+  }
+
+  // One write is under way at a time; of those that come meanwhile the last says what is to be.
+  void keep(Stp::VlanSet const& disabled, Session::Written written) {
+    wanted_ = disabled;
+    waiting_.push_back(std::move(written));
+    keepNext();
+  }
+
+  void keepNext() {
+    if (!kept_.empty() || waiting_.empty()) {
+      return;
+    }
+    kept_ = std::exchange(waiting_, {});
+    source_.write([this, wanted = wanted_] { return mapping_.writesOfDisabledVlans(wanted); },
+                  [this](std::string const& refusal) { ended(refusal); });
+  }
+
+  // What was refused gives way to what the databases say.
+  void ended(std::string const& refusal) {
+    if (!refusal.empty()) {
+      source_.rescan();
+    }
+    for (Session::Written const& written : std::exchange(kept_, {})) {
+      written(refusal.empty() ? std::nullopt : std::optional(refusal));
+    }
+    keepNext();
+  }
+
+  Run& run_;
+  std::string address_;
+  Sonic::Mapping mapping_;
+  ServiceManager service_;
+  ReadersBrake brake_;
+  bool hasBegun_ = false;
+  bool isLost_ = false;
+  Loop::Registration later_;
+  Stp::VlanSet wanted_;
+  std::vector<Session::Written> kept_;     // of the write that is under way
+  std::vector<Session::Written> waiting_;  // for the next
+  Sonic::RedisSource source_;
+};
+
+}  // namespace
+
+int followSonic(Settings settings, Sonic::RedisSettings const& redis) {
+  settings.manualStart = true;  // by the first scan
+  return Run(settings).execute([&redis](Run& run) { SonicFollower(run, redis).follow(); });
+}
+
+}  // namespace Agent

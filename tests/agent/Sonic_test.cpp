@@ -1,0 +1,147 @@
+// Behind a switch's databases, in a real server.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "Process.h"
+#include "agent/sources/sonic/RedisServerTestSupport.h"
+
+namespace Test {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class SonicCommand : public testing::Test {
+ protected:
+  SonicCommand() {
+    write({"HSET", "STP|GLOBAL", "mode", "mst"});
+    write({"HSET", "STP_PORT|Ethernet0", "enabled", "true", "edge_port", "true"});
+  }
+
+  void write(std::vector<std::string> const& words) { server.command(4, words); }
+
+  std::vector<std::string> following(std::vector<std::string> const& options = {}) const {
+    std::vector<std::string> arguments{"sonic",   "--redis", "unix:" + server.socket(),
+                                       "--watch", "--show",  "entities"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return arguments;
+  }
+
+  // Reads lines until one has it.
+  static std::string lineWith(Process& agent, std::string const& text) {
+    std::string line;
+    do {
+      line = agent.readLine();
+    } while (line.find(text) == std::string::npos && !line.empty());
+    return line;
+  }
+
+  static Outcome ended(Process& agent) {
+    agent.signal(SIGTERM);
+    return agent.finish();
+  }
+
+  Agent::Sonic::RedisServer server;
+};
+
+TEST_F(SonicCommand, PrintsWhatTheRowsSayAndEachChange) {
+  Process agent(following());
+  EXPECT_THAT(lineWith(agent, R"("edgePort":0)"),
+              HasSubstr(R"(["ocInterfaceConfigDir","interface","Ethernet0"])"));
+  write({"HSET", "STP_PORT|Ethernet0", "bpdu_guard", "true"});
+  EXPECT_THAT(lineWith(agent, R"("bpduGuard":1)"),
+              HasSubstr(R"(["ocInterfaceConfigDir","interface","Ethernet0"])"));
+  write({"DEL", "STP_PORT|Ethernet0"});
+  EXPECT_THAT(lineWith(agent, R"({"deleted":)"),
+              HasSubstr(R"(["ocInterfaceConfigDir","interface","Ethernet0"])"));
+  Outcome const end = ended(agent);
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(end.err, "");
+  EXPECT_THAT(end.out, HasSubstr(R"("ocInterfaceConfigDir":{})"));
+}
+
+TEST_F(SonicCommand, WithoutAServerNothingIsShown) {
+  server.kill();
+  Process agent(following());
+  EXPECT_THAT(agent.readErrorLine(), HasSubstr("Connection refused"));
+  Outcome const end = ended(agent);
+  EXPECT_EQ(end.status, 3);
+  EXPECT_EQ(end.out, "");
+  EXPECT_THAT(end.err, HasSubstr("the databases were not read, nothing is mirrored"));
+}
+
+TEST_F(SonicCommand, OutageIsToldOnceAndWhenItIsOver) {
+  Process agent(following());
+  lineWith(agent, R"("edgePort":0)");
+  server.kill();
+  EXPECT_THAT(agent.readErrorLine(), StartsWith("unix:" + server.socket()));
+  server.start();
+  EXPECT_THAT(agent.readErrorLine(), HasSubstr("the databases are read again"));
+  EXPECT_THAT(lineWith(agent, R"({"deleted":)"), HasSubstr("Ethernet0"));  // the server lost it
+  Outcome const end = ended(agent);
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(end.err, "");
+}
+
+TEST_F(SonicCommand, RowThatCanNotBeReadIsToldAndStopsNothing) {
+  write({"HSET", "STP_PORT|Ethernet0", "bpdu_guard", "perhaps"});
+  Process agent(following());
+  std::string const complaint = agent.readErrorLine();
+  EXPECT_THAT(complaint, HasSubstr("STP_PORT|Ethernet0"));
+  EXPECT_THAT(complaint, HasSubstr("bpdu_guard"));
+  EXPECT_THAT(lineWith(agent, R"("edgePort":0)"), HasSubstr("Ethernet0"));
+  Outcome const end = ended(agent);
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(end.err, "");
+}
+
+TEST_F(SonicCommand, ReadsWhereTheFileOfTheDatabasesSays) {
+  Folder const folder;
+  server.command(9, {"HSET", "STP_PORT!Ethernet8", "edge_port", "true"});
+  std::string const file = folder.file("database_config.json", R"({
+    "INSTANCES": {"redis": {"hostname": "127.0.0.1", "port": 1, "unix_socket_path": ")" +
+                                                                   server.socket() + R"("}},
+    "DATABASES": {"CONFIG_DB": {"id": 9, "separator": "!", "instance": "redis"}}})");
+  Process agent({"sonic", "--database-config", file, "--watch", "--show", "none"});
+  EXPECT_THAT(lineWith(agent, R"("edgePort":)"), HasSubstr("Ethernet8"));
+  EXPECT_EQ(ended(agent).status, 0);
+  // The address that is given counts, and what else the file says.
+  std::string const elsewhere = folder.file("elsewhere.json", R"({
+    "INSTANCES": {"redis": {"unix_socket_path": "/nowhere"}},
+    "DATABASES": {"CONFIG_DB": {"id": 9, "separator": "!", "instance": "redis"}}})");
+  Process other(following({"--database-config", elsewhere}));
+  EXPECT_THAT(lineWith(other, R"("edgePort":)"), HasSubstr("Ethernet8"));
+  EXPECT_EQ(ended(other).status, 0);
+}
+
+TEST_F(SonicCommand, WrongCommandLinesAreRefused) {
+  struct Case {
+    std::vector<std::string> options;
+    std::string reason;
+  };
+  for (auto const& [options, reason] : {
+           Case{{"--redis", "nowhere"}, "is neither unix:PATH nor HOST:PORT"},
+           Case{{"--database-config", "/no/such/file"}, "/no/such/file: can't be read"},
+           Case{{"--resync", "-1"}, "--resync"},
+           Case{{"--resync", "often"}, "--resync"},
+           Case{{"--manual-start"}, "--manual-start"},
+           Case{{"--bridge", "br0"}, "--bridge"},
+           Case{{"--interval", "1"}, "--interval"},
+           Case{{"--mstpctl", "true"}, "--mstpctl"},
+           Case{{"file"}, "file"},
+       }) {
+    std::vector<std::string> arguments{"sonic"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    Outcome const end = runAgent(arguments);
+    EXPECT_EQ(end.status, 2) << reason;
+    EXPECT_THAT(end.err, HasSubstr(reason));
+    EXPECT_EQ(end.out, "");
+  }
+}
+
+}  // namespace
+}  // namespace Test

@@ -15,12 +15,18 @@ namespace Lumo {
 
 /// The hash of a key. Keys are names (by identity), integers, or value types that convert to one
 /// with `value()`. Integer keys are ids that are dense or nearly so: left as they are they spread
-/// best, and neighbours lie side by side. Names that were made one after the other lie at even
+/// best, and neighbours lie side by side. Those of 64 bits are several ids put together, all of
+/// which have to tell in the low bits. Names that were made one after the other lie at even
 /// distances in memory, and are looked up one after the other again: within a mebibyte their order
 /// is kept.
 template <std::integral Key>
 std::uint64_t hashOf(Key key) noexcept {
-  return static_cast<std::uint64_t>(key);
+  auto const bits = static_cast<std::uint64_t>(key);
+  if constexpr (sizeof(Key) <= sizeof(std::uint32_t)) {
+    return bits;
+  }
+  std::uint64_t const mixed = bits * 0x9E3779B97F4A7C15U;
+  return mixed ^ (mixed >> 32);
 }
 inline std::uint64_t hashOf(String const& key) noexcept {
   std::uint64_t const place = key.identity() / 16;

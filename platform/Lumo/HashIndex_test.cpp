@@ -41,6 +41,30 @@ TEST(HashOf, SpreadsWhatComesTogetherOverTheLowBits) {
   }
 }
 
+// A port in a tree is the common case.
+TEST(HashOf, SpreadsIdsThatArePutTogetherOverTheLowBits) {
+  for (unsigned const distance : {1U, 4U, 17U}) {
+    std::vector<std::uint64_t> keys;
+    HashIndex index;
+    std::size_t looks = 0;
+    for (std::uint64_t tree = 0; tree < 65; ++tree) {
+      for (std::uint64_t port = 0; port < 48; ++port) {
+        index.reserve(keys.size() + 1, [&](std::uint32_t at) { return hashOf(keys[at]); });
+        keys.push_back(tree << 32U | port * distance);
+        index.insert(hashOf(keys.back()), static_cast<std::uint32_t>(keys.size() - 1));
+      }
+    }
+    for (std::uint64_t const key : keys) {
+      std::uint32_t const found = index.find(hashOf(key), [&](std::uint32_t at) {
+        ++looks;
+        return keys[at] == key;
+      });
+      EXPECT_EQ(keys.at(found), key);
+    }
+    EXPECT_LE(looks, 2 * keys.size()) << distance;
+  }
+}
+
 TEST(HashIndex, FindsNothingBeforeTheFirstInsertion) {
   HashIndex index;
   EXPECT_EQ(index.find(5, [](std::uint32_t) { return true; }), HashIndex::none);

@@ -1,9 +1,11 @@
-// The path of one change of what an engine computed, beside that of a port's BPDU guard: both write
-// one member of a record in a directory.
+// What an engine computed: the path of one change, beside that of a port's BPDU guard (both write
+// one member of a record in a directory), and all trees, made and synchronised at once.
+#include <chrono>
 #include <string>
 #include <vector>
 
 #include "Stp/InterfaceStateMirrors.h"
+#include "Stp/vlans/InstanceName.h"
 #include "StpOper/TreeMirrors.h"
 #include "bench/World.h"
 
@@ -52,20 +54,26 @@ void bpduGuardChange(benchmark::State& state) {
   });
 }
 
-// The ports of one tree.
-struct TreePorts {
-  TreePorts() {
+// So many ports in each of so many trees.
+struct Trees {
+  explicit Trees(unsigned trees, unsigned portsOfEach) {
     using Bridge = Stp::Operational::Bridge;
+    input->modeIs(Stp::Mode::mstp);
     bridge->valueIs<Bridge::Id::running, &Stp::Operational::BridgeTold::running>(true);
-    auto const tree = Lumo::make<Stp::Operational::Tree>();
-    for (unsigned port = 0; port < ports; ++port) {
-      sources.push_back(Lumo::make<Stp::Operational::TreePort>());
-      tree->port.is(portName(port), sources.back());
+    for (unsigned id = 0; id < trees; ++id) {
+      auto const tree = Lumo::make<Stp::Operational::Tree>();
+      for (unsigned port = 0; port < portsOfEach; ++port) {
+        sources.push_back(Lumo::make<Stp::Operational::TreePort>());
+        tree->port.is(portName(port), sources.back());
+      }
+      bridge->tree.is(Stp::instanceIdToMstiName(static_cast<std::uint16_t>(id)), tree);
     }
-    bridge->tree.is("Cist", tree);
-    mirror = Stp::Oper::oCTreeDirSmFactory(
-        input, bridge, Lumo::make<Stp::OCTreeConfigDir>(), Lumo::make<Stp::OCTreeStateDir>(),
-        Lumo::make<Stp::OCTreePortConfigDir>(), states, counters);
+  }
+
+  Lumo::Ptr<Stp::Oper::OCTreeDirSm> mirror() const {
+    return Stp::Oper::oCTreeDirSmFactory(input, bridge, Lumo::make<Stp::OCTreeConfigDir>(),
+                                         Lumo::make<Stp::OCTreeStateDir>(),
+                                         Lumo::make<Stp::OCTreePortConfigDir>(), states, counters);
   }
 
   Lumo::Ptr<Stp::Input::Config> input = Lumo::make<Stp::Input::Config>();
@@ -73,7 +81,6 @@ struct TreePorts {
   Lumo::Ptr<Stp::OCTreePortStateDir> states = Lumo::make<Stp::OCTreePortStateDir>();
   Lumo::Ptr<Stp::OCTreePortCountersDir> counters = Lumo::make<Stp::OCTreePortCountersDir>();
   std::vector<Lumo::Ptr<Stp::Operational::TreePort>> sources;
-  Lumo::Ptr<Stp::Oper::OCTreeDirSm> mirror;
 };
 
 using Stp::Operational::PortRole;
@@ -81,7 +88,8 @@ using Stp::Operational::TreePort;
 using Stp::Operational::TreePortTold;
 
 void roleChange(benchmark::State& state) {
-  TreePorts world;
+  Trees const world(1, ports);
+  auto const mirror = world.mirror();
   Reader const reader(*world.states);
   changes(state, reader, [&](bool isRoot) {
     for (auto const& source : world.sources) {
@@ -92,7 +100,8 @@ void roleChange(benchmark::State& state) {
 }
 
 void counterChange(benchmark::State& state) {
-  TreePorts world;
+  Trees const world(1, ports);
+  auto const mirror = world.mirror();
   Reader const reader(*world.counters);
   changes(state, reader, [&](bool isMore) {
     for (auto const& source : world.sources) {
@@ -101,10 +110,31 @@ void counterChange(benchmark::State& state) {
   });
 }
 
+// An item is a port of a tree.
+void synchroniseTrees(benchmark::State& state) {
+  auto const portsOfEach = unsigned(state.range(0));
+  auto const trees = unsigned(state.range(1));
+  Trees const world(trees, portsOfEach);
+  for ([[maybe_unused]] auto const& iteration : state) {
+    using Clock = std::chrono::steady_clock;
+    auto const start = Clock::now();
+    auto const mirror = world.mirror();
+    state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+  }
+  if (world.states->record().size() != world.sources.size()) {
+    state.SkipWithError("a port was not mirrored");
+  }
+  state.counters["items"] = double(portsOfEach) * trees;
+}
+
 }  // namespace
 
 BENCHMARK(bpduGuardChange)->Name("operational/bpduGuard");
 BENCHMARK(roleChange)->Name("operational/role");
 BENCHMARK(counterChange)->Name("operational/counter");
+BENCHMARK(synchroniseTrees)
+    ->Name("operational/trees")
+    ->ArgsProduct({{48, 1024}, {1, 64}})
+    ->UseManualTime();
 
 }  // namespace Bench

@@ -6,6 +6,7 @@
 #include "agent/program/OperationFiles.h"
 #include "agent/program/Run.h"
 #include "agent/program/SnapshotFolders.h"
+#include "agent/program/Sonic.h"
 #include "agent/program/Wiring.h"
 #include "agent/program/WiringGraph.h"
 
@@ -16,6 +17,11 @@ namespace {
 void print(Run& run, std::string_view text) {
   text.remove_suffix(text.ends_with('\n') ? 1 : 0);
   run.output().lineAdd(text);
+}
+
+void printMirror(Run& run) {
+  print(run, "# Objects\n\n" + objectTree(run.session().database(), run.session().mirror()) +
+                 "\n# Allocations\n\n" + allocationTable() + "\n" + wiringPage());
 }
 
 }  // namespace
@@ -31,9 +37,12 @@ int inspectMirror(Settings const& settings, std::optional<std::string> const& br
     } else {
       applyOperationFiles(run, inputs);
     }
-    print(run, "# Objects\n\n" + objectTree(run.session().database(), run.session().mirror()) +
-                   "\n# Allocations\n\n" + allocationTable() + "\n" + wiringPage());
+    printMirror(run);
   });
+}
+
+int inspectSonic(Settings const& settings, Sonic::RedisSettings const& redis) {
+  return followSonic(settings, {redis, true, &printMirror});
 }
 
 int printWiring(WiringForm form) {

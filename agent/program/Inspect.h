@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent/program/Session.h"
+#include "agent/sources/sonic/RedisSource.h"
 
 namespace Agent {
 
@@ -14,6 +15,9 @@ namespace Agent {
 /// each class live, and the wiring. Returns the exit status of that run.
 int inspectMirror(Settings const& settings, std::optional<std::string> const& bridge,
                   std::vector<std::string> const& inputs);
+
+/// The same with what the rows of a switch's databases say.
+int inspectSonic(Settings const& settings, Sonic::RedisSettings const& redis);
 
 /// How the wiring is told.
 enum class WiringForm { page, graph };

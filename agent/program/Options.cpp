@@ -7,8 +7,10 @@
 #include <optional>
 #include <system_error>
 
+#include "agent/host/Diagnostics.h"
 #include "agent/program/GnmiTarget.h"
 #include "agent/sources/engine/EngineQuestions.h"
+#include "agent/text/Refusal.h"
 
 namespace Agent {
 
@@ -16,6 +18,15 @@ namespace {
 
 std::string wrongBridge(std::string const& text) {
   return isInterfaceName(text) ? "" : text + " is no name of a bridge";
+}
+
+std::string wrongRedisAddress(std::string const& text) {
+  try {
+    (void)Sonic::parseRedisAddress(text);
+    return "";
+  } catch (Refusal const& refusal) {
+    return refusal.what();
+  }
 }
 
 // The number of seconds that a text is, if it is a decimal one above 0 and not too small or large
@@ -138,11 +149,11 @@ void addForgetDeparted(CLI::App& command, Settings& settings) {
 }
 
 EngineOptions addEngine(CLI::App& command, Following& following, std::string& seconds) {
-  command.add_option("--bridge", following.bridge, "The bridge that the engine runs")
-      ->required()
-      ->check(wrongBridge)
-      ->type_name("NAME");
   return {
+      command.add_option("--bridge", following.bridge, "The bridge that the engine runs")
+          ->required()
+          ->check(wrongBridge)
+          ->type_name("NAME"),
       command.add_option("--interval", seconds, "The time from one look at the engine to the next")
           ->check(wrongInterval)
           ->type_name("SECONDS")
@@ -150,6 +161,33 @@ EngineOptions addEngine(CLI::App& command, Following& following, std::string& se
       command.add_option("--mstpctl", following.program, "The engine's control program")
           ->type_name("PROGRAM")
           ->capture_default_str()};
+}
+
+std::array<CLI::Option*, 2> addSonic(CLI::App& command, SonicWords& words) {
+  return {command
+              .add_option("--redis", words.address,
+                          "Where the databases of SONiC are: unix:PATH or HOST:PORT")
+              ->check(wrongRedisAddress)
+              ->type_name("ADDRESS"),
+          command
+              .add_option("--database-config", words.file,
+                          "The database_config.json of the switch that runs SONiC")
+              ->type_name("FILE")};
+}
+
+Sonic::RedisSettings redisSettings(SonicWords const& words) {
+  Sonic::RedisSettings redis;
+  if (words.file) {
+    redis.databases = Sonic::readDatabaseConfig(*words.file);
+    for (std::string const& remark : redis.databases.remarks) {
+      Diagnostics::error(*words.file + ": " + remark);
+    }
+  }
+  std::string const usual(Sonic::usualRedisAddress);
+  redis.address = !words.address && redis.databases.address
+                      ? *redis.databases.address
+                      : Sonic::parseRedisAddress(words.address.value_or(usual));
+  return redis;
 }
 
 }  // namespace Agent

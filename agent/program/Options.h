@@ -2,11 +2,14 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "agent/program/Follow.h"
 #include "agent/program/Run.h"
+#include "agent/sources/sonic/RedisSource.h"
 
 namespace Agent {
 
@@ -31,10 +34,21 @@ void addForgetDeparted(CLI::App& command, Settings& settings);
 
 /// The options that say which engine is asked.
 struct EngineOptions {
+  CLI::Option* bridge;
   CLI::Option* interval;
   CLI::Option* program;
 };
 /// The interval is given in `seconds`.
 EngineOptions addEngine(CLI::App& command, Following& following, std::string& seconds);
+
+/// What says where the databases of SONiC are, as it is given.
+struct SonicWords {
+  std::optional<std::string> address;
+  std::optional<std::string> file;
+};
+/// The options for it: the server first.
+std::array<CLI::Option*, 2> addSonic(CLI::App& command, SonicWords& words);
+/// What was given says; tells what of the file counts for nothing. Throws a Refusal of the file.
+Sonic::RedisSettings redisSettings(SonicWords const& words);
 
 }  // namespace Agent

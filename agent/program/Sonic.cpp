@@ -30,12 +30,13 @@ Sonic::Separators separatorsOf(Sonic::DatabaseConfig const& databases) {
 
 class SonicFollower final : public Sonic::RowListener {
  public:
-  SonicFollower(Run& run, Sonic::RedisSettings const& redis)
+  SonicFollower(Run& run, SonicFollowing const& following)
       : run_(run),
-        address_(redis.address.text()),
-        mapping_(separatorsOf(redis.databases)),
+        following_(following),
+        address_(following.redis.address.text()),
+        mapping_(separatorsOf(following.redis.databases)),
         service_(run.loop()),
-        source_(run.loop(), redis, *this) {
+        source_(run.loop(), following.redis, *this) {
     constexpr std::chrono::seconds patience{2};
     run_.readersPatienceIs(patience);
     run_.output().readerIsWatched();
@@ -82,8 +83,13 @@ class SonicFollower final : public Sonic::RowListener {
       Diagnostics::error(reason);
     }
     service_.working(reason);
+    seenOnce();
   }
-  void remark(std::string const& text) override { Diagnostics::error(text); }
+  void remark(std::string const& text) override {
+    if (!following_.isOnce) {
+      Diagnostics::error(text);
+    }
+  }
 
  private:
   void apply() {
@@ -104,8 +110,18 @@ class SonicFollower final : public Sonic::RowListener {
     applyingIs(address_, 0);
     run_.session().apply(mapping_.differences(run_.session().database().sources()));
     applyingIs("", 0);
+    if (following_.seen) {
+      following_.seen(run_);
+    }
+    seenOnce();
     if (!isLost_) {
       service_.working("Following " + address_);
+    }
+  }
+
+  void seenOnce() {
+    if (following_.isOnce) {
+      run_.done();
     }
   }
 
@@ -137,6 +153,7 @@ class SonicFollower final : public Sonic::RowListener {
   }
 
   Run& run_;
+  SonicFollowing const& following_;
   std::string address_;
   Sonic::Mapping mapping_;
   ServiceManager service_;
@@ -152,9 +169,9 @@ class SonicFollower final : public Sonic::RowListener {
 
 }  // namespace
 
-int followSonic(Settings settings, Sonic::RedisSettings const& redis) {
+int followSonic(Settings settings, SonicFollowing const& following) {
   settings.manualStart = true;  // by the first scan
-  return Run(settings).execute([&redis](Run& run) { SonicFollower(run, redis).follow(); });
+  return Run(settings).execute([&following](Run& run) { SonicFollower(run, following).follow(); });
 }
 
 }  // namespace Agent

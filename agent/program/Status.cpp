@@ -8,6 +8,7 @@
 #include "agent/host/Terminal.h"
 #include "agent/program/Run.h"
 #include "agent/program/SnapshotFolders.h"
+#include "agent/program/Sonic.h"
 #include "agent/views/status/BridgeStatus.h"
 #include "agent/views/status/StatusJson.h"
 #include "agent/views/status/StatusScreen.h"
@@ -26,7 +27,9 @@ std::uint64_t wallClock() {
 // Prints what is not what it printed before.
 class Teller {
  public:
-  explicit Teller(StatusRequest const& request) : request_(request) {}
+  explicit Teller(StatusRequest const& request)
+      : request_(request),
+        name_(request.redis ? request.redis->address.text() : request.engine.bridge) {}
 
   void tell(Session const& session, Output& output) {
     BridgeStatus status = bridgeStatus(session.database().targets());
@@ -41,14 +44,13 @@ class Teller {
 
  private:
   std::string textOf(BridgeStatus const& status) const {
-    std::string const& bridge = request_.engine.bridge;
     switch (request_.form) {
       case StatusForm::json:
-        return statusJson(bridge, status).dump(-1, ' ', false, Json::error_handler_t::replace);
-      case StatusForm::graph: return topologyGraph(bridge, status);
+        return statusJson(name_, status).dump(-1, ' ', false, Json::error_handler_t::replace);
+      case StatusForm::graph: return topologyGraph(name_, status);
       case StatusForm::screen: break;
     }
-    return statusScreen(bridge, status, {hasColours(STDOUT_FILENO), wallClock()});
+    return statusScreen(name_, status, {hasColours(STDOUT_FILENO), wallClock()});
   }
 
   // A screen that is told again takes the place of the one before.
@@ -58,6 +60,7 @@ class Teller {
   }
 
   StatusRequest const& request_;
+  std::string const name_;
   std::optional<BridgeStatus> told_;
 };
 
@@ -73,8 +76,12 @@ int showStatus(Settings settings, StatusRequest request) {
       }
     });
   }
+  auto const tell = [&teller](Run& run) { teller.tell(run.session(), run.output()); };
+  if (request.redis) {
+    return followSonic(settings, {*request.redis, !request.watch, tell});
+  }
   request.engine.isOnce = !request.watch;
-  request.engine.seen = [&teller](Run& run) { teller.tell(run.session(), run.output()); };
+  request.engine.seen = tell;
   return followEngine(settings, request.engine);
 }
 

@@ -7,6 +7,7 @@
 
 #include "agent/program/Follow.h"
 #include "agent/program/Session.h"
+#include "agent/sources/sonic/RedisSource.h"
 
 namespace Agent {
 
@@ -17,6 +18,8 @@ enum class StatusForm : std::uint8_t { screen, json, graph };
 struct StatusRequest {
   /// The bridge, and how its engine is asked.
   Following engine;
+  /// The databases of a switch, in the place of both.
+  std::optional<Sonic::RedisSettings> redis;
   /// The folder of a snapshot, in the place of the engine.
   std::optional<std::string> folder;
   StatusForm form = StatusForm::screen;
@@ -25,7 +28,7 @@ struct StatusRequest {
 };
 
 /// Prints the status. Returns the exit status: 0; 1 when the snapshot was refused; 2 when a file
-/// can't be written; 3 when the engine gave no answer.
+/// can't be written; 3 when the engine or the databases gave no answer.
 int showStatus(Settings settings, StatusRequest request);
 
 }  // namespace Agent

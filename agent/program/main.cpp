@@ -130,29 +130,26 @@ int follow(Words const& words) {
   return Agent::followEngine(settings, following);
 }
 
-// What is wrong with an address; empty if nothing is.
-std::string wrongRedisAddress(std::string const& text) {
+// The status that the databases of SONiC come to, where they are said in `words`.
+template <class Use>
+int withSonic(Agent::SonicWords const& words, Use const& use) {
   try {
-    (void)Agent::Sonic::parseRedisAddress(text);
-    return "";
+    return use(Agent::redisSettings(words));
   } catch (Agent::Refusal const& refusal) {
-    return refusal.what();
+    Agent::Diagnostics::error(refusal.what());
+    return wrongCommandLine;
   }
 }
 
 int sonic(Words const& words) {
   Agent::Settings settings;
-  std::optional<std::string> address;
-  std::optional<std::string> file;
+  Agent::SonicWords where;
   std::string seconds = "60";
   CLI::App command("Applies what changes in the databases of SONiC, until it is interrupted.",
                    "stp-openconfig-agent sonic");
-  command.add_option("--redis", address, "Where the databases are: unix:PATH or HOST:PORT")
-      ->check(wrongRedisAddress)
-      ->type_name("ADDRESS")
+  Agent::addSonic(command, where)
+      .front()
       ->default_str(std::string(Agent::Sonic::usualRedisAddress));
-  command.add_option("--database-config", file, "The database_config.json of the switch")
-      ->type_name("FILE");
   command
       .add_option("--resync", seconds,
                   "The time from one reading of all rows to the next; 0: never")
@@ -165,24 +162,10 @@ int sonic(Words const& words) {
   if (auto const status = parseCommand(command, words)) {
     return *status;
   }
-  Agent::Sonic::RedisSettings redis;
-  try {
-    if (file) {
-      redis.databases = Agent::Sonic::readDatabaseConfig(*file);
-    }
-  } catch (Agent::Refusal const& refusal) {
-    Agent::Diagnostics::error(refusal.what());
-    return wrongCommandLine;
-  }
-  for (std::string const& remark : redis.databases.remarks) {
-    Agent::Diagnostics::error(*file + ": " + remark);
-  }
-  std::string const usual(Agent::Sonic::usualRedisAddress);
-  redis.address = !address && redis.databases.address
-                      ? *redis.databases.address
-                      : Agent::Sonic::parseRedisAddress(address.value_or(usual));
-  redis.resync = seconds == "0" ? std::chrono::nanoseconds::zero() : Agent::interval(seconds);
-  return Agent::followSonic(settings, redis);
+  return withSonic(where, [&](Agent::Sonic::RedisSettings redis) {
+    redis.resync = seconds == "0" ? std::chrono::nanoseconds::zero() : Agent::interval(seconds);
+    return Agent::followSonic(settings, {redis});
+  });
 }
 
 int status(Words const& words) {
@@ -201,6 +184,11 @@ int status(Words const& words) {
           ->type_name("");
   auto const engine = Agent::addEngine(command, request.engine, seconds);
   engine.program->excludes(folder);
+  Agent::SonicWords where;
+  for (auto* const redis : Agent::addSonic(command, where)) {
+    redis->excludes(folder)->excludes(engine.program)->excludes(engine.interval);
+    engine.bridge->required(false)->excludes(redis);
+  }
   auto* const watch =
       command.add_flag("--watch", request.watch, "Print it anew whenever it changes");
   watch->excludes(folder);
@@ -212,11 +200,21 @@ int status(Words const& words) {
   if (auto const ended = parseCommand(command, words)) {
     return *ended;
   }
+  bool const isOfSonic = where.address || where.file;
+  if (!isOfSonic && request.engine.bridge.empty()) {
+    return ended(command, CLI::RequiredError("--bridge or --redis"));
+  }
   request.engine.interval = Agent::interval(seconds);
   request.form = json  ? Agent::StatusForm::json
                  : dot ? Agent::StatusForm::graph
                        : Agent::StatusForm::screen;
-  return Agent::showStatus(settings, request);
+  if (!isOfSonic) {
+    return Agent::showStatus(settings, request);
+  }
+  return withSonic(where, [&](Agent::Sonic::RedisSettings const& databases) {
+    request.redis = databases;
+    return Agent::showStatus(settings, request);
+  });
 }
 
 int inspect(Words const& words) {
@@ -238,6 +236,10 @@ int inspect(Words const& words) {
   auto* const wiringOption =
       command.add_flag("--wiring", wiring, "Apply nothing, and print only what runs what");
   wiringOption->excludes(input)->excludes(bridgeOption);
+  Agent::SonicWords where;
+  for (auto* const redis : Agent::addSonic(command, where)) {
+    redis->excludes(input)->excludes(bridgeOption)->excludes(wiringOption);
+  }
   command.add_flag("--dot", dot, "Print it as a graph for Graphviz")->needs(wiringOption);
   Agent::addManualStart(command, settings);
   Agent::addRunSettings(command, settings);
@@ -246,6 +248,11 @@ int inspect(Words const& words) {
   }
   if (wiring) {
     return Agent::printWiring(dot ? Agent::WiringForm::graph : Agent::WiringForm::page);
+  }
+  if (where.address || where.file) {
+    return withSonic(where, [&](Agent::Sonic::RedisSettings const& databases) {
+      return Agent::inspectSonic(settings, databases);
+    });
   }
   return Agent::inspectMirror(settings, bridge, inputs);
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ namespace Test {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class SonicCommand : public testing::Test {
@@ -116,6 +118,59 @@ TEST_F(SonicCommand, ReadsWhereTheFileOfTheDatabasesSays) {
   Process other(following({"--database-config", elsewhere}));
   EXPECT_THAT(lineWith(other, R"("edgePort":)"), HasSubstr("Ethernet8"));
   EXPECT_EQ(ended(other).status, 0);
+}
+
+TEST_F(SonicCommand, StatusIsThatOfTheRowsAsTheyAre) {
+  server.command(0, {"HSET", "_STP_MST_INST_TABLE:0", "bridge_priority", "4096"});
+  server.command(0, {"HSET", "_STP_MST_PORT_TABLE:0:Ethernet0", "role", "ROOT"});
+  std::string const redis = "unix:" + server.socket();
+  Outcome const end = runAgent({"status", "--json", "--redis", redis});
+  EXPECT_EQ(end.err, "");
+  ASSERT_EQ(end.status, 0);
+  auto const status = nlohmann::json::parse(end.out);
+  EXPECT_EQ(status.at("bridge"), redis);
+  EXPECT_EQ(status.at("/trees/0/ports/0/port"_json_pointer), "Ethernet0");
+  EXPECT_EQ(status.at("/trees/0/ports/0/role"_json_pointer), "root");
+  server.kill();
+  Outcome const without = runAgent({"status", "--redis", redis});
+  EXPECT_EQ(without.status, 3);
+  EXPECT_THAT(without.err, HasSubstr("Connection refused"));
+  EXPECT_EQ(without.out, "");
+}
+
+TEST_F(SonicCommand, WatchedStatusIsToldAnewWhenARowChanges) {
+  server.command(0, {"HSET", "_STP_MST_INST_TABLE:0", "bridge_priority", "4096"});
+  Process agent({"status", "--json", "--watch", "--redis", "unix:" + server.socket()});
+  EXPECT_THAT(agent.readLine(), Not(HasSubstr("Ethernet0")));
+  server.command(0, {"HSET", "_STP_MST_PORT_TABLE:0:Ethernet0", "role", "ROOT"});
+  EXPECT_THAT(agent.readLine(), HasSubstr("Ethernet0"));
+  EXPECT_EQ(ended(agent).status, 0);
+}
+
+TEST_F(SonicCommand, InspectShowsTheMirrorOfTheRows) {
+  Outcome const end = runAgent({"inspect", "--redis", "unix:" + server.socket()});
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(end.err, "");
+  EXPECT_THAT(end.out, HasSubstr("Ethernet0"));
+  EXPECT_THAT(end.out, HasSubstr("# Allocations"));
+}
+
+TEST_F(SonicCommand, WhatIsLookedAtIsSaidInOneWay) {
+  std::string const redis = "unix:" + server.socket();
+  for (auto const& arguments : std::vector<std::vector<std::string>>{
+           {"status"},
+           {"status", "--bridge", "br0", "--redis", redis},
+           {"status", "--bridge", "br0", "--database-config", "file"},
+           {"status", "--redis", redis, "folder"},
+           {"status", "--redis", redis, "--mstpctl", "true"},
+           {"inspect", "--redis", redis, "--wiring"},
+           {"inspect", "--redis", redis, "file"},
+       }) {
+    Outcome const end = runAgent(arguments);
+    EXPECT_EQ(end.status, 2) << testing::PrintToString(arguments);
+    EXPECT_THAT(end.err, HasSubstr("--"));
+    EXPECT_EQ(end.out, "");
+  }
 }
 
 TEST_F(SonicCommand, WrongCommandLinesAreRefused) {

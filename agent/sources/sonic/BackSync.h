@@ -9,8 +9,8 @@
 namespace Agent::Sonic {
 
 /// What is to be written for spanning tree to be disabled on these VLANs and no others: only where
-/// the rows say otherwise, and only for VLANs that are configured. Throws Refusal for others,
-/// naming the first of them, and unless the protocol that is configured has an instance a VLAN.
+/// the rows say otherwise, and only for VLANs that are configured. It is refused for others, naming
+/// the first of them, and for all where the protocol that is configured has no instance a VLAN.
 Writes writesOfDisabledVlans(Stp::VlanSet const& disabled, RowTables const& rows,
                              SwitchState const& state);
 

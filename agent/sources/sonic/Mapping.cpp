@@ -320,6 +320,16 @@ void Mapping::everythingAdd(Dirty& dirty, SourceView const& sources) const {
   }
 }
 
+Stp::VlanSet Mapping::disabledVlans() const {
+  Stp::VlanSet result;
+  for (std::uint16_t vlan = 1; vlan <= largestVlan; ++vlan) {
+    if (state_.isDisabled(vlan)) {
+      result.insert(vlan);
+    }
+  }
+  return result;
+}
+
 std::vector<std::string> Mapping::takeComplaints() {
   std::vector<std::string> result = complaints_.take();
   for (std::string& conflict : conflicts_.take()) {

@@ -69,8 +69,10 @@ class Mapping {
   /// What can't be read, since the last call, a line each. It is told once until it changes.
   std::vector<std::string> takeComplaints();
 
-  /// What is to be written for spanning tree to be disabled on these VLANs, and no others. Throws
-  /// Refusal.
+  /// The VLANs on which spanning tree is disabled.
+  Stp::VlanSet disabledVlans() const;
+
+  /// What is to be written for spanning tree to be disabled on these VLANs, and no others.
   Writes writesOfDisabledVlans(Stp::VlanSet const& disabled) const {
     return Sonic::writesOfDisabledVlans(disabled, rows_, state_);
   }

@@ -220,15 +220,13 @@ void RedisSource::rescan() {
 
 void RedisSource::write(RowWriter::Decide decide, RowWriter::Done done) {
   if (!link_ || !hasScanned_) {
-    done(describe("the databases can't be reached"));
+    refusing_ = loop_.at(loop_.now(), [this, done = std::move(done)] {
+      done(describe("the databases can't be reached"));
+    });
     return;
   }
-  // A server that tells of no changes tells of this neither.
   link_->writer.write(std::move(decide),
                       [this, done = std::move(done)](std::string const& refusal) {
-                        if (refusal.empty() && !isHearing_) {
-                          rescan();
-                        }
                         done(refusal.empty() ? refusal : describe(refusal));
                       });
 }

@@ -63,7 +63,7 @@ class RedisSource {
   RedisSource(Loop& loop, RedisSettings settings, RowListener& listener);
 
   /// Writes (RowWriter.h); one write at a time. The rows that the decision rests on are given to
-  /// the listener as changed before, and what was written after.
+  /// the listener as changed before, and what was written after, before `done` is called.
   void write(RowWriter::Decide decide, RowWriter::Done done);
 
   /// Reads all rows anew, soon; where they are read already, once more.
@@ -128,6 +128,7 @@ class RedisSource {
   Loop::Registration delivery_;  // of what was read
   Loop::Registration watching_;
   Loop::Registration failing_;
+  Loop::Registration refusing_;  // a write
 };
 
 }  // namespace Agent::Sonic

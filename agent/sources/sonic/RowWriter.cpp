@@ -2,12 +2,12 @@
 
 #include <hiredis/hiredis.h>
 
+#include <algorithm>
 #include <span>
 #include <string_view>
 #include <utility>
 
 #include "agent/sources/sonic/RedisReply.h"
-#include "agent/text/Refusal.h"
 
 namespace Agent::Sonic {
 
@@ -19,83 +19,99 @@ void RowWriter::write(Decide decide, Done done) {
 }
 
 void RowWriter::attempt() {
-  try {
-    decided_ = decide_();
-  } catch (Refusal const& refusal) {
-    finish(refusal.what());
-    return;
-  }
-  if (decided_.writes.empty()) {
-    finish("");
-    return;
-  }
-  rows_.clear();
+  decided_ = decide_();
   failure_.clear();
   reader_.select(Store::configuration);
+  // Where transactions are refused, what is meant for one would be executed all the same.
+  connection_.command({"MULTI"}, [this](redisReply const& reply) { fail("MULTI", reply); });
+  connection_.command({"EXEC"}, [this](redisReply const& reply) { fail("EXEC", reply); });
   std::vector<std::string_view> words{"WATCH"};
   words.insert(words.end(), decided_.watched.begin(), decided_.watched.end());
   connection_.command(words, [this](redisReply const& reply) { fail("WATCH", reply); });
-  for (std::string const& key : decided_.watched) {
-    connection_.command({"HGETALL", key},
-                        [this, key](redisReply const& reply) { took(key, reply); });
-  }
+  read(decided_.watched, &RowWriter::compare);
 }
 
-// The last one leads on.
-void RowWriter::took(std::string const& key, redisReply const& reply) {
-  RowRead& row = rows_.emplace_back(RowRead{Store::configuration, key, std::nullopt});
-  if (!RowReader::take(reply, row)) {
-    fail("HGETALL", reply);
-  }
-  if (rows_.size() == decided_.watched.size()) {
-    next_ = loop_.at(loop_.now(), [this] { compare(); });
+void RowWriter::read(std::vector<std::string> const& keys, Step next) {
+  rows_.clear();
+  awaited_ = keys.size();
+  for (std::string const& key : keys) {
+    connection_.command({"HGETALL", key}, [this, key, next](redisReply const& reply) {
+      RowRead row{Store::configuration, key, std::nullopt};
+      if (RowReader::take(reply, row)) {
+        rows_.push_back(std::move(row));
+      } else {
+        fail("HGETALL", reply);
+      }
+      if (--awaited_ == 0) {
+        next_ = loop_.at(loop_.now(), [this, next] { (this->*next)(); });
+      }
+    });
   }
 }
 
 void RowWriter::compare() {
-  std::string refusal = failure_;
-  bool isSame = false;
-  if (refusal.empty()) {
+  bool isSame = true;
+  if (failure_.empty()) {
+    failure_ = objection();
     onRead_(std::move(rows_));
-    try {
-      isSame = decide_() == decided_;
-    } catch (Refusal const& said) {
-      refusal = said.what();
-    }
+    isSame = decide_() == decided_;
   }
-  if (isSame) {
+  if (isSame && failure_.empty() && !decided_.writes.empty()) {
     send();
     return;
   }
   connection_.command({"UNWATCH"}, [](redisReply const& /*reply*/) {});
-  if (refusal.empty()) {
-    again();
+  if (isSame) {
+    finish(failure_);
   } else {
-    finish(refusal);
+    again();
   }
+}
+
+// A server would write the other rows where one of them is none.
+std::string RowWriter::objection() const {
+  auto const& writes = decided_.writes;
+  for (RowRead const& row : rows_) {
+    if (row.isWrongType && std::ranges::find(writes, row.key, &Write::key) != writes.end()) {
+      return row.key + ": this is no hash";
+    }
+  }
+  return decided_.refusal;
 }
 
 void RowWriter::send() {
   reader_.select(Store::configuration);
   connection_.command({"MULTI"}, [this](redisReply const& reply) { fail("MULTI", reply); });
+  std::vector<std::string> keys;
   for (Write const& write : decided_.writes) {
     connection_.command({"HSET", write.key, write.field, write.value},
                         [this](redisReply const& reply) { fail("HSET", reply); });
+    keys.push_back(write.key);
   }
   connection_.command({"EXEC"}, [this](redisReply const& reply) { executed(reply); });
+  read(keys, &RowWriter::end);
 }
 
 // Nothing is executed where what was watched has changed.
 void RowWriter::executed(redisReply const& reply) {
-  if (reply.type == REDIS_REPLY_NIL && failure_.empty()) {
-    next_ = loop_.at(loop_.now(), [this] { again(); });
-    return;
-  }
   fail("EXEC", reply);
   for (redisReply const* const part : std::span(reply.element, reply.elements)) {
     fail("HSET", *part);
   }
-  next_ = loop_.at(loop_.now(), [this] { finish(failure_); });
+  outcome_ = !failure_.empty()               ? Outcome::refused
+             : reply.type == REDIS_REPLY_NIL ? Outcome::outdated
+                                             : Outcome::written;
+}
+
+void RowWriter::end() {
+  switch (outcome_) {
+    case Outcome::refused: finish(failure_); break;
+    case Outcome::outdated: again(); break;
+    case Outcome::written:
+      onRead_(std::move(rows_));
+      finish("");
+      break;
+  }
 }
 
 void RowWriter::again() {

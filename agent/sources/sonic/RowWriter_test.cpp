@@ -4,11 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <csignal>
 #include <optional>
 #include <string>
 
 #include "agent/sources/sonic/RedisTestSupport.h"
-#include "agent/text/Refusal.h"
 
 namespace Agent::Sonic {
 namespace {
@@ -28,14 +29,14 @@ class RowWriterTest : public RedisSourceTest {
 
   // Disables spanning tree on the VLAN, as long as there is that.
   Writes disable() const {
-    if (kept.row(Store::configuration, vlan) == nullptr) {
-      throw Refusal("there is no VLAN 10");
-    }
+    Writes result{{}, {vlan, tree}};
     auto const* const row = kept.row(Store::configuration, tree);
-    if (row != nullptr && row->at("enabled") == "false") {
-      return {};
+    if (kept.row(Store::configuration, vlan) == nullptr) {
+      result.refusal = "there is no VLAN 10";
+    } else if (row == nullptr || row->at("enabled") != "false") {
+      result.writes.push_back({tree, "enabled", "false"});
     }
-    return {{{tree, "enabled", "false"}}, {vlan, tree}};
+    return result;
   }
 
   std::string write(RowWriter::Decide const& decide) {
@@ -49,12 +50,20 @@ class RowWriterTest : public RedisSourceTest {
   }
 
   std::string enabled() { return server.command(configuration, {"HGET", tree, "enabled"}).text; }
+
+  /// From now on the source hears of nothing, and scans only when it is told to.
+  void tellsOfNothing() { server.command({"CONFIG", "SET", "notify-keyspace-events", ""}); }
 };
 
-TEST_F(RowWriterTest, WritesWhatIsDecidedAndReadsIt) {
+TEST_F(RowWriterTest, HasReadWhatItWroteWhenItTells) {
+  tellsOfNothing();
+  server.command(configuration, {"HSET", tree, "priority", "4096", "enabled", "true"});
   EXPECT_EQ(write(), "");
   EXPECT_EQ(enabled(), "false");
-  EXPECT_TRUE(rowComes(Store::configuration, tree, {{"enabled", "false"}}));
+  auto const* const row = kept.row(Store::configuration, tree);
+  ASSERT_NE(row, nullptr);
+  EXPECT_EQ(*row, (Fields{{"enabled", "false"}, {"priority", "4096"}}));
+  EXPECT_EQ(kept.scans, 1U);
 }
 
 TEST_F(RowWriterTest, LeavesOtherFieldsAndRowsAlone) {
@@ -71,13 +80,20 @@ TEST_F(RowWriterTest, WritesNothingWhereNothingIsDecided) {
   ASSERT_TRUE(rowComes(Store::configuration, tree, {{"enabled", "false"}}));
   server.command({"CONFIG", "RESETSTAT"});
   EXPECT_EQ(write(), "");
-  EXPECT_THAT(server.command({"INFO", "commandstats"}).text, testing::Not(HasSubstr("exec")));
+  EXPECT_THAT(server.command({"INFO", "commandstats"}).text, testing::Not(HasSubstr("hset")));
 }
 
 TEST_F(RowWriterTest, DecidesByTheRowsAsTheyAreNow) {
-  server.command(configuration, {"DEL", vlan});  // the source has not heard of it
+  tellsOfNothing();
+  server.command(configuration, {"DEL", vlan});
   EXPECT_THAT(write(), HasSubstr("there is no VLAN 10"));
   EXPECT_EQ(enabled(), "");
+  server.command(configuration, {"HSET", vlan, "vlanid", "10"});
+  EXPECT_EQ(write(), "");
+  EXPECT_EQ(enabled(), "false");
+  server.command(configuration, {"HSET", tree, "enabled", "true"});
+  EXPECT_EQ(write(), "");
+  EXPECT_EQ(enabled(), "false");
 }
 
 TEST_F(RowWriterTest, TriesAgainWhereTheRowsChangeMeanwhile) {
@@ -117,7 +133,16 @@ TEST_F(RowWriterTest, SaysWhyTheServerRefuses) {
            Case{{"CONFIG", "SET", "maxmemory", "1"}, {"CONFIG", "SET", "maxmemory", "0"}, "OOM"},
            Case{{"ACL", "SETUSER", "default", "-hset"},
                 {"ACL", "SETUSER", "default", "+hset"},
-                "NOPERM"},
+                "HSET: NOPERM"},
+           Case{{"ACL", "SETUSER", "default", "-multi"},
+                {"ACL", "SETUSER", "default", "+multi"},
+                "MULTI: NOPERM"},
+           Case{{"ACL", "SETUSER", "default", "-exec"},
+                {"ACL", "SETUSER", "default", "+exec"},
+                "EXEC: "},
+           Case{{"ACL", "SETUSER", "default", "-watch"},
+                {"ACL", "SETUSER", "default", "+watch"},
+                "WATCH: NOPERM"},
        }) {
     server.command(before);
     EXPECT_THAT(write(), HasSubstr(reason));
@@ -127,9 +152,76 @@ TEST_F(RowWriterTest, SaysWhyTheServerRefuses) {
   EXPECT_EQ(write(), "");
 }
 
-TEST_F(RowWriterTest, SaysThatSomethingElseLiesThere) {
-  server.command(configuration, {"SET", tree, "no row"});
-  EXPECT_THAT(write(), HasSubstr("WRONGTYPE"));
+TEST_F(RowWriterTest, WritesNothingWhereSomethingElseLiesUnderOneOfTheKeys) {
+  constexpr char const* other = "STP_VLAN|Vlan20";
+  server.command(configuration, {"SET", other, "no row"});
+  EXPECT_THAT(
+      write([] {
+        return Writes{{{tree, "enabled", "false"}, {other, "enabled", "false"}}, {tree, other}};
+      }),
+      HasSubstr("STP_VLAN|Vlan20: this is no hash"));
+  EXPECT_EQ(enabled(), "");
+  // It is in the way of nothing else.
+  EXPECT_EQ(write([] { return Writes{{{tree, "enabled", "false"}}, {tree, other}}; }), "");
+  EXPECT_EQ(enabled(), "false");
+}
+
+TEST_F(RowWriterTest, IsRefusedWhereTheDatabasesAreEmptiedInTheMiddle) {
+  int decisions = 0;
+  EXPECT_THAT(write([&] {
+                if (++decisions == 2) {
+                  server.command({"FLUSHALL"});
+                }
+                return disable();
+              }),
+              HasSubstr("there is no VLAN 10"));
+  EXPECT_EQ(enabled(), "");
+}
+
+TEST_F(RowWriterTest, WaitsForAServerThatIsSlow) {
+  int decisions = 0;
+  EXPECT_EQ(write([&] {
+              if (++decisions == 2) {
+                server.command({"CLIENT", "PAUSE", "200", "ALL"});
+              }
+              return disable();
+            }),
+            "");
+  EXPECT_EQ(enabled(), "false");
+}
+
+TEST_F(RowWriterTest, IsRefusedWhereTheServerGoesInTheMiddle) {
+  int decisions = 0;
+  EXPECT_THAT(write([&] {
+                if (++decisions == 2) {
+                  server.kill();
+                }
+                return disable();
+              }),
+              HasSubstr("lost while writing"));
+  EXPECT_EQ(decisions, 2);
+}
+
+TEST_F(RowWriterTest, WhatAServerDoesAfterItWasLostIsSeen) {
+  source.reset();
+  auto impatient = settings();
+  impatient.patience = std::chrono::milliseconds(100);
+  follow(impatient);
+  ASSERT_TRUE(scanComes(2));
+  int decisions = 0;
+  EXPECT_THAT(write([&] {
+                if (++decisions == 2) {
+                  server.signal(SIGSTOP);
+                }
+                return disable();
+              }),
+              HasSubstr("does not answer"));
+  server.signal(SIGCONT);  // it may still execute what was sent
+  ASSERT_TRUE(scanComes(3));
+  EXPECT_TRUE(comes([&] {
+    auto const* const row = kept.row(Store::configuration, tree);
+    return enabled() == (row != nullptr ? row->at("enabled") : "");
+  }));
 }
 
 TEST_F(RowWriterTest, IsRefusedWhileTheServerIsAway) {
@@ -140,14 +232,6 @@ TEST_F(RowWriterTest, IsRefusedWhileTheServerIsAway) {
   server.start();
   ASSERT_TRUE(scanComes(2));
   EXPECT_THAT(write(), HasSubstr("there is no VLAN 10"));
-}
-
-TEST_F(RowWriterTest, ReadsWhatItWroteOnAServerThatTellsOfNothing) {
-  server.command({"CONFIG", "SET", "notify-keyspace-events", ""});
-  source->rescan();
-  ASSERT_TRUE(comes([&] { return !kept.remarks.empty(); }));
-  EXPECT_EQ(write(), "");
-  EXPECT_TRUE(rowComes(Store::configuration, tree, {{"enabled", "false"}}));
 }
 
 }  // namespace

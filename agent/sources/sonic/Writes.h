@@ -18,8 +18,11 @@ struct Write {
 /// Writes that belong together.
 struct Writes {
   std::vector<Write> writes;
-  /// The keys that say what is to be written: if one of them has changed, it may be something else.
+  /// The keys, at least one, of all rows that say what is to be written, or that nothing is: if one
+  /// of them has changed, it may be something else.
   std::vector<std::string> watched;
+  /// Why nothing is written, where that is refused.
+  std::string refusal = {};
 
   bool operator==(Writes const&) const = default;
 };

@@ -43,7 +43,11 @@ struct Writes {
       std::lock_guard const lock(mutex);
       if (isOpen) {
         loop.post([&session, write = std::move(write), done = std::move(done)] {
-          session.write(write.changes(session.database().targets()),
+          if (write.isEmpty()) {
+            done(std::nullopt);
+            return;
+          }
+          session.write([write](Stp::VlanSet present) { return write.disabledVlans(present); },
                         [done](std::optional<std::string> const& refusal) {
                           done(refusal ? std::optional(Gnmi::Failure(Gnmi::Code::failedPrecondition,
                                                                      *refusal))

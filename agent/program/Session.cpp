@@ -11,9 +11,9 @@ namespace Agent {
 namespace {
 
 // Those that the configuration is to have, whether they exist or not.
-Stp::VlanSet disabledVlans(TargetView const& targets) {
+Stp::VlanSet disabledVlans(Stp::OCGlobalConfigContainer const& config) {
   Stp::VlanSet vlans;
-  for (Stp::VlanIdOrRange const& entry : recordOf(*targets.globalConfig).disabledVlan) {
+  for (Stp::VlanIdOrRange const& entry : config.disabledVlan) {
     Stp::expandVlans(
         entry, [&vlans](std::uint16_t vlan) { vlans.insert(vlan); }, __FILE__, __LINE__, __func__);
   }
@@ -55,19 +55,46 @@ void Session::apply(Changes const& changes) {
   observed_.changeSetEnds();
 }
 
-void Session::write(Changes const& changes, Written const& written) {
-  if (changes.empty()) {
+void Session::write(Wish wish, Written written) {
+  if (!keeper_) {
+    disabledVlansAre(wish);
     written(std::nullopt);
     return;
   }
-  database_.apply(changes);
-  auto const disabled = disabledVlans(database_.targets());
+  wishes_.emplace_back(std::move(wish), std::move(written));
+  if (wishes_.size() == 1) {
+    keepNext();
+  }
+}
+
+void Session::disabledVlansAre(Wish const& wish) {
+  TargetView const targets = database_.targets();
+  Stp::OCGlobalConfigContainer const& present = recordOf(*targets.globalConfig);
+  Stp::OCGlobalConfigContainer wished = present;
+  Stp::compressDisabledVlans(wished, wish(disabledVlans(present)));
+  if (wished == present) {
+    return;
+  }
+  database_.apply(Change::set(targets.globalConfig, onlyAttribute<Stp::OCGlobalConfig>, wished));
   mirror_.syncDisabledVlans();
   observed_.changeSetEnds();
-  if (keeper_) {
-    keeper_(disabled, written);
-  } else {
-    written(std::nullopt);
+}
+
+void Session::keepNext() {
+  keeper_(wishes_.front().first, [this](std::optional<std::string> const& refusal) {
+    Written const written = std::move(wishes_.front().second);
+    wishes_.pop_front();
+    written(refusal);
+    if (!wishes_.empty()) {
+      keepNext();
+    }
+  });
+}
+
+void Session::keeperGoes(std::string const& reason) {
+  keeper_ = [reason](Wish const& /*wish*/, Written const& written) { written(reason); };
+  for (auto const& [wish, written] : std::exchange(wishes_, {})) {
+    written(reason);
   }
 }
 

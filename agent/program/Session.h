@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -57,23 +58,33 @@ class Session {
   /// Applies what a source found to have changed, all of it one moment of that source.
   void apply(Changes const& changes);
 
-  /// Is told why what was written did not become the switch's; nothing if it did.
+  /// What a client wishes of the VLANs that are disabled: which they are to be, where these are.
+  using Wish = std::function<Stp::VlanSet(Stp::VlanSet present)>;
+  /// Is told why what was wished did not become the switch's; nothing if it did.
   using Written = std::function<void(std::optional<std::string> const& refusal)>;
-  /// Takes the VLANs that are to be disabled to where the switch has its configuration.
-  using Keeper = std::function<void(Stp::VlanSet const& disabled, Written written)>;
+  /// Takes a wish to where the switch has its configuration, and tells of it later, when whatever
+  /// became of it is applied.
+  using Keeper = std::function<void(Wish const& wish, Written written)>;
 
-  /// Applies what a client wrote into targets, carries it back into the engine's configuration,
-  /// and has the keeper keep it, if there is one.
+  /// Without a keeper, does to the targets what a client wishes, and carries it back into the
+  /// engine's configuration. With one it changes nothing: it has the keeper keep it, one wish
+  /// after the other.
   void write(
-      Changes const& changes,
-      Written const& written = [](std::optional<std::string> const& /*refusal*/) {});
+      Wish wish, Written written = [](std::optional<std::string> const& /*refusal*/) {});
 
   void keeperIs(Keeper keeper) { keeper_ = std::move(keeper); }
+
+  /// The keeper goes: it is asked nothing more, and tells of nothing. Wishes that wait, and all
+  /// that come, are refused.
+  void keeperGoes(std::string const& reason);
 
   /// Prints the targets.
   void show();
 
  private:
+  void disabledVlansAre(Wish const& wish);
+  void keepNext();
+
   Show shown_;
   bool forgetsDeparted_;
   Output& output_;
@@ -83,6 +94,8 @@ class Session {
   std::optional<Watch> watch_;
   Operations operations_;
   Keeper keeper_;
+  // For the keeper; the first is with it.
+  std::deque<std::pair<Wish, Written>> wishes_;
 };
 
 }  // namespace Agent

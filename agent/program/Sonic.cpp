@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "StpTypes/VlanTable.h"
 #include "agent/host/Diagnostics.h"
 #include "agent/host/Fatal.h"
 #include "agent/host/ServiceManager.h"
@@ -42,18 +41,13 @@ class SonicFollower final : public Sonic::RowListener {
     run_.output().readerIsWatched();
   }
 
-  // Whoever waits for a write is answered.
   ~SonicFollower() override {
-    run_.session().keeperIs({});
-    kept_.insert(kept_.end(), waiting_.begin(), waiting_.end());
-    for (Session::Written const& written : kept_) {
-      written(address_ + ": the agent is shutting down");
-    }
+    run_.session().keeperGoes(address_ + ": the agent is shutting down");
   }
 
   void follow() {
-    run_.session().keeperIs([this](Stp::VlanSet const& disabled, Session::Written written) {
-      keep(disabled, std::move(written));
+    run_.session().keeperIs([this](Session::Wish const& wish, Session::Written written) {
+      keep(wish, std::move(written));
     });
     run_.wait();
     ServiceManager::stopping();
@@ -125,31 +119,13 @@ class SonicFollower final : public Sonic::RowListener {
     }
   }
 
-  // One write is under way at a time; of those that come meanwhile the last says what is to be.
-  void keep(Stp::VlanSet const& disabled, Session::Written written) {
-    wanted_ = disabled;
-    waiting_.push_back(std::move(written));
-    keepNext();
-  }
-
-  void keepNext() {
-    if (!kept_.empty() || waiting_.empty()) {
-      return;
-    }
-    kept_ = std::exchange(waiting_, {});
-    source_.write([this, wanted = wanted_] { return mapping_.writesOfDisabledVlans(wanted); },
-                  [this](std::string const& refusal) { ended(refusal); });
-  }
-
-  // What was refused gives way to what the databases say.
-  void ended(std::string const& refusal) {
-    if (!refusal.empty()) {
-      source_.rescan();
-    }
-    for (Session::Written const& written : std::exchange(kept_, {})) {
-      written(refusal.empty() ? std::nullopt : std::optional(refusal));
-    }
-    keepNext();
+  // What is written comes back as any change of the rows does.
+  void keep(Session::Wish const& wish, Session::Written written) {
+    source_.write(
+        [this, wish] { return mapping_.writesOfDisabledVlans(wish(mapping_.disabledVlans())); },
+        [written = std::move(written)](std::string const& refusal) {
+          written(refusal.empty() ? std::nullopt : std::optional(refusal));
+        });
   }
 
   Run& run_;
@@ -161,9 +137,6 @@ class SonicFollower final : public Sonic::RowListener {
   bool hasBegun_ = false;
   bool isLost_ = false;
   Loop::Registration later_;
-  Stp::VlanSet wanted_;
-  std::vector<Session::Written> kept_;     // of the write that is under way
-  std::vector<Session::Written> waiting_;  // for the next
   Sonic::RedisSource source_;
 };
 

@@ -6,7 +6,6 @@
 #include <tuple>
 
 #include "Bridging/VlanId.h"
-#include "agent/state/TargetRecord.h"
 #include "agent/views/gnmi/Failure.h"
 #include "agent/views/gnmi/Selection.h"
 
@@ -139,13 +138,7 @@ void Write::add(WriteRequest const& request) {
   }
 }
 
-Changes Write::changes(TargetView const& targets) const {
-  Stp::OCGlobalConfigContainer const present = recordOf(*targets.globalConfig);
-  Stp::VlanSet vlans;
-  for (Stp::VlanIdOrRange const& entry : present.disabledVlan) {
-    Stp::expandVlans(
-        entry, [&vlans](std::uint16_t vlan) { vlans.insert(vlan); }, __FILE__, __LINE__, __func__);
-  }
+Stp::VlanSet Write::disabledVlans(Stp::VlanSet vlans) const {
   for (Step const& step : steps_) {
     if (step.kind != Step::Kind::add) {
       vlans = {};
@@ -155,12 +148,7 @@ Changes Write::changes(TargetView const& targets) const {
       vlans.insert(static_cast<std::uint16_t>(vlan));
     }
   }
-  Stp::OCGlobalConfigContainer written = present;
-  Stp::compressDisabledVlans(written, vlans);
-  if (written == present) {
-    return {};
-  }
-  return {Change::set(targets.globalConfig, onlyAttribute<Stp::OCGlobalConfig>, written)};
+  return vlans;
 }
 
 }  // namespace Agent::Gnmi

@@ -1,8 +1,6 @@
 // What a client may write, and what becomes of it.
 //
-// The mirror writes every leaf but one: which VLANs run no spanning tree is a client's to say. It
-// is stored in the target as a client would find it there, and the mirror takes it back to where
-// the engine finds it.
+// The mirror writes every leaf but one: which VLANs run no spanning tree is a client's to say.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "Stp/vlans/VlanList.h"
-#include "agent/state/Change.h"
-#include "agent/state/Database.h"
+#include "StpTypes/VlanTable.h"
 #include "agent/text/Json.h"
 #include "agent/views/gnmi/RequestPath.h"
 
@@ -34,9 +30,11 @@ class Write {
   /// Failure that names the path at fault.
   explicit Write(std::span<WriteRequest const> requests);
 
-  /// The changes that make the targets as the write will have them; none if they are so already. On
-  /// the notification thread.
-  Changes changes(TargetView const& targets) const;
+  /// Whether it asks for nothing at all.
+  bool isEmpty() const { return steps_.empty(); }
+
+  /// Which VLANs run no spanning tree after it, where these run none before.
+  Stp::VlanSet disabledVlans(Stp::VlanSet vlans) const;
 
  private:
   struct Step {

@@ -59,7 +59,7 @@ class SonicFollower final : public Sonic::RowListener {
   bool isMapped(Store store, std::string_view key) const override {
     return mapping_.isMapped(store, key);
   }
-  std::vector<std::string> patterns(Store store) const override { return mapping_.patterns(store); }
+  std::string pattern(Store store) const override { return mapping_.pattern(store); }
 
   void scanned(std::vector<RowRead> rows) override {
     if (std::exchange(isLost_, false)) {

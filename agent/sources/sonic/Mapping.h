@@ -46,10 +46,10 @@ class Mapping {
   Mapping& operator=(Mapping const&) = delete;
   ~Mapping() = default;
 
-  /// Whether anything is read of the row under this key, and the patterns of all such keys of a
-  /// database, as SCAN has them.
+  /// Whether anything is read of the row under this key, and a pattern of all such keys of a
+  /// database, as SCAN has it.
   bool isMapped(Store store, std::string_view key) const { return rows_.isMapped(store, key); }
-  std::vector<std::string> patterns(Store store) const { return rows_.patterns(store); }
+  std::string pattern(Store store) const { return rows_.pattern(store); }
 
   /// These are the rows, and there are no others; of one given twice the last counts. The sources
   /// are then compared as a whole, whatever was written to them meanwhile.

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <random>
 
 #include "agent/sources/sonic/SonicTestSupport.h"
 #include "agent/state/EntityPaths.h"
@@ -181,64 +180,6 @@ TEST_F(SonicComplaints, FieldsThatAreNotReadDontCount) {
   write(application, "_STP_MST_INST_TABLE:0", {{"bridge_address", "?"}});
   EXPECT_THAT(complaints(), IsEmpty());
 }
-
-// Rows of few ports, instances and VLANs, so that they meet often, some of which can't be read.
-class RandomRows {
- public:
-  explicit RandomRows(std::uint64_t seed) : random_(seed) {}
-
-  RowRead next(Databases& databases) {
-    Store const store =
-        oneOf<Store>({application, application, configuration, configuration, state});
-    std::string const key = keyIn(store);
-    if (oneIn(3)) {
-      return databases.erase(store, key);
-    }
-    Fields fields;
-    for (int count = static_cast<int>(random_() % 4); count > 0; --count) {
-      fields.insert_or_assign(
-          oneOf<char const*>({"mode", "name", "revision", "bridge_priority", "vlan_list", "vlan@",
-                              "edge_port", "portfast", "bpdu_guard", "link_type", "enabled",
-                              "state", "role", "port_state", "path_cost", "port_fast"}),
-          oneOf<char const*>({"true", "false", "yes", "no", "shared", "auto", "4096", "1-3", "2,",
-                              "3", "ok", "ROOT", "FORWARDING", "DISABLED", "", "?", "\xFF"}));
-    }
-    if (key == "STP|GLOBAL") {
-      fields["mode"] = oneOf<char const*>({"mst", "mst", "mst", "pvst", "rpvst", "rstp", "?"});
-    }
-    return databases.write(store, key, fields);
-  }
-
-  bool oneIn(unsigned count) { return random_() % count == 0; }
-
- private:
-  template <class Value>
-  Value oneOf(std::vector<Value> const& values) {
-    return values.at(random_() % values.size());
-  }
-  std::string port() { return oneOf<char const*>({"E1", "E2", "E3"}); }
-  std::string id() { return std::to_string(random_() % 4); }
-  std::string vlan() { return "Vlan" + std::to_string(1 + random_() % 3); }
-  std::string keyIn(Store store) {
-    if (store == state) {
-      return "VLAN_TABLE|" + vlan();
-    }
-    if (store == configuration) {
-      return oneOf<std::string>({"STP|GLOBAL", "STP_MST|GLOBAL",
-                                 "STP_MST_INST|MST_INSTANCE|" + id(),
-                                 "STP_MST_INST|MST_INSTANCE:Instance" + id(),
-                                 "STP_MST_INST|" + id(), "STP_PORT|" + port(), "STP_PORT|" + port(),
-                                 "STP_VLAN|" + vlan(), "VLAN|" + vlan(), "STP_VLAN|VlanX"});
-    }
-    return oneOf<std::string>({"_", "_", ""}) +
-           oneOf<std::string>(
-               {"STP_MST_INST_TABLE:" + id(), "STP_MST_PORT_TABLE:" + id() + ":" + port(),
-                "STP_MST_PORT_TABLE:0:" + port(), "STP_VLAN_TABLE:" + vlan(),
-                "STP_VLAN_PORT_TABLE:" + vlan() + ":" + port(), "STP_PORT_TABLE:" + port()});
-  }
-
-  std::mt19937_64 random_;
-};
 
 TEST_F(SonicChanges, WhoFollowsArrivesWhereWhoBeginsDoes) {
   apply(R"({"op":"start"})");

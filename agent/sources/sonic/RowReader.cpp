@@ -28,10 +28,9 @@ void RowReader::scan(OnRead onRead) {
   onRead_ = std::move(onRead);
   rows_.clear();
   store_ = 0;
-  patterns_ = choice_.patterns(stores.front());
   seen_.clear();
   isListing_ = true;
-  next();
+  scanFrom("0");
 }
 
 void RowReader::read(std::set<RowKey> const& keys, OnRead onRead) {
@@ -43,23 +42,10 @@ void RowReader::read(std::set<RowKey> const& keys, OnRead onRead) {
   endIfAll();
 }
 
-// The next pattern of the store, or the next store, or the end of the list.
-void RowReader::next() {
-  while (patterns_.empty()) {
-    seen_.clear();
-    if (++store_ == stores.size()) {
-      isListing_ = false;
-      endIfAll();
-      return;
-    }
-    patterns_ = choice_.patterns(stores.at(store_));
-  }
-  scanFrom("0");
-}
-
 void RowReader::scanFrom(std::string const& cursor) {
-  select(stores.at(store_));
-  connection_.command({"SCAN", cursor, "MATCH", patterns_.back(), "COUNT", step},
+  Store const store = stores.at(store_);
+  select(store);
+  connection_.command({"SCAN", cursor, "MATCH", choice_.pattern(store), "COUNT", step},
                       [this](redisReply const& reply) { scanned(reply); });
 }
 
@@ -87,8 +73,13 @@ void RowReader::scanned(redisReply const& reply) {
     scanFrom(cursor);
     return;
   }
-  patterns_.pop_back();
-  next();
+  seen_.clear();
+  if (++store_ < stores.size()) {
+    scanFrom("0");
+    return;
+  }
+  isListing_ = false;
+  endIfAll();
 }
 
 void RowReader::readRow(Store store, std::string const& key) {

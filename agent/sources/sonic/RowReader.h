@@ -26,8 +26,8 @@ class RowChoice {
 
   /// Whether the row of that key is read.
   virtual bool isMapped(Store store, std::string_view key) const = 0;
-  /// Patterns (as SCAN has them) of which one at least matches each key of a store that is read.
-  virtual std::vector<std::string> patterns(Store store) const = 0;
+  /// A pattern (as SCAN has them) that matches each key of a store that is read, and few others.
+  virtual std::string pattern(Store store) const = 0;
 };
 
 /// A key with the database that it is of.
@@ -66,7 +66,6 @@ class RowReader {
  private:
   void scanFrom(std::string const& cursor);
   void scanned(redisReply const& reply);
-  void next();
   void readRow(Store store, std::string const& key);
   void took(RowRead row, redisReply const& reply);
   void endIfAll();
@@ -80,7 +79,6 @@ class RowReader {
   bool hasFailed_ = false;
   std::optional<unsigned> selected_;
   std::size_t store_ = 0;  // the one that is being scanned
-  std::vector<std::string> patterns_;
   std::set<std::string, std::less<>> seen_;
   bool isListing_ = false;
   std::size_t awaited_ = 0;

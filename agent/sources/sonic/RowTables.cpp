@@ -1,5 +1,7 @@
 #include "agent/sources/sonic/RowTables.h"
 
+#include <algorithm>
+#include <set>
 #include <utility>
 
 #include "agent/text/Json.h"
@@ -92,19 +94,30 @@ bool RowTables::isMapped(Store store, std::string_view key) const {
   return prefixOf(store, key) != nullptr;
 }
 
-std::vector<std::string> RowTables::patterns(Store store) const {
-  std::vector<std::string> result;
+// What all begin with, and the letters of which one follows.
+std::string RowTables::pattern(Store store) const {
+  std::vector<std::string_view> texts;
   for (Prefix const& prefix : prefixes_) {
     if (prefix.store == store) {
-      eachTable([&](auto const& table, std::size_t at) {
-        if (at == prefix.table) {
-          result.push_back(literally(prefix.text) +
-                           (hasOneRow<std::remove_cvref_t<decltype(table)>> ? "GLOBAL" : "*"));
-        }
-      });
+      texts.push_back(prefix.text);
     }
   }
-  return result;
+  auto const [least, greatest] = std::ranges::minmax(texts);
+  auto const common =
+      static_cast<std::size_t>(std::ranges::mismatch(least, greatest).in1 - least.begin());
+  std::string pattern = literally(least.substr(0, common));
+  if (common < least.size()) {
+    std::set<char> letters;
+    for (std::string_view const text : texts) {
+      letters.insert(text[common]);
+    }
+    pattern += '[';
+    for (char const letter : letters) {
+      pattern.append({'\\', letter});
+    }
+    pattern += ']';
+  }
+  return pattern + '*';
 }
 
 template <class Table, class Set>

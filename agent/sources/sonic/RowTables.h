@@ -36,8 +36,9 @@ class RowTables {
   /// Whether anything is read of the row under this key.
   bool isMapped(Store store, std::string_view key) const;
 
-  /// The patterns, as SCAN has them, of the keys of a database of which something is read.
-  std::vector<std::string> patterns(Store store) const;
+  /// A pattern, as SCAN has them, of the keys of a database of which something is read: one, since
+  /// the server goes through all keys for each.
+  std::string pattern(Store store) const;
 
   /// Takes a row in. What it says otherwise than before is added to `dirty`, and what of it can't
   /// be read to `complaints`. A row of which nothing is read is ignored.

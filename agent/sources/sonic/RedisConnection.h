@@ -55,8 +55,6 @@ class RedisConnection {
 
   /// How many replies and messages have come.
   std::uint64_t heard() const { return heard_; }
-  /// How many commands, other than those that subscribe, are not answered.
-  std::size_t unanswered() const { return replies_.size(); }
 
  private:
   struct Hooks;

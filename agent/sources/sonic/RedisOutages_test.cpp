@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <map>
 #include <random>
 #include <string>
@@ -64,28 +63,6 @@ TEST_F(RedisOutages, EitherConnectionIsMadeAgain) {
     server.command(configuration, {"HSET", "row", "of", kind});
     EXPECT_TRUE(rowComes(Store::configuration, "row", {{"of", kind}}));
   }
-}
-
-TEST_F(RedisOutages, ServerThatHangsIsLost) {
-  auto impatient = settings();
-  impatient.patience = std::chrono::milliseconds(100);
-  impatient.resync = std::chrono::milliseconds(10);
-  follow(impatient);
-  ASSERT_TRUE(scanComes());
-  server.signal(SIGSTOP);
-  EXPECT_TRUE(reasonComes("the server does not answer"));
-  server.signal(SIGCONT);
-  EXPECT_TRUE(scanComes(kept.scans + 1));
-}
-
-TEST_F(RedisOutages, SilenceIsNoneWhileNothingIsAsked) {
-  auto impatient = settings();
-  impatient.patience = std::chrono::milliseconds(100);
-  follow(impatient);
-  ASSERT_TRUE(scanComes());
-  auto const until = loop.now() + 5 * impatient.patience;
-  EXPECT_TRUE(comes([&] { return loop.now() >= until; }));
-  EXPECT_THAT(kept.reasons, IsEmpty());
 }
 
 TEST_F(RedisOutages, ServerThatWantsAPasswordIsLostUntilItWantsNone) {

@@ -43,7 +43,8 @@ void RedisSource::connect() {
   link_.emplace(loop_, settings_, listener_, [this](std::string const& reason) { fail(reason); });
   hasBegun_ = false;
   hasScanned_ = false;
-  watch(0);
+  askAlive();
+  watch();
   link_->listening.onMessageIs([this](redisReply const& message) { told(message); });
   link_->listening.command({"CLIENT", "ID"}, [this](redisReply const& reply) {
     if (reply.type == REDIS_REPLY_INTEGER) {
@@ -65,13 +66,9 @@ void RedisSource::subscribe(std::string const& listener) {
     ++unconfirmed_;
     link_->listening.subscribe({"PSUBSCRIBE", pattern});
   }
-  askAlive();
-  track(listener);
-}
-
-void RedisSource::askAlive() {
   ++unconfirmed_;
   link_->listening.subscribe({"SUBSCRIBE", invalidations});
+  track(listener);
 }
 
 void RedisSource::track(std::string const& listener) {
@@ -98,7 +95,7 @@ void RedisSource::told(redisReply const& message) {
     if (message.element[2]->type == REDIS_REPLY_NIL) {
       rescan();
     }
-  } else if ((kind == "psubscribe" || kind == "subscribe") && --unconfirmed_ == 0 && !hasBegun_) {
+  } else if ((kind == "psubscribe" || kind == "subscribe") && !hasBegun_ && --unconfirmed_ == 0) {
     hasBegun_ = true;
     next_ = loop_.at(loop_.now(), [this] { scan(); });
   }
@@ -158,7 +155,6 @@ void RedisSource::scan() {
   }
   isScanDue_ = false;
   changed_.clear();
-  askAlive();
   link_->asking.command({"CONFIG", "GET", eventsSetting},
                         [this](redisReply const& reply) { settingIs(reply); });
   link_->reader.scan([this](std::vector<RowRead> rows) { took(std::move(rows), true); });
@@ -231,16 +227,24 @@ void RedisSource::write(RowWriter::Decide decide, RowWriter::Done done) {
                       });
 }
 
-// A connection that can't be made, and a server that hangs, are lost as well. `owing` is what had
-// been heard when the server began to owe an answer, if it did.
-void RedisSource::watch(std::optional<std::uint64_t> owing) {
-  watching_ = loop_.after(settings_.patience, [this, owing] {
-    auto const heard = link_->listening.heard() + link_->asking.heard();
-    bool const owes = !hasBegun_ || unconfirmed_ > 0 || link_->asking.unanswered() > 0;
-    if (owes && owing == heard) {
+// Something that each connection has to answer; one that begins owes its confirmations.
+void RedisSource::askAlive() {
+  link_->asking.command({"PING"}, [](redisReply const& /*reply*/) {});
+  if (hasBegun_) {
+    link_->listening.subscribe({"SUBSCRIBE", invalidations});
+  }
+}
+
+// A connection that can't be made, a server that hangs, and one that went without a word are lost
+// as well. Each connection speaks for itself: the other may still be served.
+void RedisSource::watch() {
+  watching_ = loop_.after(settings_.patience, [this, listened = link_->listening.heard(),
+                                               asked = link_->asking.heard()] {
+    if (link_->listening.heard() == listened || link_->asking.heard() == asked) {
       fail("the server does not answer");
     } else {
-      watch(owes ? std::optional(heard) : std::nullopt);
+      askAlive();
+      watch();
     }
   });
 }

@@ -11,7 +11,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <set>
@@ -47,7 +46,8 @@ struct RedisSettings {
   DatabaseConfig databases;
   /// From one scan to the next; none, or negative, for never.
   Loop::Clock::duration resync = std::chrono::seconds(60);
-  /// A server that says nothing for so long while it is asked is lost.
+  /// So often the server is asked for a word on each connection; it is lost where none comes before
+  /// the next time.
   Loop::Clock::duration patience = std::chrono::seconds(10);
 };
 
@@ -99,7 +99,7 @@ class RedisSource {
   void took(std::vector<RowRead> rows, bool isAll);
   void deliver();
   void rest();
-  void watch(std::optional<std::uint64_t> owing);
+  void watch();
   void fail(std::string const& reason);
   void reconnectLater(std::string const& reason);
   bool isBusy() const { return !hasBegun_ || link_->reader.isReading() || delivery_; }
@@ -111,7 +111,7 @@ class RedisSource {
   RedisSettings settings_;
   RowListener& listener_;
   std::optional<Link> link_;
-  std::size_t unconfirmed_ = 0;  // of the subscriptions
+  std::size_t unconfirmed_ = 0;  // of the subscriptions, until it begins
   bool hasBegun_ = false;        // to read, since it is connected
   bool hasScanned_ = false;      // since then
   bool isHearing_ = true;

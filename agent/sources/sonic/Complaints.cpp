@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <utility>
 
 #include "agent/text/Json.h"
 #include "agent/text/Refusal.h"
@@ -14,27 +15,44 @@ std::string_view nameOf(Store store) {
 }
 
 void Complaints::rowIs(Store store, std::string const& key, WrongFields wrong) {
-  auto const at = rows_.find({store, key});
   if (wrong.empty()) {
-    if (at != rows_.end()) {
-      rows_.erase(at);
-    }
+    rows_.erase({store, key});
     return;
   }
-  for (auto const& [field, now] : wrong) {
-    if (at != rows_.end()) {
-      auto const before = at->second.wrong.find(field);
-      if (before != at->second.wrong.end() && before->second.bytes == now.bytes) {
-        continue;
-      }
+  Row& row = rows_[{store, key}];
+  row.scan = scan_;
+  std::erase_if(row.told, [&wrong](auto const& field) { return !wrong.contains(field.first); });
+  for (auto& [field, now] : wrong) {
+    std::set<std::string>& told = row.told[field];
+    if (told.size() == mostOfField || !told.insert(std::move(now.bytes)).second) {
+      continue;
     }
     std::string line = std::string(nameOf(store)) + " " + inQuotes(key) + ": ";
     if (!field.empty()) {
       line += memberText(field) + ": ";
     }
-    told_.push_back(line + now.text);
+    line += now.text;
+    if (told.size() == mostOfField) {
+      line += ", and nothing more is told of it until it is right or gone";
+    }
+    tell(std::move(line));
   }
-  rows_.insert_or_assign({store, key}, Row{std::move(wrong), scan_});
+}
+
+void Complaints::tell(std::string line) {
+  if (told_.size() < mostAtOnce) {
+    told_.push_back(std::move(line));
+  } else {
+    ++untold_;
+  }
+}
+
+std::vector<std::string> Complaints::take() {
+  if (untold_ > 0) {
+    told_.push_back("and " + std::to_string(std::exchange(untold_, 0)) +
+                    " more that can't be read");
+  }
+  return std::exchange(told_, {});
 }
 
 void Complaints::scanEnd() {

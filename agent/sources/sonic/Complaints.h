@@ -1,11 +1,13 @@
-// What can't be read of the databases, each told once.
+// What can't be read of the databases, told as often as it helps.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "agent/sources/sonic/Rows.h"
@@ -23,10 +25,16 @@ struct Wrong {
 };
 using WrongFields = std::map<std::string, Wrong, std::less<>>;
 
-/// Remembers what is wrong, and tells it when it becomes so: again only after it was right, gone or
-/// other bytes.
+/// Remembers what is wrong, and tells it when it becomes so: the same bytes again only after the
+/// field was right or gone. Neither one that is always wrong in another way nor many at once are
+/// told without end.
 class Complaints {
  public:
+  /// So many values of a field are told, until it was right or gone.
+  static constexpr std::size_t mostOfField = 8;
+  /// So many lines at once; the number of the others is.
+  static constexpr std::size_t mostAtOnce = 100;
+
   /// All that is wrong with a row now; nothing, if it is right or gone.
   void rowIs(Store store, std::string const& key, WrongFields wrong);
 
@@ -35,17 +43,21 @@ class Complaints {
   void scanEnd();
 
   /// What is to be told since the last call, a line each.
-  std::vector<std::string> take() { return std::exchange(told_, {}); }
+  std::vector<std::string> take();
 
  private:
   struct Row {
-    WrongFields wrong;
+    // What was told of each field that is wrong.
+    std::map<std::string, std::set<std::string>, std::less<>> told;
     std::uint64_t scan = 0;
   };
+
+  void tell(std::string line);
 
   std::map<std::pair<Store, std::string>, Row> rows_;
   std::uint64_t scan_ = 0;
   std::vector<std::string> told_;
+  std::size_t untold_ = 0;  // beyond these
 };
 
 }  // namespace Agent::Sonic

@@ -66,7 +66,7 @@ class Mapping {
   /// status that was there before the configuration is made anew after it.
   Changes differences(SourceView const& sources);
 
-  /// What can't be read, since the last call, a line each. It is told once until it changes.
+  /// What can't be read, since the last call, a line each; Complaints.h says how often.
   std::vector<std::string> takeComplaints();
 
   /// The VLANs on which spanning tree is disabled.

@@ -1,5 +1,5 @@
-// How the sources are led: what is compared, in which order changes come, what is told of what
-// can't be read, and that whoever follows arrives where whoever begins does.
+// How the sources are led: what is compared, in which order changes come, and that whoever follows
+// arrives where whoever begins does.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -133,52 +133,6 @@ TEST_F(SonicChanges, OfARowGivenTwiceTheLastCounts) {
   mapping.scanned(rows);
   follow();
   EXPECT_EQ(at("/input/mode"), 2);
-}
-
-class SonicComplaints : public SonicTest {};
-
-TEST_F(SonicComplaints, AreToldOnceUntilTheBytesChange) {
-  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}, {"edge_port", "perhaps"}});
-  EXPECT_THAT(complaints(),
-              ElementsAre("CONFIG_DB \"STP_PORT|E1\": bpdu_guard: \"maybe\" can't be read",
-                          "CONFIG_DB \"STP_PORT|E1\": edge_port: \"perhaps\" can't be read"));
-  write(configuration, "STP_PORT|E1", {{"link_type", "shared"}});
-  mapping.scanned(databases.all());
-  EXPECT_THAT(complaints(), IsEmpty());
-  EXPECT_EQ((follow(), at("/input/portConfig/E1/linkType")), 2);  // the other fields apply
-  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "never"}});
-  EXPECT_THAT(complaints(),
-              ElementsAre("CONFIG_DB \"STP_PORT|E1\": bpdu_guard: \"never\" can't be read"));
-}
-
-TEST_F(SonicComplaints, AreToldAgainWhenWhatIsWrongWentAndCameBack) {
-  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}});
-  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "true"}});
-  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}});
-  EXPECT_EQ(complaints().size(), 2U);
-  erase(configuration, "STP_PORT|E1");
-  write(configuration, "STP_PORT|E1", {{"bpdu_guard", "maybe"}});
-  EXPECT_EQ(complaints().size(), 1U);
-  mapping.scanned({});
-  mapping.scanned(databases.all());
-  EXPECT_EQ(complaints().size(), 1U);
-}
-
-TEST_F(SonicComplaints, SomethingElseThanAHashIsAsNoRow) {
-  write(configuration, "STP_PORT|E1");
-  RowRead const list{configuration, "STP_PORT|E1", std::nullopt, true};
-  mapping.changed({&list, 1});
-  follow();
-  EXPECT_EQ(at("/input/portConfig/E1"), absent());
-  mapping.changed({&list, 1});
-  EXPECT_THAT(complaints(),
-              ElementsAre("CONFIG_DB \"STP_PORT|E1\": this is no hash, and is left out"));
-}
-
-TEST_F(SonicComplaints, FieldsThatAreNotReadDontCount) {
-  write(configuration, "STP_PORT|E1", {{"priority", "many"}, {"enabled", "?"}, {"NULL", "NULL"}});
-  write(application, "_STP_MST_INST_TABLE:0", {{"bridge_address", "?"}});
-  EXPECT_THAT(complaints(), IsEmpty());
 }
 
 TEST_F(SonicChanges, WhoFollowsArrivesWhereWhoBeginsDoes) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <span>
 #include <utility>
 
@@ -86,8 +87,9 @@ std::optional<TreePortState> treePortState(std::string_view text) {
   return valueOf<TreePortState>(states, text);
 }
 
+// However often a list names the same VLANs, each is looked at once.
 std::optional<Stp::VlanSet> vlans(std::string_view text) {
-  Stp::VlanSet result;
+  std::array<std::int64_t, Stp::VlanSet::size + 1> begun{};  // ranges at each id, less the ended
   while (!text.empty()) {
     std::size_t const comma = text.find(',');
     std::string_view const entry = text.substr(0, comma);
@@ -98,8 +100,15 @@ std::optional<Stp::VlanSet> vlans(std::string_view text) {
     if (!first || !last || *first > *last) {
       return std::nullopt;
     }
-    for (unsigned id = *first; id <= *last; ++id) {
-      result.insert(static_cast<std::uint16_t>(id));
+    ++begun[*first];
+    --begun[*last + 1U];
+  }
+  Stp::VlanSet result;
+  std::int64_t open = 0;
+  for (std::uint16_t id = 0; id < Stp::VlanSet::size; ++id) {
+    open += begun[id];
+    if (open > 0) {
+      result.insert(id);
     }
   }
   return result;

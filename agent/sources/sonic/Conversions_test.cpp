@@ -95,6 +95,9 @@ TEST(SonicConversions, ListsOfVlansHaveRangesAndPerhapsACommaAtTheEnd) {
   EXPECT_EQ(listed(vlans("10,11,12,")), Ids({10, 11, 12}));
   EXPECT_EQ(listed(vlans("1-3,3,4094")), Ids({1, 2, 3, 4094}));
   EXPECT_EQ(listed(vlans("7-7")), Ids({7}));
+  EXPECT_EQ(listed(vlans("3-5,1-4,4-4,9,3-5,8-10")), Ids({1, 2, 3, 4, 5, 8, 9, 10}));
+  EXPECT_EQ(listed(vlans("1-4094,1-4094")), listed(vlans("1-4094")));
+  EXPECT_EQ(listed(vlans("1-4094")).size(), 4094U);
   for (char const* const text : {",", "10,,11", "0", "4095", "3-1", "1-", "-3", "1-2-3", "10;11",
                                  "10, 11", "Vlan10", "0-5"}) {
     EXPECT_EQ(vlans(text), std::nullopt) << text;

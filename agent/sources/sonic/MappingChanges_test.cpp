@@ -115,6 +115,81 @@ TEST_F(SonicChanges, AStatusThatWasThereFirstIsMadeAnewAfterTheConfiguration) {
   EXPECT_NE(Json::parse(target("ocInterfaceStateDir")).at("E1").at("bpduGuard"), 1);
 }
 
+// The status of a port is there, and its configuration is not.
+class SonicLateConfiguration : public SonicChanges {
+ protected:
+  SonicLateConfiguration() {
+    apply(R"({"op":"start"})");
+    changesOf(mst());
+    changesOf({{configuration, "STP_PORT|E1", std::nullopt}});
+  }
+
+  Json guard() const { return Json::parse(target("ocInterfaceStateDir")).at("E1").at("bpduGuard"); }
+  // What the configuration says is followed from when it came.
+  void expectFollowed() {
+    EXPECT_EQ(guard(), 1);
+    changesOf({{configuration, "STP_PORT|E1", Fields{{"bpdu_guard", "false"}}}});
+    EXPECT_EQ(guard(), 0);
+  }
+
+  RowRead const port{configuration, "STP_PORT|E1", Fields{{"bpdu_guard", "true"}}};
+};
+
+TEST_F(SonicLateConfiguration, ComesWithAScan) {
+  databases.write(port.store, port.key, *port.fields);
+  mapping.scanned(databases.all());
+  EXPECT_THAT(
+      oneByOne(mapping.differences(sources())),
+      ElementsAre("create input.portConfig.E1", "set input.portConfig.E1.bpduguard",
+                  "create config.portConfig.E1", "delete status.stpiStatus.Mst.stpiPortStatus.E1",
+                  "create status.stpiStatus.Mst.stpiPortStatus.E1"));
+  expectFollowed();
+}
+
+TEST_F(SonicLateConfiguration, ComesAsTheStatusGoes) {
+  RowRead status{application, "_STP_MST_PORT_TABLE:0:E1", std::nullopt};
+  EXPECT_THAT(changesOf({port, status}),
+              ElementsAre("create input.portConfig.E1", "set input.portConfig.E1.bpduguard",
+                          "create config.portConfig.E1", "delete operational.tree.Cist.port.E1",
+                          "delete status.stpiStatus.Mst.stpiPortStatus.E1"));
+  status.fields.emplace();
+  changesOf({status});
+  expectFollowed();
+}
+
+TEST_F(SonicLateConfiguration, ComesWithAnotherMode) {
+  changesOf({{configuration, "STP|GLOBAL", Fields{{"mode", "pvst"}}},
+             {application, "_STP_VLAN_TABLE:Vlan10", Fields{}},
+             {application, "_STP_VLAN_PORT_TABLE:Vlan10:E1", Fields{}},
+             port});
+  expectFollowed();
+  changesOf({{configuration, "STP_PORT|E1", std::nullopt}});
+  changesOf({{configuration, "STP|GLOBAL", Fields{{"mode", "mst"}}}, port});
+  expectFollowed();
+}
+
+TEST_F(SonicChanges, AModeThatChangesLeavesThePortsOfTheNewOne) {
+  apply(R"({"op":"start"})");
+  changesOf(mst());
+  changesOf({{application, "_STP_VLAN_TABLE:Vlan10", Fields{}},
+             {application, "_STP_VLAN_PORT_TABLE:Vlan10:E1", Fields{}},
+             {application, "_STP_PORT_TABLE:E1", Fields{{"port_fast", "yes"}}}});
+  auto const port = [this] { return Json::parse(target("ocInterfaceStateDir")).at("E1"); };
+  auto const instances = [this] { return Json::parse(target("ocMstiConfigDir")).size(); };
+  for (char const* const guard : {"false", "true"}) {
+    SCOPED_TRACE(guard);
+    changesOf({{configuration, "STP|GLOBAL", Fields{{"mode", "pvst"}}}});
+    EXPECT_EQ(port().at("edgePort"), 0);
+    EXPECT_EQ(instances(), 1U);  // that of all VLANs, which is always there
+    changesOf({{configuration, "STP|GLOBAL", Fields{{"mode", "mst"}}}});
+    EXPECT_EQ(port().at("edgePort"), 1);
+    EXPECT_EQ(instances(), 2U);
+    // It is still followed.
+    changesOf({{configuration, "STP_PORT|E1", Fields{{"bpdu_guard", guard}}}});
+    EXPECT_EQ(port().at("bpduGuard"), guard == std::string_view("true") ? 1 : 0);
+  }
+}
+
 TEST_F(SonicChanges, AScanComparesAllWhateverWasWrittenMeanwhile) {
   changesOf(mst());
   apply(R"({"op":"delete","path":["config","portConfig","E1"]})");

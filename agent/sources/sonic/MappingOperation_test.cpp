@@ -190,6 +190,32 @@ TEST_F(SonicOperation, ARowUnderItsOwnNameWins) {
   EXPECT_EQ(at("/config/mstConfig/vidToMsti"), Json::parse("[[10,5]]"));
 }
 
+TEST_F(SonicOperation, APortUnderTheOwnNameOfItsTableWins) {
+  mst();
+  write(application, "_STP_MST_PORT_TABLE:0:Ethernet0", {{"role", "BACKUP"}});
+  write(application, "STP_MST_PORT_TABLE:0:Ethernet0", {{"role", "ROOT"}});
+  EXPECT_EQ(cist("role"), 1);
+  erase(application, "STP_MST_PORT_TABLE:0:Ethernet0");
+  EXPECT_EQ(cist("role"), 4);
+  write(application, "_STP_PORT_TABLE:Ethernet0", {{"edge_port", "yes"}});
+  write(application, "STP_PORT_TABLE:Ethernet0", {{"edge_port", "no"}});
+  EXPECT_EQ(status("Mst", "operEdgePort"), false);
+  erase(application, "STP_PORT_TABLE:Ethernet0");
+  EXPECT_EQ(status("Mst", "operEdgePort"), true);
+}
+
+TEST_F(SonicOperation, APortUnderEitherNameIsThere) {
+  byVlan("pvst");
+  write(application, "STP_VLAN_PORT_TABLE:Vlan10:Ethernet0");
+  erase(application, "_STP_VLAN_PORT_TABLE:Vlan10:Ethernet0");
+  EXPECT_NE(status("Rapid-pvst", "operEdgePort"), absent());
+  write(application, "_STP_VLAN_PORT_TABLE:Vlan10:Ethernet0");
+  erase(application, "STP_VLAN_PORT_TABLE:Vlan10:Ethernet0");
+  EXPECT_NE(status("Rapid-pvst", "operEdgePort"), absent());
+  erase(application, "_STP_VLAN_PORT_TABLE:Vlan10:Ethernet0");
+  EXPECT_EQ(status("Rapid-pvst", "operEdgePort"), absent());
+}
+
 TEST_F(SonicOperation, RolesAndStatesOfPorts) {
   mst();
   using testing::Eq;

@@ -136,6 +136,14 @@ TEST_F(SonicConfiguration, FormsOfOneInstanceAreMergedFieldByField) {
   EXPECT_EQ(at("/input/mstConfig/vidToMsti"), Json::parse("[[20,5],[40,5]]"));
   erase(configuration, "STP_MST_INST|5");
   EXPECT_EQ(at("/input/mstConfig/vidToMsti"), Json::parse("[[10,5],[40,5]]"));
+  erase(configuration, "STP_MST_INST|MST_INSTANCE|5");
+  EXPECT_EQ(at("/input/stpiConfig/Mst/mstiConfig/MST5/bridgePriority"), 4096);
+  write(configuration, "STP_MST_INST|5", {{"bridge_priority", "8192"}});
+  erase(configuration, "STP_MST_INST|MST_INSTANCE:INSTANCE5");
+  EXPECT_EQ(at("/input/stpiConfig/Mst/mstiConfig/MST5/bridgePriority"), 8192);
+  EXPECT_EQ(at("/input/mstConfig/vidToMsti"), Json::array());
+  erase(configuration, "STP_MST_INST|5");
+  EXPECT_EQ(at("/input/stpiConfig/Mst/mstiConfig/MST5"), absent());
 }
 
 TEST_F(SonicConfiguration, APortIsThereWithItsRow) {

@@ -89,6 +89,68 @@ TEST_F(SonicCommand, OutageIsToldOnceAndWhenItIsOver) {
   EXPECT_EQ(end.err, "");
 }
 
+TEST_F(SonicCommand, ServerThatComesBackWithItsRowsChangesNothing) {
+  Process agent(following());
+  lineWith(agent, R"("edgePort":0)");
+  write({"HSET", "STP_PORT|Ethernet0", "bpdu_guard", "true"});
+  lineWith(agent, R"("bpduGuard":1)");
+  write({"SAVE"});
+  server.kill();
+  EXPECT_THAT(agent.readErrorLine(), StartsWith("unix:" + server.socket()));
+  server.start();
+  EXPECT_THAT(agent.readErrorLine(), HasSubstr("the databases are read again"));
+  write({"HSET", "STP_PORT|Ethernet0", "bpdu_guard", "false"});
+  EXPECT_THAT(agent.readLine(), HasSubstr(R"("bpduGuard":0)"));  // and nothing before
+  EXPECT_EQ(ended(agent).err, "");
+}
+
+TEST_F(SonicCommand, EmptiedDatabasesTakeAllAway) {
+  Process agent(following());
+  lineWith(agent, R"("edgePort":0)");
+  write({"FLUSHALL"});
+  EXPECT_THAT(lineWith(agent, R"({"deleted":)"), HasSubstr("Ethernet0"));
+  EXPECT_EQ(ended(agent).err, "");
+}
+
+TEST_F(SonicCommand, SomethingElseThanARowIsToldAndTakesItAway) {
+  Process agent(following());
+  lineWith(agent, R"("edgePort":0)");
+  write({"SET", "STP_PORT|Ethernet0", "no row"});
+  EXPECT_THAT(agent.readErrorLine(),
+              HasSubstr("\"STP_PORT|Ethernet0\": this is no hash, and is left out"));
+  EXPECT_THAT(lineWith(agent, R"({"deleted":)"), HasSubstr("Ethernet0"));
+  EXPECT_EQ(ended(agent).err, "");
+}
+
+TEST_F(SonicCommand, PortsThatWentAreForgottenWhereThatIsAsked) {
+  constexpr char const* port = "_STP_MST_PORT_TABLE:0:Ethernet0";
+  server.command(0, {"HSET", "_STP_MST_INST_TABLE:0", "NULL", "NULL"});
+  for (bool const isAsked : {false, true}) {
+    server.command(0, {"HSET", port, "NULL", "NULL"});
+    write({"HSET", "STP_PORT|Ethernet0", "edge_port", "true"});
+    Process agent(following(isAsked ? std::vector<std::string>{"--forget-departed"}
+                                    : std::vector<std::string>{}));
+    lineWith(agent, R"(["ocInterfaceStateDir","state","Ethernet0"])");
+    server.command(0, {"DEL", port});
+    write({"DEL", "STP_PORT|Ethernet0"});
+    lineWith(agent, R"({"deleted":["ocInterfaceConfigDir","interface","Ethernet0"]})");
+    EXPECT_THAT(ended(agent).out, HasSubstr(isAsked ? R"("ocInterfaceStateDir":{},)"
+                                                    : R"("ocInterfaceStateDir":{"Ethernet0":)"));
+  }
+}
+
+TEST_F(SonicCommand, PasswordOfTheFileIsToldToBeLeftOut) {
+  Folder const folder;
+  std::string const file = folder.file("database_config.json", R"({
+    "INSTANCES": {"redis": {"unix_socket_path": ")" + server.socket() +
+                                                                   R"(", "password_path": "/p"}},
+    "DATABASES": {"CONFIG_DB": {"id": 4, "separator": "|", "instance": "redis"}}})");
+  Process agent({"sonic", "--database-config", file, "--watch", "--show", "none"});
+  EXPECT_THAT(agent.readErrorLine(), HasSubstr("password_path"));
+  EXPECT_THAT(lineWith(agent, R"("edgePort":)"), HasSubstr("Ethernet0"));
+  EXPECT_EQ(ended(agent).err, "");
+}
+
 TEST_F(SonicCommand, RowThatCanNotBeReadIsToldAndStopsNothing) {
   write({"HSET", "STP_PORT|Ethernet0", "bpdu_guard", "perhaps"});
   Process agent(following());

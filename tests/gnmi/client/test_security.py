@@ -241,6 +241,15 @@ class Security(unittest.TestCase):
         self.start_fails("--gnmi", "127.0.0.1:0", "--gnmi-cert", self.server[0], "--gnmi-key",
                          self.authority.key, culprit=self.authority.key)
 
+    def test_A6_a_certificate_that_is_cut_off_behind_a_good_one_refuses_the_start(self):
+        broken = os.path.join(self.folder, "cut-off.pem")
+        with open(broken, "wb") as file:
+            file.write(contents(self.server[0]) + contents(self.authority.certificate)[:-60])
+        for files in (["--gnmi-cert", broken],
+                      ["--gnmi-cert", self.server[0], "--gnmi-client-ca", broken]):
+            self.start_fails("--gnmi", "127.0.0.1:0", "--gnmi-key", self.server[1], *files,
+                             culprit=broken + ": no certificate in PEM")
+
     def test_A6_an_address_in_use_refuses_the_start(self):
         with self.agent("--gnmi-insecure") as agent:
             self.start_fails("--gnmi", agent.addresses[0], "--gnmi-insecure",
@@ -260,26 +269,46 @@ class Security(unittest.TestCase):
             self.assertIn(contents(self.server[0]), left)
             self.assertNotIn(contents(self.server[1]), left)
 
-    def test_A6_all_addresses_of_ipv6_are_those_of_ipv4_too(self):
+    def namespace(self):
+        """The name of a network of its own, which has the addresses of this host alone."""
         name = f"gnmi-both-{os.getpid()}"
         try:
             ip("netns", "add", name)
         except (OSError, subprocess.CalledProcessError) as error:
             self.skipTest(f"no network namespace can be made: {error}")
         self.addCleanup(ip, "netns", "delete", name)
-        within = ["ip", "netns", "exec", name]
         ip("-n", name, "link", "set", "lo", "up")
-        # A socket of IPv6 leaves IPv4 alone here, unless it is told otherwise.
-        subprocess.run([*within, "sh", "-c", "echo 1 >/proc/sys/net/ipv6/bindv6only"], check=True)
-        with Agent("run", "--show", "none", namespace=name,
-                   gnmi_options=["--gnmi", "[::]:0", "--gnmi-cert", self.server[0], "--gnmi-key",
-                                 self.server[1]]) as agent:
+        return name
+
+    def assert_reached(self, namespace, host, addresses):
+        """A target on a port of the host is reached at each of the addresses."""
+        with Agent("run", "--show", "none", namespace=namespace,
+                   gnmi_options=["--gnmi", f"{host}:0", "--gnmi-cert", self.server[0],
+                                 "--gnmi-key", self.server[1]]) as agent:
             port = agent.listens().addresses[0].rsplit(":", 1)[1]
-            for host in ("::1", "127.0.0.1"):
-                with self.subTest(host):
-                    subprocess.run([*within, sys.executable, "-c",
-                                    f"import socket; socket.create_connection(('{host}', {port}))"],
+            for each in addresses:
+                with self.subTest(each):
+                    subprocess.run(["ip", "netns", "exec", namespace, sys.executable, "-c",
+                                    f"import socket; socket.create_connection(('{each}', {port}))"],
                                    check=True, timeout=PATIENCE)
+
+    def test_A6_all_addresses_of_ipv6_are_those_of_ipv4_too(self):
+        name = self.namespace()
+        # A socket of IPv6 leaves IPv4 alone here, unless it is told otherwise.
+        subprocess.run(["ip", "netns", "exec", name, "sh", "-c",
+                        "echo 1 >/proc/sys/net/ipv6/bindv6only"], check=True)
+        self.assert_reached(name, "[::]", ["::1", "127.0.0.1"])
+
+    def test_A6_a_name_is_all_its_addresses_each_of_them_once(self):
+        name = self.namespace()
+        # What `ip netns exec` puts in the place of the files in /etc.
+        folder = os.path.join("/etc/netns", name)
+        os.makedirs(folder)
+        self.addCleanup(shutil.rmtree, folder)
+        with open(os.path.join(folder, "hosts"), "w", encoding="ascii") as file:
+            for address in ("127.0.0.1", "127.0.0.2", "127.0.0.1"):
+                file.write(address + " many.example\n")
+        self.assert_reached(name, "many.example", ["127.0.0.1", "127.0.0.2"])
 
     def test_A2_users_that_can_not_be_read_any_more_stay_and_that_is_told_once(self):
         users = os.path.join(self.folder, "live-users")

@@ -173,7 +173,6 @@ void EngineProcess::ends(std::string problem) {
   if (answer_.problem.empty()) {
     answer_.problem = std::move(problem);
   }
-  writing_.drop();
   reading_.drop();
   complaining_.drop();
   output_.close();

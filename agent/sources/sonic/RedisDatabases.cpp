@@ -46,8 +46,8 @@ Wanted const* member(Json const& object, std::string const& name, std::string co
 }
 
 template <class Number>
-std::optional<Number> number(Json const& object, std::string const& name, std::string const& where,
-                             std::uint64_t greatest) {
+std::optional<Number> memberNumber(Json const& object, std::string const& name,
+                                   std::string const& where, std::uint64_t greatest) {
   auto const* const value = member<Json::number_unsigned_t>(object, name, where);
   if (value == nullptr) {
     return std::nullopt;
@@ -77,7 +77,7 @@ std::optional<RedisAddress> instanceAddress(Json const& instance, std::string co
   }
   auto const* const host = member<std::string>(instance, "hostname", where);
   constexpr std::uint64_t greatestPort = 65535;
-  auto const port = number<std::uint16_t>(instance, "port", where, greatestPort);
+  auto const port = memberNumber<std::uint16_t>(instance, "port", where, greatestPort);
   if (host == nullptr || host->empty() || !port || *port == 0) {
     return std::nullopt;
   }
@@ -142,7 +142,8 @@ DatabaseConfig parseDatabaseConfig(std::string const& text) {
     }
     constexpr std::uint64_t greatestNumber = 65535;
     DatabaseLayout& layout = config.layouts.at(i);
-    layout.number = number<unsigned>(*found, "id", where, greatestNumber).value_or(layout.number);
+    layout.number =
+        memberNumber<unsigned>(*found, "id", where, greatestNumber).value_or(layout.number);
     if (auto const* const separator = member<std::string>(*found, "separator", where)) {
       if (separator->empty()) {
         throw Refusal(where + ".separator: is empty");

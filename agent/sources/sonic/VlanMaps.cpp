@@ -1,5 +1,6 @@
 #include "agent/sources/sonic/VlanMaps.h"
 
+#include "agent/sources/sonic/Conversions.h"
 #include "agent/text/Values.h"
 
 namespace Agent::Sonic {
@@ -53,7 +54,7 @@ VlanInstances runningVlans(InstanceVlans const& vlans, VlanInstances const& conf
 
 Lumo::Bytes vidToMstiOf(VlanInstances const& instances) {
   Lumo::Bytes map;
-  for (std::uint16_t vlan = 1; vlan < instances.size(); ++vlan) {
+  for (std::uint16_t vlan = 1; vlan <= largestVlan; ++vlan) {
     if (instances.at(vlan) != 0) {
       vlanMapPush(map, vlan, instances.at(vlan));
     }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <regex>
 #include <set>
@@ -36,8 +37,9 @@ std::vector<Symbol> exportedSymbols(std::string const& library) {
   if (pclose(pipe) != 0) {
     throw std::runtime_error(command + " failed");
   }
-  // "NAME TYPE VALUE SIZE"; a demangled name has blanks of its own.
-  std::regex const line("(.*) ([A-Za-z]) [0-9a-f]+( [0-9a-f]+)?");
+  // "NAME TYPE VALUE SIZE", the size perhaps empty; a demangled name has blanks of its own. The
+  // type is small where the symbol is local, though it is listed, or weak.
+  std::regex const line("(.*) ([A-Za-z]) [0-9a-f]+( [0-9a-f]*)?");
   std::vector<Symbol> symbols;
   for (std::size_t at = 0; at < output.size();) {
     std::size_t const end = output.find('\n', at);
@@ -46,7 +48,11 @@ std::vector<Symbol> exportedSymbols(std::string const& library) {
     if (!std::regex_match(text, parts, line)) {
       throw std::runtime_error("no symbol: " + text);
     }
-    symbols.push_back({parts[1], std::string("VvWwu").find(parts[2].str()) != std::string::npos});
+    char const type = *parts[2].first;
+    bool const isWeak = std::string("VvWwu").find(type) != std::string::npos;
+    if (isWeak || std::isupper(static_cast<unsigned char>(type)) != 0) {
+      symbols.push_back({parts[1], isWeak});
+    }
     at = end + 1;
   }
   return symbols;

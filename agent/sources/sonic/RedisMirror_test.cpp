@@ -37,15 +37,20 @@ class FollowedMirror final : public RowListener {
   bool hasBegun() const { return hasBegun_; }
   Json sources() const { return ShownSources::of(mirror_.sources()); }
   // But for what a live mirror keeps of what it saw, and one that begins never did: the state of
-  // ports that are configured and run no more, and the last VLANs of instances.
+  // ports that are configured and run no more, the guard of those that run without being
+  // configured, and the last VLANs of instances.
   Json targets() const {
     Json targets = Json::parse(entitiesView(mirror_.targets()).dump());
     Json running = Json::object();
-    for (auto const& instance : sources().at("status").at("stpiStatus")) {
+    Json const shown = sources();
+    for (auto const& instance : shown.at("status").at("stpiStatus")) {
       running.update(instance.at("stpiPortStatus"));
     }
     Json& ports = targets.at("ocInterfaceStateDir");
     for (auto port = ports.begin(); port != ports.end();) {
+      if (!shown.at("config").at("portConfig").contains(port.key())) {
+        port.value().erase("bpduGuard");
+      }
       port = running.contains(port.key()) ? std::next(port) : ports.erase(port);
     }
     return targets;

@@ -274,10 +274,10 @@ class Security(unittest.TestCase):
         name = f"gnmi-both-{os.getpid()}"
         try:
             ip("netns", "add", name)
+            self.addCleanup(ip, "netns", "delete", name)
+            ip("-n", name, "link", "set", "lo", "up")
         except (OSError, subprocess.CalledProcessError) as error:
-            self.skipTest(f"no network namespace can be made: {error}")
-        self.addCleanup(ip, "netns", "delete", name)
-        ip("-n", name, "link", "set", "lo", "up")
+            self.skipTest(f"no network namespace can be made and used: {error}")
         return name
 
     def assert_reached(self, namespace, host, addresses):

@@ -153,7 +153,10 @@ int sonic(Words const& words) {
   command
       .add_option("--resync", seconds,
                   "The time from one reading of all rows to the next; 0: never")
-      ->check([](std::string const& text) { return text == "0" ? "" : Agent::wrongInterval(text); })
+      ->check([](std::string const& text) {
+        std::string const wrong = text == "0" ? "" : Agent::wrongInterval(text);
+        return wrong.empty() ? wrong : wrong + ", nor 0";
+      })
       ->type_name("SECONDS")
       ->capture_default_str();
   Agent::addForgetDeparted(command, settings);

@@ -243,7 +243,7 @@ TEST_F(SonicCommand, WrongCommandLinesAreRefused) {
   for (auto const& [options, reason] : {
            Case{{"--redis", "nowhere"}, "is neither unix:PATH nor HOST:PORT"},
            Case{{"--database-config", "/no/such/file"}, "/no/such/file: can't be read"},
-           Case{{"--resync", "-1"}, "--resync"},
+           Case{{"--resync", "-1"}, "--resync: -1 is no decimal number of seconds above 0, nor 0"},
            Case{{"--resync", "often"}, "--resync"},
            Case{{"--manual-start"}, "--manual-start"},
            Case{{"--bridge", "br0"}, "--bridge"},
